@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kelto/foundation/Bytes.hpp"
+
+namespace kelto {
+
+/// What the file system says of one file or folder.
+struct FileStatus {
+    enum class Kind : std::uint8_t { regular, folder, other };
+
+    Kind kind = Kind::other;
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t size = 0;                ///< Bytes.
+    std::int64_t modifiedNanoseconds = 0;  ///< Since 1970-01-01 00:00 UTC.
+    std::int64_t changedNanoseconds = 0;   ///< The same, of the inode's last change.
+
+    friend bool operator==(const FileStatus&, const FileStatus&) = default;
+};
+
+/// One open file, closed by its destructor. Every failure is a PlatformError that names the path.
+class File {
+public:
+    virtual ~File() = default;
+    [[nodiscard]] virtual const std::string& path() const = 0;
+    [[nodiscard]] virtual FileStatus status() = 0;
+    /// Fills `buffer` from the current position as far as the file goes; fewer bytes than asked for
+    /// mean its end.
+    [[nodiscard]] virtual std::size_t read(std::span<std::byte> buffer) = 0;
+    /// Writes all of `bytes` at the current position.
+    virtual void write(Bytes bytes) = 0;
+    /// Returns once the file's bytes have reached the disk.
+    virtual void sync() = 0;
+};
+
+/// Files and folders by path. Paths are absolute UTF-8 texts; one that holds a NUL names nothing
+/// (ENOENT). Every failure is a PlatformError that names the path and the cause. What is created is
+/// readable by the user alone: files 0600, folders 0700.
+class FileSystem {
+public:
+    virtual ~FileSystem() = default;
+
+    /// An existing regular file, read from its start. Links are followed. A folder, FIFO, device or
+    /// socket is refused, without waiting for anybody at its other end.
+    [[nodiscard]] virtual std::unique_ptr<File> openForReading(std::string_view path) = 0;
+    /// A new, empty file for writing; refused when anything stands at `path`, a link included.
+    [[nodiscard]] virtual std::unique_ptr<File> create(std::string_view path) = 0;
+
+    /// None when nothing stands there, or when a link leads nowhere. Links are followed.
+    [[nodiscard]] virtual std::optional<FileStatus> status(std::string_view path) = 0;
+    /// The path with every symbolic link resolved; none unless all of it exists.
+    [[nodiscard]] virtual std::optional<std::string> resolvedPath(std::string_view path) = 0;
+    /// The names in a folder, in no order, "." and ".." left out.
+    [[nodiscard]] virtual std::vector<std::string> list(std::string_view folder) = 0;
+    /// The process's current folder, for relative paths.
+    [[nodiscard]] virtual std::string currentFolder() = 0;
+
+    /// The folder and those above it, as far as they are missing. An existing folder is fine.
+    virtual void createFolders(std::string_view path) = 0;
+    /// Puts `from` in the place of `to` in one step; a link at `to` is itself replaced.
+    virtual void rename(std::string_view from, std::string_view to) = 0;
+    /// Removes a file or a link, never a folder; that nothing stands there is fine.
+    virtual void remove(std::string_view path) = 0;
+    /// Returns once the folder's entries have reached the disk.
+    virtual void syncFolder(std::string_view path) = 0;
+};
+
+}  // namespace kelto

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "kelto/platform/FileSystem.hpp"
+#include "kelto/platform/Random.hpp"
+
+namespace kelto {
+
+/// How much of a file stands in memory while it is copied or hashed.
+inline constexpr std::size_t transferBufferBytes = 256 * 1024;
+
+/// The file's bytes. For small files that the library itself wrote; larger than `limit` bytes is
+/// refused as a file error (EFBIG).
+[[nodiscard]] std::string readWholeFile(FileSystem& files, std::string_view path, std::size_t limit);
+
+/// Whether a write must have reached the disk when the call returns.
+enum class Durability { flushed, relaxed };
+
+/// Replaces the file at `path` in one step by what `fill` writes: a temporary file beside it, flushed
+/// when asked, then renamed. After any failure the old file stands and no temporary is left.
+void writeAtomically(FileSystem& files,
+                     Random& random,
+                     std::string_view path,
+                     Durability durability,
+                     const std::function<void(File&)>& fill);
+
+/// The name of a temporary file beside `path`, different every time.
+[[nodiscard]] std::string temporaryPathBeside(std::string_view path, Random& random);
+
+}  // namespace kelto

@@ -41,8 +41,8 @@ struct JsonNumberValue {
 ///     }
 ///     reader.finish();
 ///
-/// Every call throws a PlatformError (NSCocoaErrorDomain 3840) at the first fault: "The JSON text is
-/// not valid at line 3, column 14 (byte 57): a comma or “}” is missing." Lines and columns count
+/// Every call throws a PlatformError (NSCocoaErrorDomain 3840) at the first fault: "The JSON text
+/// is not valid at line 3, column 14 (byte 57): a comma or “}” is missing." Lines and columns count
 /// from 1 (columns in bytes of that line), bytes from 0. After a throw the reader must not be used.
 ///
 /// The text is borrowed and outlives the reader. A string without escapes is a view into it; one
@@ -59,13 +59,15 @@ public:
     /// it after nextKey(); for an element, after nextElement().
     [[nodiscard]] JsonKind kind();
 
-    void enterObject();  ///< The next value must be an object (check kind() first: else it is a bug).
+    void
+    enterObject();  ///< The next value must be an object (check kind() first: else it is a bug).
     /// The next member's key, decoded; none after the last, which leaves the object. The member's
     /// value must be consumed before the next call.
     [[nodiscard]] std::optional<std::string_view> nextKey();
 
     void enterArray();  ///< The next value must be an array.
-    /// True when another element follows (consume it); false after the last, which leaves the array.
+    /// True when another element follows (consume it); false after the last, which leaves the
+    /// array.
     [[nodiscard]] bool nextElement();
 
     /// Each consumes the next value, which must be of that kind.

@@ -18,9 +18,9 @@ void appendJsonString(std::string& out, std::string_view text);
 void appendJsonInteger(std::string& out, std::int64_t value);
 
 /// Appends a double in the shortest form that reads back equal, without a final ".0"; in exponent
-/// form (sign and at least two exponent digits, 1e+21, 1.5e-07) when its magnitude is above 2^53 or,
-/// not being zero, below 0.0001. Minus zero is -0. Infinity and NaN have no JSON form: passing one
-/// is a bug and stops the process.
+/// form (sign and at least two exponent digits, 1e+21, 1.5e-07) when its magnitude is above 2^53
+/// or, not being zero, below 0.0001. Minus zero is -0. Infinity and NaN have no JSON form: passing
+/// one is a bug and stops the process.
 void appendJsonDouble(std::string& out, double value);
 
 }  // namespace kelto

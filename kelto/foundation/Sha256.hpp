@@ -13,13 +13,15 @@
 
 namespace kelto {
 
-/// A SHA-256 digest (FIPS 180-4), compared by value. Bytes of zero are an ordinary digest, not "none".
+/// A SHA-256 digest (FIPS 180-4), compared by value. Bytes of zero are an ordinary digest, not
+/// "none".
 struct Digest {
     std::array<std::uint8_t, 32> bytes{};
 
-    [[nodiscard]] std::string hex() const;          ///< 64 lower-case hexadecimal digits.
-    void appendHex(std::string& text) const;        ///< The same, at the end of `text`.
-    [[nodiscard]] static std::optional<Digest> parse(std::string_view hex);  ///< 64 digits, any case.
+    [[nodiscard]] std::string hex() const;    ///< 64 lower-case hexadecimal digits.
+    void appendHex(std::string& text) const;  ///< The same, at the end of `text`.
+    [[nodiscard]] static std::optional<Digest> parse(
+        std::string_view hex);  ///< 64 digits, any case.
     friend auto operator<=>(const Digest&, const Digest&) = default;
 };
 

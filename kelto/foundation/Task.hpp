@@ -60,8 +60,8 @@ private:
     std::coroutine_handle<promise_type> coroutine_;
 };
 
-/// A coroutine that nobody awaits: it starts at once and frees itself at its end. It must not throw;
-/// an exception that escapes it ends the process.
+/// A coroutine that nobody awaits: it starts at once and frees itself at its end. It must not
+/// throw; an exception that escapes it ends the process.
 struct DetachedTask {
     struct promise_type {
         DetachedTask get_return_object() noexcept { return {}; }

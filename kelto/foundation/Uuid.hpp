@@ -36,7 +36,8 @@ struct std::hash<kelto::Uuid> {
         // Hosts may number their items: mix both halves rather than trust either.
         std::uint64_t halves[2];
         std::memcpy(halves, uuid.bytes.data(), sizeof halves);
-        std::uint64_t mixed = (halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15ULL)) * 0xD6E8FEB86659FD93ULL;
+        std::uint64_t mixed =
+            (halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15ULL)) * 0xD6E8FEB86659FD93ULL;
         return static_cast<std::size_t>(mixed ^ (mixed >> 32));
     }
 };

@@ -8,8 +8,8 @@
 
 namespace kelto {
 
-/// What may stand under an entitlement. `monostate` is any other kind of value (a boolean, a number,
-/// a dictionary, a list that does not hold texts only).
+/// What may stand under an entitlement. `monostate` is any other kind of value (a boolean, a
+/// number, a dictionary, a list that does not hold texts only).
 using EntitlementValue = std::variant<std::monostate, std::string, std::vector<std::string>>;
 
 /// The capabilities that were granted to this build. May be asked from any thread.

@@ -15,13 +15,16 @@ inline constexpr std::size_t transferBufferBytes = 256 * 1024;
 
 /// The file's bytes. For small files that the library itself wrote; larger than `limit` bytes is
 /// refused as a file error (EFBIG).
-[[nodiscard]] std::string readWholeFile(FileSystem& files, std::string_view path, std::size_t limit);
+[[nodiscard]] std::string readWholeFile(FileSystem& files,
+                                        std::string_view path,
+                                        std::size_t limit);
 
 /// Whether a write must have reached the disk when the call returns.
 enum class Durability { flushed, relaxed };
 
-/// Replaces the file at `path` in one step by what `fill` writes: a temporary file beside it, flushed
-/// when asked, then renamed. After any failure the old file stands and no temporary is left.
+/// Replaces the file at `path` in one step by what `fill` writes: a temporary file beside it,
+/// flushed when asked, then renamed. After any failure the old file stands and no temporary is
+/// left.
 void writeAtomically(FileSystem& files,
                      Random& random,
                      std::string_view path,

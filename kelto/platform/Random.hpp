@@ -6,7 +6,8 @@
 
 namespace kelto {
 
-/// Randomness. Nothing else in the program asks for it, so that a run can be repeated from its seed.
+/// Randomness. Nothing else in the program asks for it, so that a run can be repeated from its
+/// seed.
 class Random {
 public:
     virtual ~Random() = default;

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "kelto/persistence/ObjectEnvironment.hpp"
+#include "kelto/persistence/Schema.hpp"
+
+namespace kelto {
+
+/// The identity that the store gives an object: stable for the object's life, comparable. Values
+/// are ordered by creation within an entity.
+struct PersistentIdentifier {
+    const EntityDescription* entity = nullptr;
+    std::int64_t row = 0;
+
+    friend bool operator==(const PersistentIdentifier&, const PersistentIdentifier&) = default;
+};
+
+/// The base of everything that the store keeps: one object is one thing of the library, is owned by
+/// its container (or by a test) and is never copied or moved. Main thread only.
+class ModelObject {
+public:
+    /// Where the object stands between memory and store.
+    enum class State : std::uint8_t {
+        detached,  ///< In no context: its changes concern nobody.
+        inserted,  ///< Will be stored by the next save.
+        stored,    ///< Has a row; changed fields are written by the next save.
+        deleted,   ///< Its row will go, or has gone, with a save. Still readable until then.
+    };
+
+    virtual ~ModelObject() = default;
+    ModelObject(const ModelObject&) = delete;
+    ModelObject& operator=(const ModelObject&) = delete;
+
+    [[nodiscard]] const EntityDescription& entity() const { return *entity_; }
+    [[nodiscard]] PersistentIdentifier persistentIdentifier() const { return {entity_, row_}; }
+    [[nodiscard]] std::int64_t row() const { return row_; }
+    [[nodiscard]] State state() const { return state_; }
+    /// Whether the row, or the list of a stored to-many relationship, differs from what is stored.
+    [[nodiscard]] bool hasChangedRow() const { return rowChanged_; }
+    [[nodiscard]] bool hasChangedLists() const { return listsChanged_; }
+
+protected:
+    ModelObject(const EntityDescription& entity, ObjectEnvironment& environment, std::int64_t row)
+        : entity_(&entity), environment_(&environment), row_(row) {}
+
+    [[nodiscard]] ObjectEnvironment& environment() const { return *environment_; }
+
+    /// Gives `field` a new value; one that is equal changes and marks nothing.
+    template <typename Field, typename Value>
+    void assign(Field& field, Value&& value) {
+        if (field == value) return;
+        field = std::forward<Value>(value);
+        noteChangedRow();
+    }
+    /// The same for a payload: the one that is let go of may be nobody's any more.
+    void assignPayload(std::optional<Payload>& field, const std::optional<Payload>& value);
+
+    /// An attribute or a to-one relationship has changed.
+    void noteChangedRow();
+    /// The list of a to-many relationship that is stored on this side has changed.
+    void noteChangedLists();
+
+private:
+    friend class ModelContext;
+    friend class ModelContainer;
+
+    void noteChange();
+
+    const EntityDescription* entity_;
+    ObjectEnvironment* environment_;
+    std::int64_t row_;
+    State state_ = State::detached;
+    bool rowChanged_ = false;
+    bool listsChanged_ = false;
+};
+
+}  // namespace kelto

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "kelto/persistence/ModelObject.hpp"
+#include "kelto/persistence/PayloadStorage.hpp"
+#include "kelto/persistence/Row.hpp"
+#include "kelto/persistence/Schema.hpp"
+
+namespace kelto {
+
+/// What one save writes. Every object stands in at most one of the lists.
+struct ChangeSet {
+    std::vector<const ModelObject*> inserted;
+    std::vector<const ModelObject*> changed;
+    std::vector<const ModelObject*> deleted;
+    /// Payloads that may have lost their last owner.
+    std::vector<Payload> releasedPayloads;
+};
+
+/// Rows in, rows out. Other processes may use the same store; a unit of work keeps them from
+/// writing from its begin to its end, so that what was read is still true when the changes are
+/// written. Every failure is a PlatformError that names the store.
+class PersistentStore {
+public:
+    /// What begin() found.
+    enum class Since { unchanged, changedByOthers };
+
+    virtual ~PersistentStore() = default;
+
+    /// Starts a unit of work. Waits for another writer, but not for ever. The first one, and one
+    /// after a rollback or a failure, always finds `changedByOthers`.
+    [[nodiscard]] virtual Since begin() = 0;
+    /// All rows of an entity in the order of their creation; `row` is the row's number, column i of
+    /// the reader is attribute i, and after the attributes come the to-one relationships that are
+    /// stored as columns (null, or the other row's number) in their order of declaration.
+    virtual void load(const EntityDescription& entity,
+                      const std::function<void(std::int64_t row, RowReader& values)>& sink) = 0;
+    /// All links of a to-many relationship that has a table, by object and then in list order.
+    virtual void loadLinks(
+        const EntityDescription& entity,
+        const RelationshipDescription& relationship,
+        const std::function<void(std::int64_t row, std::int64_t other)>& sink) = 0;
+    /// The highest row number that was ever given out for an entity; 0 when none was.
+    [[nodiscard]] virtual std::int64_t lastRow(const EntityDescription& entity) = 0;
+
+    /// Writes the changes in one step, durably, and ends the unit of work. On failure the store is
+    /// as it was before, and the unit of work has ended.
+    virtual void commit(const ChangeSet& changes) = 0;
+    /// Ends the unit of work without a change. Without one under way it does nothing.
+    virtual void rollback() noexcept = 0;
+
+    [[nodiscard]] virtual PayloadStorage& payloads() = 0;
+};
+
+}  // namespace kelto

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -33,11 +34,19 @@ private:
         std::vector<std::unique_ptr<ModelObject>> objects;
     };
 
+    /// A to-one relationship that was read before the object at its other end.
+    struct WaitingLink {
+        ModelObject* object;
+        const RelationshipDescription* relationship;
+        std::int64_t other;  ///< Row of the object at the other end.
+    };
+
     [[nodiscard]] Population& population(const EntityDescription& entity);
     /// Starts the store's unit of work and makes the objects agree with it.
     void begin();
     void load();
     void loadObjects(Population& population);
+    void linkColumns();
     void loadLinks(const Population& population);
     /// Drops every object, so that the next begin() reads them anew.
     void forget() noexcept;
@@ -46,6 +55,7 @@ private:
     std::unique_ptr<PersistentStore> store_;
     ObjectEnvironment environment_;
     std::vector<Population> populations_;
+    std::vector<WaitingLink> waitingLinks_;
     bool isLoaded_ = false;
 };
 

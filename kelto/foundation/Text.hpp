@@ -27,8 +27,8 @@ namespace kelto {
 /// characters. The variables are read at the first comparison of the process, and only then.
 [[nodiscard]] bool orderedBeforeCaseInsensitively(std::string_view left, std::string_view right);
 
-/// The first `count` user-perceived characters (extended grapheme clusters, Unicode Annex 29; a CR LF
-/// pair is one), or the whole text when it has fewer. A view into `text`.
+/// The first `count` user-perceived characters (extended grapheme clusters, Unicode Annex 29; a CR
+/// LF pair is one), or the whole text when it has fewer. A view into `text`.
 [[nodiscard]] std::string_view graphemePrefix(std::string_view text, std::size_t count);
 
 /// The first piece between line breaks (LF, VT, FF, CR, CR LF, U+0085, U+2028, U+2029) that is not

@@ -66,7 +66,7 @@ private:
 
     /// Large exponents stop at a bound that no count of digits can outweigh.
     static std::int64_t writtenExponent(const char* at, const char* end) {
-        constexpr std::int64_t bound = 1'000'000'000'000'000'000;
+        constexpr std::int64_t bound = 100'000'000'000'000'000;
         if (at == end) return 0;
         ++at;  // the e
         const bool negative = *at == '-';

@@ -73,8 +73,8 @@ bool JsonReader::nextElement() {
     return true;
 }
 
-std::string_view JsonReader::readUnusualString(const char* first) {
-    const JsonTokenExtent extent = scanJsonString(first, end_);
+std::string_view JsonReader::readUnusualString(const char* first, const char* special) {
+    const JsonTokenExtent extent = scanJsonString(special, end_);
     if (extent.fault != nullptr) failAt(extent.end, extent.fault);
     cursor_ = extent.end;
     const std::string_view raw(first, static_cast<std::size_t>(extent.end - 1 - first));

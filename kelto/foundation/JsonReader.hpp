@@ -98,7 +98,7 @@ private:
     void requireValue() const;
     void requireInside(bool array) const;
     [[nodiscard]] std::string_view readString();
-    [[nodiscard]] std::string_view readUnusualString(const char* first);
+    [[nodiscard]] std::string_view readUnusualString(const char* first, const char* special);
     void skipString();
     void skipWord(std::string_view word);
     [[nodiscard]] bool stepToKey();
@@ -176,8 +176,9 @@ inline JsonKind JsonReader::kind() {
 inline std::string_view JsonReader::readString() {
     const char* const first = cursor_ + 1;
     const char* const special = findJsonSpecial(first, end_);
-    if (special == end_ || *special != '"') [[unlikely]]
-        return readUnusualString(first);
+    if (special == end_ || *special != '"') [[unlikely]] {
+        return readUnusualString(first, special);
+    }
     cursor_ = special + 1;
     return {first, static_cast<std::size_t>(special - first)};
 }

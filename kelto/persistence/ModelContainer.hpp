@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/ObjectEnvironment.hpp"
 #include "kelto/persistence/PersistentStore.hpp"
 #include "kelto/persistence/Schema.hpp"
@@ -22,6 +24,21 @@ public:
     ModelContainer(const ModelContainer&) = delete;
     ModelContainer& operator=(const ModelContainer&) = delete;
 
+    /// All objects of a model class in the order of their creation, as the last unit of work left
+    /// them. Reads nothing; empty before the first one.
+    template <typename Model>
+    [[nodiscard]] std::vector<const Model*> objects() const {
+        std::vector<const Model*> models;
+        for (const Population& population : populations_) {
+            if (population.entity != &Model::description()) continue;
+            models.reserve(population.objects.size());
+            for (const auto& object : population.objects) {
+                models.push_back(static_cast<const Model*>(object.get()));
+            }
+        }
+        return models;
+    }
+
     [[nodiscard]] PayloadStorage& payloads() { return store_->payloads(); }
 
 private:
@@ -33,11 +50,19 @@ private:
         std::vector<std::unique_ptr<ModelObject>> objects;
     };
 
+    /// A to-one relationship that was read before the object at its other end.
+    struct WaitingLink {
+        ModelObject* object;
+        const RelationshipDescription* relationship;
+        std::int64_t other;  ///< Row of the object at the other end.
+    };
+
     [[nodiscard]] Population& population(const EntityDescription& entity);
     /// Starts the store's unit of work and makes the objects agree with it.
     void begin();
     void load();
     void loadObjects(Population& population);
+    void linkColumns();
     void loadLinks(const Population& population);
     /// Drops every object, so that the next begin() reads them anew.
     void forget() noexcept;
@@ -46,6 +71,7 @@ private:
     std::unique_ptr<PersistentStore> store_;
     ObjectEnvironment environment_;
     std::vector<Population> populations_;
+    std::vector<WaitingLink> waitingLinks_;
     bool isLoaded_ = false;
 };
 

@@ -65,11 +65,14 @@ private:
     void begin();
     void end() noexcept;
     void markDeleted(ModelObject& object);
+    /// After the store has taken the changes: what was new is stored, what was deleted goes.
+    void settle() noexcept;
 
     ModelContainer& container_;
     bool isAtWork_ = false;
     std::vector<ModelObject*> inserted_;
-    std::vector<ModelObject*> deleted_;
+    std::vector<ModelObject*> deleted_;   // those that have a row
+    std::vector<ModelObject*> unstored_;  // inserted and deleted again: no row will ever know
 };
 
 }  // namespace kelto

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -13,8 +14,14 @@ namespace kelto {
 /// temporary file) goes with it unless the storage keeps it.
 class ReceivedPayload {
 public:
-    ReceivedPayload(Payload payload, std::uint64_t size) : payload_(payload), size_(size) {}
-    ReceivedPayload(ReceivedPayload&& other) noexcept;
+    /// Few enough bytes to be held in memory.
+    ReceivedPayload(Payload payload, std::string bytes);
+    /// More of them, in a temporary file that is still open; the file is removed with this object.
+    ReceivedPayload(Payload payload,
+                    std::uint64_t size,
+                    FileSystem& files,
+                    std::unique_ptr<File> temporary);
+    ReceivedPayload(ReceivedPayload&& other) = default;
     ReceivedPayload& operator=(ReceivedPayload&&) = delete;
     ~ReceivedPayload();
 
@@ -26,9 +33,9 @@ private:
 
     Payload payload_;
     std::uint64_t size_;
-    std::string bytes_;            // the bytes themselves, when they are few
-    FileSystem* files_ = nullptr;  // set together with temporaryPath_
-    std::string temporaryPath_;    // else the file that holds them
+    std::string bytes_;
+    FileSystem* files_ = nullptr;
+    std::unique_ptr<File> temporary_;
 };
 
 /// Where payload bytes live. The same bytes are stored once. receive() and keep() belong to a unit

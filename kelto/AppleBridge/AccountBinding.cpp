@@ -1,0 +1,52 @@
+#include "kelto/AppleBridge/AccountBinding.hpp"
+
+#include <string>
+
+#include "kelto/AppleBridge/BridgeError.hpp"
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/Text.hpp"
+#include "kelto/platform/FileTransfer.hpp"
+
+namespace kelto {
+
+namespace {
+
+constexpr std::string_view markerName = "AvaloniaCloudAccount";
+/// Record names of accounts are far shorter; a larger file is nothing that this library wrote.
+constexpr std::size_t markerLimitBytes = 64 * 1024;
+/// "Text that cannot be decoded", as the platform's own layer numbers it.
+constexpr std::int64_t unreadableTextCode = 259;
+
+std::string readMarker(FileSystem& files, const std::string& path) {
+    std::string account = readWholeFile(files, path, markerLimitBytes);
+    if (isWellFormedUtf8(account)) return account;
+    throw PlatformError::described(errorDomain::cocoa,
+                                   unreadableTextCode,
+                                   "The file “" + std::string(markerName) +
+                                       "” couldn’t be opened because it isn’t in the correct "
+                                       "format.");
+}
+
+}  // namespace
+
+void bindToAccount(FileSystem& files,
+                   Random& random,
+                   std::string_view libraryFolder,
+                   std::string_view accountName) {
+    files.createFolders(libraryFolder);
+    const std::string marker = joinedPath(libraryFolder, markerName);
+    if (!files.status(marker)) {
+        writeAtomically(files, random, marker, Durability::flushed, [&](File& file) {
+            file.write(bytesOf(accountName));
+        });
+        return;
+    }
+    if (readMarker(files, marker) != accountName) {
+        throw BridgeError(
+            "This library belongs to another iCloud account. Sign back into that account to resume "
+            "sync.");
+    }
+}
+
+}  // namespace kelto

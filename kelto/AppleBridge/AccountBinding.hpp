@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string_view>
+
+#include "kelto/platform/FileSystem.hpp"
+#include "kelto/platform/Random.hpp"
+
+namespace kelto {
+
+/// Binds a library folder to the first account that syncs it: the account's name is written into a
+/// marker file once, and never changed or removed again. Makes the folder when it is missing.
+/// Another account is refused with a BridgeError.
+void bindToAccount(FileSystem& files,
+                   Random& random,
+                   std::string_view libraryFolder,
+                   std::string_view accountName);
+
+}  // namespace kelto

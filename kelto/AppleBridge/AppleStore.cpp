@@ -1,0 +1,103 @@
+#include "kelto/AppleBridge/AppleStore.hpp"
+
+#include <utility>
+
+#include "kelto/AppleBridge/AccountBinding.hpp"
+#include "kelto/AppleBridge/BridgeError.hpp"
+#include "kelto/AppleBridge/CloudAvailability.hpp"
+#include "kelto/AppleBridge/ExchangeRequest.hpp"
+#include "kelto/AppleBridge/HostMerge.hpp"
+#include "kelto/AppleBridge/ServiceCall.hpp"
+#include "kelto/AppleBridge/SnapshotExport.hpp"
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/model/LibrarySchema.hpp"
+#include "kelto/persistence/ModelContext.hpp"
+#include "kelto/persistence/SqliteStore.hpp"
+
+namespace kelto {
+
+namespace {
+
+constexpr std::string_view storeInGroup = "Library/Kelto.store";
+
+}  // namespace
+
+AppleStore& AppleStore::shared() {
+    // Never destroyed: the host may still be in an exchange while static objects go.
+    static AppleStore& store = *new AppleStore(Platform::current());
+    return store;
+}
+
+AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
+
+Task<std::string> AppleStore::exchange(std::string text) {
+    const ExchangeRequest request(std::move(text));
+    if (cloudAvailable(platform_) == 0) {
+        throw BridgeError("This build is not provisioned for iCloud.");
+    }
+    const std::string fixedPath = fixedStorePath(request);
+    const std::string account = co_await accountName();
+
+    // From here on nothing waits: no other exchange can come between.
+    bindToAccount(
+        *platform_.files, *platform_.random, withoutLastPathComponent(fixedPath), account);
+    ModelContainer& library = container(request, fixedPath);
+    ModelContext context(library);
+    HostMerge(context, request, *platform_.files).run();
+    co_return SnapshotExport(library, request, *platform_.files, *platform_.random)
+        .response(status(), lastSync());
+}
+
+std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {
+    const auto group = platform_.groupContainer->path(platform_.identity.appGroup);
+    if (group) {
+        const std::string base = platform_.files->currentFolder();
+        const std::string expected = standardizedPath(joinedPath(*group, storeInGroup), base);
+        if (standardizedPath(request.storePath(), base) == expected) return expected;
+    }
+    throw BridgeError("The iCloud store must be in Kelto’s App Group.");
+}
+
+Task<std::string> AppleStore::accountName() {
+    CloudAccount& service = *platform_.account;
+    const AccountStatus status = co_await ServiceCall<AccountStatus>(
+        *platform_.mainExecutor,
+        [&service](auto completion) { service.accountStatus(std::move(completion)); });
+    if (status != AccountStatus::available) {
+        throw BridgeError("Sign in to iCloud in System Settings to sync.");
+    }
+    const auto recordName = co_await ServiceCall<std::optional<std::string>>(
+        *platform_.mainExecutor,
+        [&service](auto completion) { service.fetchUserRecordName(std::move(completion)); });
+    if (!recordName) fatalError("the account service gave neither a record nor an error");
+    co_return *recordName;
+}
+
+ModelContainer& AppleStore::container(const ExchangeRequest& request,
+                                      const std::string& fixedPath) {
+    if (storePath_ && *storePath_ != request.storePath()) {
+        throw BridgeError("The native store is already open at a different location.");
+    }
+    if (container_) return *container_;
+    platform_.remoteNotifications->registerApplication();
+    observeMirroring();
+    container_ = std::make_unique<ModelContainer>(
+        librarySchema(),
+        std::make_unique<SqliteStore>(
+            librarySchema(), platform_.files, platform_.random, fixedPath),
+        platform_.clock,
+        platform_.random);
+    storePath_ = request.storePath();
+    return *container_;
+}
+
+void AppleStore::observeMirroring() {
+    observer_ = platform_.mirroringEvents->observe(
+        [sync = sync_, main = platform_.mainExecutor](const MirroringNotification& notification) {
+            if (!notification.event) return;
+            main->post([sync, event = *notification.event] { sync->update(event); });
+        });
+}
+
+}  // namespace kelto

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "kelto/AppleBridge/SyncStatus.hpp"
+#include "kelto/foundation/Date.hpp"
+#include "kelto/foundation/Task.hpp"
+#include "kelto/persistence/ModelContainer.hpp"
+#include "kelto/platform/Platform.hpp"
+
+namespace kelto {
+
+class ExchangeRequest;
+
+/// The one object that owns the library's store: every exchange passes through it. Its persistent
+/// container is made by the first exchange that passes the opening checks, and then kept, at one
+/// place, until the process ends. Main thread only.
+class AppleStore {
+public:
+    /// The process's own store, made on first use.
+    static AppleStore& shared();
+
+    /// A store of its own, for tests.
+    explicit AppleStore(Platform platform);
+    AppleStore(const AppleStore&) = delete;
+    AppleStore& operator=(const AppleStore&) = delete;
+
+    /// One exchange: the request's text in, the response's text out. Throws a BridgeError for a
+    /// refusal and a PlatformError for a failure; the store is then as it was, except that a
+    /// failure to write payload files for the host comes after the host's records were saved. Waits
+    /// for others at two points only, both for the account service. The store outlives the task.
+    [[nodiscard]] Task<std::string> exchange(std::string request);
+
+    [[nodiscard]] const std::string& status() const { return sync_->status; }
+    [[nodiscard]] const std::optional<Date>& lastSync() const { return sync_->lastSync; }
+
+private:
+    /// The store's own location; a request that names another is refused.
+    [[nodiscard]] std::string fixedStorePath(const ExchangeRequest& request) const;
+    [[nodiscard]] Task<std::string> accountName();
+    /// The container, opened on first use.
+    [[nodiscard]] ModelContainer& container(const ExchangeRequest& request,
+                                            const std::string& fixedPath);
+    void observeMirroring();
+
+    Platform platform_;
+    std::unique_ptr<ModelContainer> container_;
+    std::optional<std::string> storePath_;
+    std::unique_ptr<MirroringEvents::Observation> observer_;
+    // Shared with updates that are on their way through the main executor.
+    std::shared_ptr<SyncStatus> sync_ = std::make_shared<SyncStatus>();
+};
+
+}  // namespace kelto

@@ -1,0 +1,89 @@
+#include "kelto/AppleBridge/SnapshotExport.hpp"
+
+#include <utility>
+
+#include "kelto/AppleBridge/ErrorEnvelope.hpp"
+#include "kelto/AppleBridge/FileFingerprint.hpp"
+#include "kelto/AppleBridge/RecordWriter.hpp"
+#include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/Sha256.hpp"
+#include "kelto/platform/FileTransfer.hpp"
+
+namespace kelto {
+
+SnapshotExport::SnapshotExport(ModelContainer& container,
+                               const ExchangeRequest& request,
+                               FileSystem& files,
+                               Random& random)
+    : container_(container),
+      request_(request),
+      files_(files),
+      random_(random),
+      receivedFolder_(joinedPath(request.directory(), "received")) {
+    if (!receivedFolder_.starts_with('/')) {
+        receivedFolder_ = joinedPath(files_.currentFolder(), receivedFolder_);
+    }
+}
+
+std::string SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
+    files_.createFolders(receivedFolder_);
+
+    RecordWriter envelope(json_);
+    envelope.text("directory", request_.directory());
+    if (lastSync) envelope.timestamp("lastSync", *lastSync);
+    envelope.value("records") += '[';
+    for (const Project* project : container_.objects<Project>()) appendProject(*project);
+    for (const Tag* tag : container_.objects<Tag>()) appendTag(*tag);
+    for (const Thing* thing : container_.objects<Thing>()) appendThing(*thing);
+    json_ += ']';
+    envelope.text("status", status);
+    envelope.integer("version", bridgeProtocolVersion);
+    envelope.close();
+    return std::move(json_);
+}
+
+void SnapshotExport::appendProject(const Project& project) {
+    separate();
+    RecordWriter record = base(json_, "Project", project.uuid(), project.createdAt());
+    record.text("name", project.name());
+    record.integer("sortOrder", project.sortOrder());
+    record.text("linkedFolderOwner", project.linkedFolderOwner());
+    if (project.parent() != nullptr) record.identifier("parent", project.parent()->uuid());
+    record.close();
+}
+
+void SnapshotExport::appendTag(const Tag& tag) {
+    separate();
+    RecordWriter record = base(json_, "Tag", tag.uuid(), tag.createdAt());
+    record.text("name", tag.name());
+    record.close();
+}
+
+void SnapshotExport::appendThing(const Thing& thing) {
+    const std::string fileDigest = fileFingerprint(thing);
+    const std::string fingerprint = sha256(canonicalThingRecord(thing, fileDigest)).hex();
+    const std::string pathPrefix = joinedPath(receivedFolder_, thing.uuid().lowerCaseText()) + ".";
+    // The host holds this version of the thing, files included: nothing to write.
+    if (request_.knownFingerprint(thing.uuid()) != fingerprint) writePayloads(thing, pathPrefix);
+    separate();
+    appendThingRecord(json_, thing, fileDigest, fingerprint, pathPrefix);
+}
+
+void SnapshotExport::writePayloads(const Thing& thing, const std::string& pathPrefix) {
+    for (const PayloadField& field : payloadFields(thing)) {
+        if (!field.payload->has_value()) continue;
+        // Not flushed: after a power cut the host asks for these files again, the store has them.
+        writeAtomically(files_,
+                        random_,
+                        pathPrefix + std::string(field.key),
+                        Durability::relaxed,
+                        [&](File& file) { container_.payloads().copyTo(**field.payload, file); });
+    }
+}
+
+void SnapshotExport::separate() {
+    if (json_.back() != '[') json_ += ',';
+}
+
+}  // namespace kelto

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "kelto/AppleBridge/ExchangeRequest.hpp"
+#include "kelto/foundation/Date.hpp"
+#include "kelto/model/Project.hpp"
+#include "kelto/model/Tag.hpp"
+#include "kelto/model/Thing.hpp"
+#include "kelto/persistence/ModelContainer.hpp"
+#include "kelto/platform/FileSystem.hpp"
+#include "kelto/platform/Random.hpp"
+
+namespace kelto {
+
+/// Turns the whole saved library into the response: all projects, tags and things as records, with
+/// the files of those things that the host does not hold yet written into the folder "received" of
+/// the exchange folder. Changes nothing in the store.
+class SnapshotExport {
+public:
+    /// What is given is borrowed until response() has returned.
+    SnapshotExport(ModelContainer& container,
+                   const ExchangeRequest& request,
+                   FileSystem& files,
+                   Random& random);
+
+    /// The response text. Throws the file system's or the store's error; payload files that were
+    /// written before it stay.
+    [[nodiscard]] std::string response(std::string_view status,
+                                       const std::optional<Date>& lastSync);
+
+private:
+    void appendProject(const Project& project);
+    void appendTag(const Tag& tag);
+    void appendThing(const Thing& thing);
+    void writePayloads(const Thing& thing, const std::string& pathPrefix);
+    void separate();
+
+    ModelContainer& container_;
+    const ExchangeRequest& request_;
+    FileSystem& files_;
+    Random& random_;
+    std::string receivedFolder_;
+    std::string json_;
+};
+
+}  // namespace kelto

@@ -1,0 +1,23 @@
+#include "kelto/AppleBridge/SyncStatus.hpp"
+
+#include "kelto/AppleBridge/CloudErrorDescription.hpp"
+
+namespace kelto {
+
+void SyncStatus::update(const MirroringEvent& event) {
+    if (event.error) {
+        status = "iCloud: " + cloudErrorDescription(*event.error);
+        return;
+    }
+    if (!event.endDate) {
+        status = "Syncing with iCloud…";
+        return;
+    }
+    const bool movesData = event.type == MirroringEvent::Type::import ||
+                           event.type == MirroringEvent::Type::exportToCloud;
+    if (!event.succeeded || !movesData) return;
+    lastSync = event.endDate;
+    status = "iCloud enabled";
+}
+
+}  // namespace kelto

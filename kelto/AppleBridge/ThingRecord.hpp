@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "kelto/model/Thing.hpp"
+
+namespace kelto {
+
+/// One payload of a thing under its key on the wire.
+struct PayloadField {
+    std::string_view key;
+    const std::optional<Payload>* payload;
+};
+
+/// The payloads of a thing in the order in which they are exported.
+[[nodiscard]] std::array<PayloadField, 3> payloadFields(const Thing& thing);
+
+/// The record over which a thing's fingerprint is taken: compact, keys sorted, payloads by digest.
+/// Hosts keep fingerprints between runs: golden files freeze its bytes.
+[[nodiscard]] std::string canonicalThingRecord(const Thing& thing,
+                                               std::string_view fileFingerprint);
+
+/// Appends the record as the host receives it. `payloadPathPrefix` followed by a payload's key is
+/// the path of its file.
+void appendThingRecord(std::string& out,
+                       const Thing& thing,
+                       std::string_view fileFingerprint,
+                       std::string_view fingerprint,
+                       std::string_view payloadPathPrefix);
+
+}  // namespace kelto

@@ -1,0 +1,125 @@
+#include "kelto/persistence/ModelContainer.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/PlatformError.hpp"
+#include "kelto/persistence/ModelObject.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// The object of that row, found by binary search; nullptr when there is none.
+ModelObject* find(const std::vector<std::unique_ptr<ModelObject>>& objects, std::int64_t row) {
+    const auto place = std::lower_bound(
+        objects.begin(), objects.end(), row, [](const auto& object, std::int64_t wanted) {
+            return object->row() < wanted;
+        });
+    return place != objects.end() && (*place)->row() == row ? place->get() : nullptr;
+}
+
+ModelObject& linked(ModelObject* object) {
+    if (object == nullptr) {
+        // The store's foreign keys keep this out, so somebody has written without them.
+        throw PlatformError::described(
+            errorDomain::sqlite,
+            11,
+            "The library’s store is damaged: a record refers to one that is not there.");
+    }
+    return *object;
+}
+
+}  // namespace
+
+ModelContainer::ModelContainer(const Schema& schema,
+                               std::unique_ptr<PersistentStore> store,
+                               std::shared_ptr<Clock> clock,
+                               std::shared_ptr<Random> random)
+    : schema_(schema), store_(std::move(store)), environment_(std::move(clock), std::move(random)) {
+    for (const EntityDescription* entity : schema_.entities) populations_.push_back({entity, {}});
+}
+
+ModelContainer::~ModelContainer() = default;
+
+ModelContainer::Population& ModelContainer::population(const EntityDescription& entity) {
+    for (Population& population : populations_) {
+        if (population.entity == &entity) return population;
+    }
+    fatalError("an object of an entity that the container does not know");
+}
+
+void ModelContainer::begin() {
+    const PersistentStore::Since since = store_->begin();
+    if (isLoaded_ && since == PersistentStore::Since::unchanged) return;
+    try {
+        load();
+    } catch (...) {
+        forget();
+        store_->rollback();
+        throw;
+    }
+}
+
+void ModelContainer::load() {
+    forget();
+    for (Population& population : populations_) {
+        loadObjects(population);
+        environment_.setLastRow(*population.entity, store_->lastRow(*population.entity));
+    }
+    linkColumns();
+    for (const Population& population : populations_) loadLinks(population);
+    isLoaded_ = true;
+}
+
+void ModelContainer::loadObjects(Population& population) {
+    const EntityDescription& entity = *population.entity;
+    store_->load(entity, [&](std::int64_t row, RowReader& values) {
+        auto object = entity.make(environment_, row);
+        int column = 0;
+        for (const AttributeDescription& attribute : entity.attributes) {
+            attribute.read(*object, values, column++);
+        }
+        // Others may not be loaded yet: the columns of relationships wait until all are.
+        for (const RelationshipDescription& relationship : entity.relationships) {
+            if (relationship.storage != RelationshipStorage::column) continue;
+            if (!values.isNull(column)) {
+                waitingLinks_.push_back({object.get(), &relationship, values.integer(column)});
+            }
+            ++column;
+        }
+        object->state_ = ModelObject::State::stored;
+        population.objects.push_back(std::move(object));
+    });
+}
+
+void ModelContainer::loadLinks(const Population& population) {
+    const EntityDescription& entity = *population.entity;
+    for (const RelationshipDescription& relationship : entity.relationships) {
+        if (relationship.storage != RelationshipStorage::joinTable) continue;
+        const auto& others = this->population(schema_.entity(relationship.destination)).objects;
+        store_->loadLinks(entity, relationship, [&](std::int64_t row, std::int64_t other) {
+            relationship.linkLoaded(linked(find(population.objects, row)),
+                                    linked(find(others, other)));
+        });
+    }
+}
+
+void ModelContainer::linkColumns() {
+    for (const WaitingLink& link : waitingLinks_) {
+        const auto& others = population(schema_.entity(link.relationship->destination)).objects;
+        link.relationship->linkLoaded(*link.object, linked(find(others, link.other)));
+    }
+    waitingLinks_.clear();
+}
+
+void ModelContainer::forget() noexcept {
+    isLoaded_ = false;
+    waitingLinks_.clear();
+    environment_.changedObjects.clear();
+    environment_.releasedPayloads.clear();
+    for (Population& population : populations_) population.objects.clear();
+}
+
+}  // namespace kelto

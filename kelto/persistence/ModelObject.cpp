@@ -1,0 +1,28 @@
+#include "kelto/persistence/ModelObject.hpp"
+
+namespace kelto {
+
+void ModelObject::assignPayload(std::optional<Payload>& field,
+                                const std::optional<Payload>& value) {
+    if (field == value) return;
+    if (field && state_ != State::detached) environment_->releasedPayloads.push_back(*field);
+    field = value;
+    noteChangedRow();
+}
+
+void ModelObject::noteChangedRow() {
+    noteChange();
+    rowChanged_ = true;
+}
+
+void ModelObject::noteChangedLists() {
+    noteChange();
+    listsChanged_ = true;
+}
+
+void ModelObject::noteChange() {
+    if (state_ != State::stored || rowChanged_ || listsChanged_) return;
+    environment_->changedObjects.push_back(this);
+}
+
+}  // namespace kelto

@@ -1,0 +1,175 @@
+#include "kelto/persistence/SqliteDatabase.hpp"
+
+#include <utility>
+
+#include <sqlite3.h>
+
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/FilePath.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// What went wrong and what to do, for a person.
+std::string sentence(const std::string& path, int code, const char* detail) {
+    const std::string name = "The library’s store “" + std::string(lastPathComponent(path)) + "” ";
+    switch (code & 0xff) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return name + "is in use by another program. Try again when that has finished.";
+        case SQLITE_FULL:
+            return name + "couldn’t be saved because there isn’t enough space.";
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return name + "couldn’t be saved because it is read only.";
+        case SQLITE_CANTOPEN:
+            return name + "couldn’t be opened.";
+        case SQLITE_NOTADB:
+            return name + "couldn’t be opened because it isn’t a library store.";
+        case SQLITE_CORRUPT:
+            return name + "is damaged (" + detail + ").";
+        default:
+            return name + "couldn’t be used (" + detail + ").";
+    }
+}
+
+}  // namespace
+
+SqliteStatement::SqliteStatement(SqliteDatabase& database, std::string_view sql)
+    : database_(database) {
+    const int code = sqlite3_prepare_v3(database_.handle_,
+                                        sql.data(),
+                                        static_cast<int>(sql.size()),
+                                        SQLITE_PREPARE_PERSISTENT,
+                                        &statement_,
+                                        nullptr);
+    if (code != SQLITE_OK) throw database_.error(code);
+}
+
+SqliteStatement::~SqliteStatement() {
+    sqlite3_finalize(statement_);
+}
+
+// Binding fails for a wrong number, which is a bug, or for a value beyond the database's limits.
+void SqliteStatement::null(int parameter) {
+    if (const int code = sqlite3_bind_null(statement_, parameter + 1)) throw database_.error(code);
+}
+
+void SqliteStatement::integer(int parameter, std::int64_t value) {
+    if (const int code = sqlite3_bind_int64(statement_, parameter + 1, value)) {
+        throw database_.error(code);
+    }
+}
+
+void SqliteStatement::real(int parameter, double value) {
+    if (const int code = sqlite3_bind_double(statement_, parameter + 1, value)) {
+        throw database_.error(code);
+    }
+}
+
+void SqliteStatement::text(int parameter, std::string_view value) {
+    // A null pointer would be stored as NULL instead of the empty text.
+    const char* start = value.data() != nullptr ? value.data() : "";
+    const int code = sqlite3_bind_text64(
+        statement_, parameter + 1, start, value.size(), SQLITE_STATIC, SQLITE_UTF8);
+    if (code != SQLITE_OK) throw database_.error(code);
+}
+
+void SqliteStatement::blob(int parameter, Bytes value) {
+    const int code =
+        value.empty() ? sqlite3_bind_zeroblob(statement_, parameter + 1, 0)
+                      : sqlite3_bind_blob64(
+                            statement_, parameter + 1, value.data(), value.size(), SQLITE_STATIC);
+    if (code != SQLITE_OK) throw database_.error(code);
+}
+
+bool SqliteStatement::step() {
+    const int code = sqlite3_step(statement_);
+    if (code == SQLITE_ROW) return true;
+    if (code == SQLITE_DONE) {
+        reset();
+        return false;
+    }
+    const PlatformError failure = database_.error(code);
+    reset();
+    throw failure;
+}
+
+void SqliteStatement::run() {
+    while (step()) {
+    }
+}
+
+void SqliteStatement::reset() noexcept {
+    sqlite3_reset(statement_);
+}
+
+bool SqliteStatement::isNull(int column) {
+    return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
+std::int64_t SqliteStatement::integer(int column) {
+    return sqlite3_column_int64(statement_, column);
+}
+
+double SqliteStatement::real(int column) {
+    return sqlite3_column_double(statement_, column);
+}
+
+std::string_view SqliteStatement::text(int column) {
+    const auto* start = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+    if (start == nullptr) return {};
+    return {start, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+Bytes SqliteStatement::blob(int column) {
+    const auto* start = static_cast<const std::byte*>(sqlite3_column_blob(statement_, column));
+    if (start == nullptr) return {};
+    return {start, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit)
+    : path_(std::move(path)) {
+    const int code = sqlite3_open_v2(
+        path_.c_str(),
+        &handle_,
+        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | SQLITE_OPEN_NOFOLLOW,
+        nullptr);
+    if (code != SQLITE_OK) {
+        const PlatformError failure = error(code);
+        sqlite3_close(handle_);
+        throw failure;
+    }
+    sqlite3_busy_timeout(handle_, static_cast<int>(busyLimit.count()));
+}
+
+SqliteDatabase::~SqliteDatabase() {
+    sqlite3_close_v2(handle_);
+}
+
+void SqliteDatabase::run(const std::string& sql) {
+    const int code = sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) throw error(code);
+}
+
+std::int64_t SqliteDatabase::integer(std::string_view sql) {
+    SqliteStatement statement(*this, sql);
+    return statement.step() ? statement.integer(0) : 0;
+}
+
+bool SqliteDatabase::isInTransaction() const {
+    return sqlite3_get_autocommit(handle_) == 0;
+}
+
+PlatformError SqliteDatabase::error(int code) const {
+    const char* detail = handle_ != nullptr ? sqlite3_errmsg(handle_) : sqlite3_errstr(code);
+    return {errorDomain::sqlite,
+            code,
+            ErrorDictionary(
+                {{std::string(errorKey::localizedDescription), sentence(path_, code, detail)},
+                 {std::string(errorKey::filePath), path_},
+                 {std::string(errorKey::debugDescription), std::string(detail)}})};
+}
+
+}  // namespace kelto

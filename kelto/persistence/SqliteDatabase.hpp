@@ -1,0 +1,92 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "kelto/foundation/Bytes.hpp"
+#include "kelto/foundation/PlatformError.hpp"
+#include "kelto/persistence/Row.hpp"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace kelto {
+
+class SqliteDatabase;
+
+/// A prepared statement, used over and over: bind, then step. Parameters and columns count from 0.
+class SqliteStatement final : public RowReader, public RowWriter {
+public:
+    SqliteStatement(SqliteDatabase& database, std::string_view sql);
+    ~SqliteStatement() override;
+    SqliteStatement(const SqliteStatement&) = delete;
+    SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+    void null(int parameter) override;
+    void integer(int parameter, std::int64_t value) override;
+    void real(int parameter, double value) override;
+    void text(int parameter, std::string_view value) override;
+    void blob(int parameter, Bytes value) override;
+
+    /// True when a row stands ready; false at the end, which also makes the statement ready for its
+    /// next use.
+    [[nodiscard]] bool step();
+    /// For a statement without rows: runs it to its end.
+    void run();
+    /// Ends a use before the last row. A statement that is not reset keeps its lock.
+    void reset() noexcept;
+
+    [[nodiscard]] bool isNull(int column) override;
+    [[nodiscard]] std::int64_t integer(int column) override;
+    [[nodiscard]] double real(int column) override;
+    [[nodiscard]] std::string_view text(int column) override;
+    [[nodiscard]] Bytes blob(int column) override;
+
+private:
+    SqliteDatabase& database_;
+    sqlite3_stmt* statement_ = nullptr;
+};
+
+/// One connection to one database file. Main thread only. Every failure is a PlatformError that
+/// names the file and what the database says.
+class SqliteDatabase {
+public:
+    /// Opens an existing file for reading and writing. `busyLimit` is how long another writer is
+    /// waited for.
+    SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit);
+    ~SqliteDatabase();
+    SqliteDatabase(const SqliteDatabase&) = delete;
+    SqliteDatabase& operator=(const SqliteDatabase&) = delete;
+
+    /// Runs statements that give no rows.
+    void run(const std::string& sql);
+    /// The first column of the first row, an integer; 0 when there is no row.
+    [[nodiscard]] std::int64_t integer(std::string_view sql);
+    [[nodiscard]] bool isInTransaction() const;
+    [[nodiscard]] const std::string& path() const { return path_; }
+    /// The failure that the connection reports now, as an error to throw.
+    [[nodiscard]] PlatformError error(int code) const;
+
+private:
+    friend class SqliteStatement;
+
+    std::string path_;
+    sqlite3* handle_ = nullptr;
+};
+
+/// Ends the use of a statement at the end of a scope, however it is left.
+class StatementUse {
+public:
+    explicit StatementUse(SqliteStatement& statement) : statement_(statement) {}
+    ~StatementUse() { statement_.reset(); }
+    StatementUse(const StatementUse&) = delete;
+    StatementUse& operator=(const StatementUse&) = delete;
+
+private:
+    SqliteStatement& statement_;
+};
+
+}  // namespace kelto

@@ -1,0 +1,170 @@
+#include "kelto/persistence/SqlitePayloads.hpp"
+
+#include <exception>
+#include <span>
+#include <utility>
+
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/persistence/SqliteStatements.hpp"
+#include "kelto/platform/FileTransfer.hpp"
+
+namespace kelto {
+
+namespace {
+
+Bytes digestBytes(const Payload& payload) {
+    return std::as_bytes(std::span(payload.digest.bytes));
+}
+
+}  // namespace
+
+SqlitePayloads::SqlitePayloads(const Schema& schema,
+                               SqliteDatabase& database,
+                               FileSystem& files,
+                               Random& random,
+                               std::string externalFolder)
+    : files_(files),
+      random_(random),
+      externalFolder_(std::move(externalFolder)),
+      buffer_(transferBufferBytes),
+      select_(database, R"(SELECT "size", "bytes" FROM "Payload" WHERE "digest" = ?)"),
+      insert_(database, R"(INSERT INTO "Payload" ("digest", "size", "bytes") VALUES (?, ?, ?))"),
+      deleteUnused_(database, sql::deleteUnusedPayload(schema)) {
+    static_assert(inlineLimitBytes < transferBufferBytes);
+}
+
+ReceivedPayload SqlitePayloads::receive(File& source) {
+    const std::size_t read = source.read(buffer_);
+    if (read > inlineLimitBytes) return receiveIntoFile(source, read);
+    const Bytes bytes(buffer_.data(), read);
+    return {Payload{sha256(bytes)}, std::string(textOf(bytes))};
+}
+
+ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alreadyRead) {
+    const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
+    // Owned from here on, so that a failed read or write leaves no file behind.
+    ReceivedPayload received({}, 0, files_, files_.create(path));
+    Sha256 digest;
+    std::size_t read = alreadyRead;
+    while (read > 0) {
+        const Bytes bytes(buffer_.data(), read);
+        digest.update(bytes);
+        received.temporary_->write(bytes);
+        received.size_ += read;
+        read = read == buffer_.size() ? source.read(buffer_) : 0;
+    }
+    received.payload_ = {digest.finish()};
+    return received;
+}
+
+void SqlitePayloads::keep(ReceivedPayload& received) {
+    {
+        const StatementUse use(select_);
+        select_.blob(0, digestBytes(received.payload_));
+        if (select_.step()) return;
+    }
+    if (received.temporary_) {
+        const std::string path = filePath(received.payload_.digest);
+        received.temporary_->sync();
+        files_.rename(received.temporary_->path(), path);
+        received.temporary_.reset();
+        arrivedFiles_.push_back(path);
+        insert_.null(2);
+    } else {
+        insert_.blob(2, bytesOf(received.bytes_));
+    }
+    insert_.blob(0, digestBytes(received.payload_));
+    insert_.integer(1, static_cast<std::int64_t>(received.size_));
+    insert_.run();
+}
+
+void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
+    const StatementUse use(select_);
+    select_.blob(0, digestBytes(payload));
+    if (!select_.step()) throw missing(payload);
+    const auto size = static_cast<std::uint64_t>(select_.integer(0));
+    if (select_.isNull(1)) {
+        copyFile(payload, size, destination);
+    } else {
+        destination.write(select_.blob(1));
+    }
+}
+
+void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& destination) {
+    const auto source = files_.openForReading(filePath(payload.digest));
+    std::uint64_t copied = 0;
+    while (const std::size_t read = source->read(buffer_)) {
+        destination.write(Bytes(buffer_.data(), read));
+        copied += read;
+    }
+    if (copied != size) throw missing(payload);
+}
+
+std::uint64_t SqlitePayloads::size(const Payload& payload) {
+    const StatementUse use(select_);
+    select_.blob(0, digestBytes(payload));
+    if (!select_.step()) throw missing(payload);
+    return static_cast<std::uint64_t>(select_.integer(0));
+}
+
+void SqlitePayloads::dropUnused(const std::vector<Payload>& released) {
+    for (const Payload& payload : released) {
+        const StatementUse use(deleteUnused_);
+        deleteUnused_.blob(0, digestBytes(payload));
+        while (deleteUnused_.step()) {
+            if (deleteUnused_.integer(0) != 0) droppedFiles_.push_back(filePath(payload.digest));
+        }
+    }
+}
+
+void SqlitePayloads::flush() {
+    if (!arrivedFiles_.empty()) files_.syncFolder(externalFolder_);
+}
+
+void SqlitePayloads::committed() noexcept {
+    arrivedFiles_.clear();
+    removeQuietly(droppedFiles_);
+}
+
+void SqlitePayloads::rolledBack() noexcept {
+    droppedFiles_.clear();
+    removeQuietly(arrivedFiles_);
+}
+
+void SqlitePayloads::removeQuietly(std::vector<std::string>& paths) noexcept {
+    for (const std::string& path : paths) {
+        try {
+            files_.remove(path);
+        } catch (const std::exception&) {
+            // A stray: swept when the store is opened next.
+        }
+    }
+    paths.clear();
+}
+
+void SqlitePayloads::sweep() {
+    for (const std::string& name : files_.list(externalFolder_)) {
+        const auto digest = Digest::parse(name);
+        if (digest) {
+            const StatementUse use(select_);
+            select_.blob(0, digestBytes({*digest}));
+            if (select_.step() && select_.isNull(1)) continue;
+        }
+        std::vector<std::string> stray{joinedPath(externalFolder_, name)};
+        removeQuietly(stray);
+    }
+}
+
+std::string SqlitePayloads::filePath(const Digest& digest) const {
+    return joinedPath(externalFolder_, digest.hex());
+}
+
+PlatformError SqlitePayloads::missing(const Payload& payload) const {
+    return PlatformError::described(
+        errorDomain::sqlite,
+        11,
+        "The library’s store is damaged: the bytes of a file are missing (" + payload.digest.hex() +
+            ").");
+}
+
+}  // namespace kelto

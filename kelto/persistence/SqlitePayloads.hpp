@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kelto/persistence/PayloadStorage.hpp"
+#include "kelto/persistence/Schema.hpp"
+#include "kelto/persistence/SqliteDatabase.hpp"
+#include "kelto/platform/Random.hpp"
+
+namespace kelto {
+
+/// Payloads of a store: few bytes in a table of the database, many in a file of their own in the
+/// external folder, named by their digest. A file is complete and flushed before the row that names
+/// it commits, and goes only after the commit that dropped its row.
+class SqlitePayloads final : public PayloadStorage {
+public:
+    /// Up to this many bytes lie in the database: making a small file costs far more than its
+    /// bytes.
+    static constexpr std::size_t inlineLimitBytes = 64 * 1024;
+
+    SqlitePayloads(const Schema& schema,
+                   SqliteDatabase& database,
+                   FileSystem& files,
+                   Random& random,
+                   std::string externalFolder);
+
+    [[nodiscard]] ReceivedPayload receive(File& source) override;
+    void keep(ReceivedPayload& received) override;
+    void copyTo(const Payload& payload, File& destination) override;
+    [[nodiscard]] std::uint64_t size(const Payload& payload) override;
+
+    /// Within the store's transaction: removes the rows of those payloads that nobody names any
+    /// more.
+    void dropUnused(const std::vector<Payload>& released);
+    /// Before the commit: the new files' names reach the disk.
+    void flush();
+    /// After the commit: the files of dropped rows go.
+    void committed() noexcept;
+    /// After a rollback: the files that came with the transaction go.
+    void rolledBack() noexcept;
+    /// Removes files that no row names, left by a process that died. The caller holds the write
+    /// lock.
+    void sweep();
+
+private:
+    [[nodiscard]] std::string filePath(const Digest& digest) const;
+    [[nodiscard]] ReceivedPayload receiveIntoFile(File& source, std::size_t alreadyRead);
+    void copyFile(const Payload& payload, std::uint64_t size, File& destination);
+    void removeQuietly(std::vector<std::string>& paths) noexcept;
+    [[nodiscard]] PlatformError missing(const Payload& payload) const;
+
+    FileSystem& files_;
+    Random& random_;
+    std::string externalFolder_;
+    std::vector<std::byte> buffer_;
+    SqliteStatement select_;
+    SqliteStatement insert_;
+    SqliteStatement deleteUnused_;
+    std::vector<std::string> arrivedFiles_;  // renamed into place in this transaction
+    std::vector<std::string> droppedFiles_;  // of rows that this transaction removed
+};
+
+}  // namespace kelto

@@ -1,0 +1,180 @@
+#include "kelto/persistence/SqliteStatements.hpp"
+
+namespace kelto::sql {
+
+namespace {
+
+std::string quoted(std::string_view identifier) {
+    return '"' + std::string(identifier) + '"';
+}
+
+std::string linkTable(const EntityDescription& entity,
+                      const RelationshipDescription& relationship) {
+    return quoted(std::string(entity.name) + "_" + std::string(relationship.name));
+}
+
+std::string columnType(const AttributeDescription& attribute) {
+    const std::string name = quoted(attribute.name);
+    const std::string required = attribute.isOptional ? "" : " NOT NULL";
+    switch (attribute.type) {
+        case AttributeType::uuid:
+            return "BLOB" + required + " CHECK (length(" + name + ") = 16)";
+        case AttributeType::text:
+            return "TEXT" + required;
+        case AttributeType::integer:
+            return "INTEGER" + required;
+        case AttributeType::real:
+        case AttributeType::date:
+            return "REAL" + required;
+        case AttributeType::boolean:
+            return "INTEGER" + required + " CHECK (" + name + " IN (0, 1))";
+        case AttributeType::payload:
+            return "BLOB" + required +
+                   " REFERENCES \"Payload\"(\"digest\") DEFERRABLE INITIALLY DEFERRED";
+    }
+    return "";
+}
+
+/// The columns that follow the id, in the order in which all statements use them.
+std::vector<std::string> columns(const EntityDescription& entity) {
+    std::vector<std::string> names;
+    for (const AttributeDescription& attribute : entity.attributes) {
+        names.push_back(quoted(attribute.name));
+    }
+    for (const RelationshipDescription& relationship : entity.relationships) {
+        if (relationship.storage == RelationshipStorage::column) {
+            names.push_back(quoted(relationship.name));
+        }
+    }
+    return names;
+}
+
+std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
+    std::string text;
+    for (const std::string& part : parts) {
+        if (!text.empty()) text += separator;
+        text += part;
+    }
+    return text;
+}
+
+std::string createTable(const EntityDescription& entity) {
+    std::vector<std::string> definitions{"\"id\" INTEGER PRIMARY KEY AUTOINCREMENT"};
+    for (const AttributeDescription& attribute : entity.attributes) {
+        definitions.push_back(quoted(attribute.name) + " " + columnType(attribute));
+    }
+    for (const RelationshipDescription& relationship : entity.relationships) {
+        if (relationship.storage != RelationshipStorage::column) continue;
+        definitions.push_back(quoted(relationship.name) + " INTEGER REFERENCES " +
+                              quoted(relationship.destination) +
+                              "(\"id\") DEFERRABLE INITIALLY DEFERRED");
+    }
+    return "CREATE TABLE " + quoted(entity.name) + " (" + joined(definitions, ", ") + ") STRICT";
+}
+
+/// An index for each column that points at another table: without it, deleting the row at its other
+/// end would read the whole table.
+void addIndexes(const EntityDescription& entity, std::vector<std::string>& statements) {
+    const auto add = [&](std::string_view name, bool isOptional) {
+        const std::string index = quoted(std::string(entity.name) + "_" + std::string(name));
+        statements.push_back("CREATE INDEX " + index + " ON " + quoted(entity.name) + "(" +
+                             quoted(name) + ")" +
+                             (isOptional ? " WHERE " + quoted(name) + " IS NOT NULL" : ""));
+    };
+    for (const AttributeDescription& attribute : entity.attributes) {
+        if (attribute.type == AttributeType::payload) add(attribute.name, true);
+    }
+    for (const RelationshipDescription& relationship : entity.relationships) {
+        if (relationship.storage == RelationshipStorage::column) add(relationship.name, true);
+    }
+}
+
+void addLinkTables(const EntityDescription& entity, std::vector<std::string>& statements) {
+    for (const RelationshipDescription& relationship : entity.relationships) {
+        if (relationship.storage != RelationshipStorage::joinTable) continue;
+        const std::string table = linkTable(entity, relationship);
+        statements.push_back("CREATE TABLE " + table + " (\"object\" INTEGER NOT NULL REFERENCES " +
+                             quoted(entity.name) +
+                             "(\"id\") DEFERRABLE INITIALLY DEFERRED, \"place\" INTEGER NOT NULL, "
+                             "\"other\" INTEGER NOT NULL REFERENCES " +
+                             quoted(relationship.destination) +
+                             "(\"id\") DEFERRABLE INITIALLY DEFERRED, "
+                             "PRIMARY KEY (\"object\", \"place\")) STRICT, WITHOUT ROWID");
+        statements.push_back(
+            "CREATE INDEX " +
+            quoted(std::string(entity.name) + "_" + std::string(relationship.name) + "_other") +
+            " ON " + table + "(\"other\")");
+    }
+}
+
+/// True in SQL when no row of any entity names the payload.
+std::string payloadIsUnused(const Schema& schema) {
+    std::vector<std::string> conditions;
+    for (const EntityDescription* entity : schema.entities) {
+        for (const AttributeDescription& attribute : entity->attributes) {
+            if (attribute.type != AttributeType::payload) continue;
+            conditions.push_back("NOT EXISTS (SELECT 1 FROM " + quoted(entity->name) + " WHERE " +
+                                 quoted(attribute.name) + " = \"Payload\".\"digest\")");
+        }
+    }
+    return joined(conditions, " AND ");
+}
+
+}  // namespace
+
+std::vector<std::string> createStore(const Schema& schema) {
+    std::vector<std::string> statements{
+        "CREATE TABLE \"Payload\" (\"id\" INTEGER PRIMARY KEY, \"digest\" BLOB NOT NULL UNIQUE "
+        "CHECK (length(\"digest\") = 32), \"size\" INTEGER NOT NULL, \"bytes\" BLOB) STRICT"};
+    for (const EntityDescription* entity : schema.entities) {
+        statements.push_back(createTable(*entity));
+        addIndexes(*entity, statements);
+    }
+    for (const EntityDescription* entity : schema.entities) addLinkTables(*entity, statements);
+    return statements;
+}
+
+std::string selectRows(const EntityDescription& entity) {
+    return "SELECT \"id\", " + joined(columns(entity), ", ") + " FROM " + quoted(entity.name) +
+           " ORDER BY \"id\"";
+}
+
+std::string insertRow(const EntityDescription& entity) {
+    const std::vector<std::string> names = columns(entity);
+    const std::vector<std::string> marks(names.size() + 1, "?");
+    return "INSERT INTO " + quoted(entity.name) + " (\"id\", " + joined(names, ", ") +
+           ") VALUES (" + joined(marks, ", ") + ")";
+}
+
+std::string updateRow(const EntityDescription& entity) {
+    return "UPDATE " + quoted(entity.name) + " SET " + joined(columns(entity), " = ?, ") +
+           " = ? WHERE \"id\" = ?";
+}
+
+std::string deleteRow(const EntityDescription& entity) {
+    return "DELETE FROM " + quoted(entity.name) + " WHERE \"id\" = ?";
+}
+
+std::string selectLinks(const EntityDescription& entity,
+                        const RelationshipDescription& relationship) {
+    return "SELECT \"object\", \"other\" FROM " + linkTable(entity, relationship) +
+           " ORDER BY \"object\", \"place\"";
+}
+
+std::string insertLink(const EntityDescription& entity,
+                       const RelationshipDescription& relationship) {
+    return "INSERT INTO " + linkTable(entity, relationship) +
+           " (\"object\", \"place\", \"other\") VALUES (?, ?, ?)";
+}
+
+std::string deleteLinks(const EntityDescription& entity,
+                        const RelationshipDescription& relationship) {
+    return "DELETE FROM " + linkTable(entity, relationship) + " WHERE \"object\" = ?";
+}
+
+std::string deleteUnusedPayload(const Schema& schema) {
+    return "DELETE FROM \"Payload\" WHERE \"digest\" = ? AND " + payloadIsUnused(schema) +
+           " RETURNING \"bytes\" IS NULL";
+}
+
+}  // namespace kelto::sql

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kelto/persistence/Schema.hpp"
+
+namespace kelto::sql {
+
+// The statements of the store, made from the entity descriptions in one place. Identifiers come
+// from the schema only, never from data.
+
+/// Everything that an empty store needs, in order.
+[[nodiscard]] std::vector<std::string> createStore(const Schema& schema);
+
+/// id, attributes, then the columns of relationships; by id.
+[[nodiscard]] std::string selectRows(const EntityDescription& entity);
+/// Parameters: id, attributes, then the columns of relationships.
+[[nodiscard]] std::string insertRow(const EntityDescription& entity);
+/// Parameters: attributes, then the columns of relationships, then id.
+[[nodiscard]] std::string updateRow(const EntityDescription& entity);
+/// Parameter: id.
+[[nodiscard]] std::string deleteRow(const EntityDescription& entity);
+
+/// object, other; by object and place in its list.
+[[nodiscard]] std::string selectLinks(const EntityDescription& entity,
+                                      const RelationshipDescription& relationship);
+/// Parameters: object, place, other.
+[[nodiscard]] std::string insertLink(const EntityDescription& entity,
+                                     const RelationshipDescription& relationship);
+/// Parameter: object.
+[[nodiscard]] std::string deleteLinks(const EntityDescription& entity,
+                                      const RelationshipDescription& relationship);
+
+/// Removes the payload of the digest in parameter 0 if no row names it any more, and answers, if it
+/// did so, whether the bytes lie in a file.
+[[nodiscard]] std::string deleteUnusedPayload(const Schema& schema);
+
+}  // namespace kelto::sql

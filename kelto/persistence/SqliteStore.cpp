@@ -1,0 +1,203 @@
+#include "kelto/persistence/SqliteStore.hpp"
+
+#include <utility>
+
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/persistence/SqliteStatements.hpp"
+#include "kelto/persistence/SqliteStoreOpening.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// A row seen without its first column, the row number.
+class RowWithoutNumber final : public RowReader {
+public:
+    explicit RowWithoutNumber(RowReader& row) : row_(row) {}
+    bool isNull(int column) override { return row_.isNull(column + 1); }
+    std::int64_t integer(int column) override { return row_.integer(column + 1); }
+    double real(int column) override { return row_.real(column + 1); }
+    std::string_view text(int column) override { return row_.text(column + 1); }
+    Bytes blob(int column) override { return row_.blob(column + 1); }
+
+private:
+    RowReader& row_;
+};
+
+/// Binds attributes and relationship columns from parameter `at` on; answers the next parameter.
+int bindFields(const ModelObject& object, SqliteStatement& statement, int at) {
+    for (const AttributeDescription& attribute : object.entity().attributes) {
+        attribute.write(object, statement, at++);
+    }
+    for (const RelationshipDescription& relationship : object.entity().relationships) {
+        if (relationship.storage != RelationshipStorage::column) continue;
+        const auto related = relationship.related(object);
+        if (related.empty()) {
+            statement.null(at++);
+        } else {
+            statement.integer(at++, related.front()->row());
+        }
+    }
+    return at;
+}
+
+}  // namespace
+
+SqliteStore::EntityStatements::EntityStatements(SqliteDatabase& database,
+                                                const EntityDescription& entity)
+    : insert(database, sql::insertRow(entity)),
+      update(database, sql::updateRow(entity)),
+      remove(database, sql::deleteRow(entity)) {
+    for (const RelationshipDescription& relationship : entity.relationships) {
+        if (relationship.storage != RelationshipStorage::joinTable) continue;
+        links.push_back(std::unique_ptr<LinkStatements>(
+            new LinkStatements{&relationship,
+                               {database, sql::insertLink(entity, relationship)},
+                               {database, sql::deleteLinks(entity, relationship)}}));
+    }
+}
+
+SqliteStore::SqliteStore(const Schema& schema,
+                         std::shared_ptr<FileSystem> files,
+                         std::shared_ptr<Random> random,
+                         const std::string& path)
+    : schema_(schema),
+      files_(std::move(files)),
+      random_(std::move(random)),
+      database_(openStoreDatabase(schema, *files_, path)) {
+    const std::string externalFolder = externalDataFolder(path);
+    files_->createFolders(externalFolder);
+    payloads_ =
+        std::make_unique<SqlitePayloads>(schema, *database_, *files_, *random_, externalFolder);
+    prepare();
+    begin_->run();
+    payloads_->sweep();
+    rollback_->run();
+}
+
+SqliteStore::~SqliteStore() {
+    rollback();
+}
+
+void SqliteStore::prepare() {
+    begin_ = std::make_unique<SqliteStatement>(*database_, "BEGIN IMMEDIATE");
+    commit_ = std::make_unique<SqliteStatement>(*database_, "COMMIT");
+    rollback_ = std::make_unique<SqliteStatement>(*database_, "ROLLBACK");
+    dataVersion_ = std::make_unique<SqliteStatement>(*database_, "PRAGMA data_version");
+    for (const EntityDescription* entity : schema_.entities) {
+        statements_[entity] = std::make_unique<EntityStatements>(*database_, *entity);
+    }
+}
+
+PersistentStore::Since SqliteStore::begin() {
+    if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
+    begin_->run();
+    std::int64_t version = 0;
+    {
+        const StatementUse use(*dataVersion_);
+        if (dataVersion_->step()) version = dataVersion_->integer(0);
+    }
+    const bool unchanged = seenVersion_ == version;
+    seenVersion_ = version;
+    return unchanged ? Since::unchanged : Since::changedByOthers;
+}
+
+void SqliteStore::load(const EntityDescription& entity,
+                       const std::function<void(std::int64_t, RowReader&)>& sink) {
+    SqliteStatement select(*database_, sql::selectRows(entity));
+    RowWithoutNumber values(select);
+    while (select.step()) sink(static_cast<RowReader&>(select).integer(0), values);
+}
+
+void SqliteStore::loadLinks(const EntityDescription& entity,
+                            const RelationshipDescription& relationship,
+                            const std::function<void(std::int64_t, std::int64_t)>& sink) {
+    SqliteStatement select(*database_, sql::selectLinks(entity, relationship));
+    while (select.step()) sink(select.integer(0), select.integer(1));
+}
+
+std::int64_t SqliteStore::lastRow(const EntityDescription& entity) {
+    SqliteStatement select(*database_, "SELECT \"seq\" FROM sqlite_sequence WHERE \"name\" = ?");
+    select.text(0, entity.name);
+    return select.step() ? select.integer(0) : 0;
+}
+
+void SqliteStore::commit(const ChangeSet& changes) {
+    try {
+        write(changes);
+        payloads_->dropUnused(changes.releasedPayloads);
+        payloads_->flush();
+        commit_->run();
+    } catch (...) {
+        rollback();
+        throw;
+    }
+    payloads_->committed();
+}
+
+void SqliteStore::rollback() noexcept {
+    if (database_->isInTransaction()) {
+        try {
+            rollback_->run();
+        } catch (const PlatformError&) {
+            // The database rolls back by itself when it cannot do so now; the first error counts.
+        }
+    }
+    payloads_->rolledBack();
+}
+
+void SqliteStore::write(const ChangeSet& changes) {
+    for (const ModelObject* object : changes.inserted) insertRow(*object);
+    for (const ModelObject* object : changes.changed) {
+        if (object->hasChangedRow()) updateRow(*object);
+        if (object->hasChangedLists()) writeLinks(*object);
+    }
+    for (const ModelObject* object : changes.inserted) writeLinks(*object);
+    for (const ModelObject* object : changes.deleted) deleteRow(*object);
+}
+
+void SqliteStore::insertRow(const ModelObject& object) {
+    SqliteStatement& insert = statements(object).insert;
+    insert.integer(0, object.row());
+    bindFields(object, insert, 1);
+    insert.run();
+}
+
+void SqliteStore::updateRow(const ModelObject& object) {
+    SqliteStatement& update = statements(object).update;
+    const int next = bindFields(object, update, 0);
+    update.integer(next, object.row());
+    update.run();
+}
+
+void SqliteStore::deleteRow(const ModelObject& object) {
+    EntityStatements& prepared = statements(object);
+    for (const auto& links : prepared.links) {
+        links->remove.integer(0, object.row());
+        links->remove.run();
+    }
+    prepared.remove.integer(0, object.row());
+    prepared.remove.run();
+}
+
+void SqliteStore::writeLinks(const ModelObject& object) {
+    for (const auto& links : statements(object).links) {
+        if (object.state() == ModelObject::State::stored) {
+            links->remove.integer(0, object.row());
+            links->remove.run();
+        }
+        std::int64_t place = 0;
+        for (const ModelObject* other : links->relationship->related(object)) {
+            links->insert.integer(0, object.row());
+            links->insert.integer(1, place++);
+            links->insert.integer(2, other->row());
+            links->insert.run();
+        }
+    }
+}
+
+SqliteStore::EntityStatements& SqliteStore::statements(const ModelObject& object) {
+    return *statements_.at(&object.entity());
+}
+
+}  // namespace kelto

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kelto/persistence/PersistentStore.hpp"
+#include "kelto/persistence/SqliteDatabase.hpp"
+#include "kelto/persistence/SqlitePayloads.hpp"
+#include "kelto/platform/FileSystem.hpp"
+#include "kelto/platform/Random.hpp"
+
+namespace kelto {
+
+/// The store in one SQLite database (WAL, full durability) and a folder of large payloads beside
+/// it. docs/store-format.md describes both.
+class SqliteStore final : public PersistentStore {
+public:
+    /// The store format that this library reads and writes. Stored for ever: only add.
+    static constexpr std::int64_t formatVersion = 1;
+    /// "Klto", the mark of a library's store in the database header.
+    static constexpr std::int64_t applicationId = 0x4B6C746F;
+    /// How long another program that is writing is waited for.
+    static constexpr std::chrono::milliseconds busyLimit{5000};
+
+    /// Opens the store at `path`, and makes an empty one when there is none. A file that is no
+    /// library's store, or one of a newer format, is refused and left untouched.
+    SqliteStore(const Schema& schema,
+                std::shared_ptr<FileSystem> files,
+                std::shared_ptr<Random> random,
+                const std::string& path);
+    ~SqliteStore() override;
+
+    [[nodiscard]] Since begin() override;
+    void load(const EntityDescription& entity,
+              const std::function<void(std::int64_t, RowReader&)>& sink) override;
+    void loadLinks(const EntityDescription& entity,
+                   const RelationshipDescription& relationship,
+                   const std::function<void(std::int64_t, std::int64_t)>& sink) override;
+    [[nodiscard]] std::int64_t lastRow(const EntityDescription& entity) override;
+    void commit(const ChangeSet& changes) override;
+    void rollback() noexcept override;
+    [[nodiscard]] PayloadStorage& payloads() override { return *payloads_; }
+
+private:
+    /// The prepared statements of one to-many relationship that has a table.
+    struct LinkStatements {
+        const RelationshipDescription* relationship;
+        SqliteStatement insert;
+        SqliteStatement remove;
+    };
+    /// The prepared statements of one entity.
+    struct EntityStatements {
+        EntityStatements(SqliteDatabase& database, const EntityDescription& entity);
+        SqliteStatement insert;
+        SqliteStatement update;
+        SqliteStatement remove;
+        std::vector<std::unique_ptr<LinkStatements>> links;
+    };
+
+    void prepare();
+    void write(const ChangeSet& changes);
+    void insertRow(const ModelObject& object);
+    void updateRow(const ModelObject& object);
+    void deleteRow(const ModelObject& object);
+    void writeLinks(const ModelObject& object);
+    [[nodiscard]] EntityStatements& statements(const ModelObject& object);
+
+    const Schema& schema_;
+    std::shared_ptr<FileSystem> files_;
+    std::shared_ptr<Random> random_;
+    std::unique_ptr<SqliteDatabase> database_;
+    std::unique_ptr<SqlitePayloads> payloads_;
+    std::unique_ptr<SqliteStatement> begin_;
+    std::unique_ptr<SqliteStatement> commit_;
+    std::unique_ptr<SqliteStatement> rollback_;
+    std::unique_ptr<SqliteStatement> dataVersion_;
+    std::map<const EntityDescription*, std::unique_ptr<EntityStatements>> statements_;
+    std::optional<std::int64_t> seenVersion_;
+};
+
+}  // namespace kelto

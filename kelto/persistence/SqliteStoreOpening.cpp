@@ -1,0 +1,131 @@
+#include "kelto/persistence/SqliteStoreOpening.hpp"
+
+#include <array>
+#include <cstring>
+#include <exception>
+
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/persistence/SqliteStatements.hpp"
+#include "kelto/persistence/SqliteStore.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// "Persistent store of an incompatible version", as the platform's own layer numbers it.
+constexpr std::int64_t incompatibleVersionCode = 134100;
+
+std::string named(const std::string& path) {
+    return "The library’s store “" + std::string(lastPathComponent(path)) + "” ";
+}
+
+PlatformError newerFormat(const std::string& path) {
+    return PlatformError::described(
+        errorDomain::cocoa,
+        incompatibleVersionCode,
+        named(path) +
+            "was written by a newer version of Kelto. Update this application to open it.");
+}
+
+PlatformError notAStore(const std::string& path) {
+    return PlatformError::described(
+        errorDomain::sqlite,
+        26,  // SQLITE_NOTADB
+        named(path) +
+            "couldn’t be opened because the file there isn’t a library store. Move it "
+            "away to start an empty library.");
+}
+
+/// The mark and the format that a database file declares in its first 100 bytes (SQLite's file
+/// format, section 1.3).
+struct Declaration {
+    std::int64_t applicationId = 0;
+    std::int64_t formatVersion = 0;
+
+    [[nodiscard]] bool isEmpty() const { return applicationId == 0 && formatVersion == 0; }
+};
+
+void check(const Declaration& declared, const std::string& path) {
+    if (declared.isEmpty()) return;
+    if (declared.applicationId != SqliteStore::applicationId) throw notAStore(path);
+    if (declared.formatVersion > SqliteStore::formatVersion) throw newerFormat(path);
+    if (declared.formatVersion < 1) throw notAStore(path);
+}
+
+std::int64_t bigEndian32(const std::byte* bytes) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < 4; ++i) value = value << 8 | std::to_integer<std::uint32_t>(bytes[i]);
+    return value;
+}
+
+/// Looks at the file itself first: merely opening a database may already change the files beside
+/// it.
+void checkHeader(FileSystem& files, const std::string& path) {
+    std::array<std::byte, 100> header{};
+    const std::size_t read = files.openForReading(path)->read(header);
+    if (read == 0) return;
+    if (read < header.size() || std::memcmp(header.data(), "SQLite format 3", 16) != 0) {
+        throw notAStore(path);
+    }
+    check({bigEndian32(&header[68]), bigEndian32(&header[60])}, path);
+}
+
+Declaration declarationOf(SqliteDatabase& database) {
+    return {database.integer("PRAGMA application_id"), database.integer("PRAGMA user_version")};
+}
+
+/// Makes the tables, unless another program has done so in the meantime.
+void createIfEmpty(const Schema& schema, SqliteDatabase& database) {
+    database.run("BEGIN IMMEDIATE");
+    try {
+        if (declarationOf(database).isEmpty()) {
+            if (database.integer("SELECT count(*) FROM sqlite_schema") != 0) {
+                throw notAStore(database.path());
+            }
+            for (const std::string& statement : sql::createStore(schema)) database.run(statement);
+            database.run("PRAGMA application_id = " + std::to_string(SqliteStore::applicationId));
+            database.run("PRAGMA user_version = " + std::to_string(SqliteStore::formatVersion));
+        }
+        database.run("COMMIT");
+    } catch (...) {
+        if (database.isInTransaction()) database.run("ROLLBACK");
+        throw;
+    }
+}
+
+void createFileIfMissing(FileSystem& files, const std::string& path) {
+    if (files.status(path)) return;
+    try {
+        // Made here rather than by the database, so that nobody else may read it.
+        (void)files.create(path);
+    } catch (const PlatformError&) {
+        if (!files.status(path)) throw;  // else another program was quicker
+    }
+}
+
+}  // namespace
+
+std::string externalDataFolder(const std::string& storePath) {
+    const std::string stem(withoutPathExtension(lastPathComponent(storePath)));
+    return joinedPath(joinedPath(withoutLastPathComponent(storePath), "." + stem + "_SUPPORT"),
+                      "_EXTERNAL_DATA");
+}
+
+std::unique_ptr<SqliteDatabase> openStoreDatabase(const Schema& schema,
+                                                  FileSystem& files,
+                                                  const std::string& path) {
+    createFileIfMissing(files, path);
+    checkHeader(files, path);
+    auto database = std::make_unique<SqliteDatabase>(path, SqliteStore::busyLimit);
+    // A newer format may still stand in the write-ahead log alone.
+    check(declarationOf(*database), path);
+    createIfEmpty(schema, *database);
+    check(declarationOf(*database), path);
+    database->run("PRAGMA journal_mode = WAL");
+    database->run("PRAGMA synchronous = FULL");
+    database->run("PRAGMA foreign_keys = ON");
+    database->run("PRAGMA trusted_schema = OFF");
+    return database;
+}
+
+}  // namespace kelto

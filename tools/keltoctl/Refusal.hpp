@@ -1,0 +1,14 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace kelto::ctl {
+
+/// A command that cannot be carried out. The text is one sentence for the person at the terminal,
+/// which says what was wrong with what, and what to do.
+class Refusal : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace kelto::ctl

@@ -7,9 +7,9 @@
 namespace kelto {
 namespace {
 
-ErrorDictionary information(std::vector<std::pair<std::string_view, ErrorValue>> entries) {
+ErrorDictionary information(const std::vector<std::pair<std::string_view, ErrorValue>>& entries) {
     ErrorDictionary dictionary;
-    for (auto& [key, value] : entries) dictionary.entries.emplace_back(key, std::move(value));
+    for (const auto& [key, value] : entries) dictionary.entries.emplace_back(key, value);
     return dictionary;
 }
 
@@ -121,7 +121,8 @@ TEST(PlatformError, SharesItsObjectWithItsCopies) {
 }
 
 TEST(PlatformErrorDeathTest, CannotBeMadeWithoutAnObject) {
-    EXPECT_DEATH(PlatformError{ErrorRef()}, "Fatal error: An error without its object");
+    EXPECT_DEATH({ const PlatformError error{ErrorRef()}; },
+                 "Fatal error: An error without its object");
 }
 
 TEST(ErrorDictionary, FindsTheFirstEntryOfAKey) {

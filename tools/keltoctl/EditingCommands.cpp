@@ -68,13 +68,13 @@ void setPayloads(ThingRecord& thing, const EditOptions& options, IncomingFolder&
 
 int runEdit(Host& host, const EditOptions& options) {
     if (!options.title && !options.concernsThings())
-        throw Refusal("nothing to change; name a field, such as --title TEXT.");
+        throw WrongUsage("nothing to change; name a field, such as --title TEXT.");
     Session& session = host.freshSession();
     const Item item = session.snapshot().item(options.id);
     ThingChange change;
     IncomingFolder incoming(session.state().exchangeFolder());
     if (item.thing == nullptr && options.concernsThings())
-        throw Refusal("a project or a tag has only a name; change it with --title NAME.");
+        throw WrongUsage("a project or a tag has only a name; change it with --title NAME.");
     if (item.thing != nullptr) {
         ThingRecord thing = changing(*item.thing);
         setTexts(thing, options);
@@ -100,7 +100,7 @@ struct TagOptions {
 
 int runTag(Host& host, const TagOptions& options) {
     if (options.added.empty() && options.removed.empty())
-        throw Refusal("nothing to change; write --add NAME or --remove NAME.");
+        throw WrongUsage("nothing to change; write --add NAME or --remove NAME.");
     Session& session = host.freshSession();
     const Snapshot& snapshot = session.snapshot();
     std::vector<std::string> removed;
@@ -134,7 +134,7 @@ struct MoveOptions {
 
 int runMove(Host& host, const MoveOptions& options) {
     if (options.project.has_value() == options.top)
-        throw Refusal("say where to: --project NAME, or --top.");
+        throw WrongUsage("say where to: --project NAME, or --top.");
     Session& session = host.freshSession();
     const Snapshot& snapshot = session.snapshot();
     std::optional<std::string> target;

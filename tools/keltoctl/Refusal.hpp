@@ -11,4 +11,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A command whose options do not go together; it was not begun.
+class WrongUsage : public Refusal {
+public:
+    using Refusal::Refusal;
+};
+
 }  // namespace kelto::ctl

@@ -28,7 +28,7 @@ TagsByName tagsByName(const Snapshot& snapshot,
                       std::int64_t nowMilliseconds) {
     TagsByName tags;
     for (const std::string& name : names) {
-        if (name.empty()) throw Refusal("a tag needs a name; write --tag NAME.");
+        if (name.empty()) throw WrongUsage("a tag needs a name; write --tag NAME.");
         const std::string id = idOf(snapshot, name, nowMilliseconds, tags.added);
         if (std::find(tags.ids.begin(), tags.ids.end(), id) == tags.ids.end())
             tags.ids.push_back(id);

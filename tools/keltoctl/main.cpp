@@ -16,6 +16,9 @@ int run(const Command& command, HostOptions options) {
         Bridge bridge;
         Host host(bridge, options);
         return command(host);
+    } catch (const WrongUsage& error) {
+        Host::complain(error.what());
+        return exitStatus::wrongUsage;
     } catch (const std::exception& error) {
         // Refusals and the foundation's errors are sentences; anything else is a rare full memory.
         Host::complain(error.what());

@@ -10,7 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "kelto/foundation/JsonStringScan.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/TextArena.hpp"
 
 namespace kelto {
 
@@ -41,8 +43,8 @@ struct JsonNumberValue {
 ///     }
 ///     reader.finish();
 ///
-/// Every call throws a PlatformError (NSCocoaErrorDomain 3840) at the first fault: "The JSON text is
-/// not valid at line 3, column 14 (byte 57): a comma or “}” is missing." Lines and columns count
+/// Every call throws a PlatformError (NSCocoaErrorDomain 3840) at the first fault: "The JSON text
+/// is not valid at line 3, column 14 (byte 57): a comma or “}” is missing." Lines and columns count
 /// from 1 (columns in bytes of that line), bytes from 0. After a throw the reader must not be used.
 ///
 /// The text is borrowed and outlives the reader. A string without escapes is a view into it; one
@@ -59,13 +61,15 @@ public:
     /// it after nextKey(); for an element, after nextElement().
     [[nodiscard]] JsonKind kind();
 
-    void enterObject();  ///< The next value must be an object (check kind() first: else it is a bug).
+    void
+    enterObject();  ///< The next value must be an object (check kind() first: else it is a bug).
     /// The next member's key, decoded; none after the last, which leaves the object. The member's
     /// value must be consumed before the next call.
     [[nodiscard]] std::optional<std::string_view> nextKey();
 
     void enterArray();  ///< The next value must be an array.
-    /// True when another element follows (consume it); false after the last, which leaves the array.
+    /// True when another element follows (consume it); false after the last, which leaves the
+    /// array.
     [[nodiscard]] bool nextElement();
 
     /// Each consumes the next value, which must be of that kind.
@@ -81,7 +85,150 @@ public:
     void finish();
 
 private:
-    // The implementer's.
+    /// What may be asked for next.
+    enum class Place : std::uint8_t {
+        value,       ///< a value: at the start, after a key, after nextElement() said true
+        firstChild,  ///< a member or element: the container was just entered
+        afterValue,  ///< another member or element, or after the last value of all finish()
+    };
+
+    // What runs for every value stands in this header; what is rare or ends in a throw, does not.
+    [[nodiscard]] char peek();
+    void skipBlanks();
+    void requireValue() const;
+    void requireInside(bool array) const;
+    [[nodiscard]] std::string_view readString();
+    [[nodiscard]] std::string_view readUnusualString(const char* first, const char* special);
+    void skipString();
+    void skipWord(std::string_view word);
+    [[nodiscard]] bool stepToKey();
+    void passColon();
+    void enter(bool array);
+    void leave();
+
+    [[noreturn]] void failAt(const char* at, std::string_view cause) const;
+    [[noreturn]] void failAtValue() const;
+    [[noreturn]] void failAtKey() const;
+    [[noreturn]] void failAtSeparator(std::string_view closing) const;
+    [[noreturn]] void failAtKind() const;
+    [[noreturn]] static void misuse();
+
+    const char* begin_;
+    const char* cursor_;
+    const char* end_;
+    Place place_ = Place::value;
+    std::size_t depth_ = 0;
+    std::bitset<depthLimit> arrays_;  ///< for each open container whether it is an array
+    TextArena decoded_;
 };
+
+namespace detail {
+
+inline constexpr std::uint8_t noJsonKind = 0xFF;
+
+/// The kind of value that each byte begins.
+inline constexpr std::array<std::uint8_t, 256> jsonKindOfByte = [] {
+    std::array<std::uint8_t, 256> kinds{};
+    kinds.fill(noJsonKind);
+    const auto set = [&kinds](char c, JsonKind kind) {
+        kinds[static_cast<std::uint8_t>(c)] = static_cast<std::uint8_t>(kind);
+    };
+    set('{', JsonKind::object);
+    set('[', JsonKind::array);
+    set('"', JsonKind::string);
+    set('-', JsonKind::number);
+    for (char digit = '0'; digit <= '9'; ++digit) set(digit, JsonKind::number);
+    set('t', JsonKind::boolean);
+    set('f', JsonKind::boolean);
+    set('n', JsonKind::null);
+    return kinds;
+}();
+
+}  // namespace detail
+
+/// The next byte that is no blank; NUL, which no rule allows outside of strings, at the end.
+inline char JsonReader::peek() {
+    if (cursor_ != end_ && static_cast<unsigned char>(*cursor_) > ' ') [[likely]]
+        return *cursor_;
+    skipBlanks();
+    return cursor_ == end_ ? '\0' : *cursor_;
+}
+
+inline void JsonReader::requireValue() const {
+    if (place_ != Place::value) [[unlikely]]
+        misuse();
+}
+
+inline void JsonReader::requireInside(bool array) const {
+    const bool inside = place_ != Place::value && depth_ != 0 && arrays_[depth_ - 1] == array;
+    if (!inside) [[unlikely]]
+        misuse();
+}
+
+inline JsonKind JsonReader::kind() {
+    requireValue();
+    const std::uint8_t kind = detail::jsonKindOfByte[static_cast<std::uint8_t>(peek())];
+    if (kind == detail::noJsonKind) [[unlikely]]
+        failAtValue();
+    return static_cast<JsonKind>(kind);
+}
+
+inline std::string_view JsonReader::readString() {
+    const char* const first = cursor_ + 1;
+    const char* const special = findJsonSpecial(first, end_);
+    if (special == end_ || *special != '"') [[unlikely]] {
+        return readUnusualString(first, special);
+    }
+    cursor_ = special + 1;
+    return {first, static_cast<std::size_t>(special - first)};
+}
+
+/// True with the cursor on the quotation mark of the next key; false after the object was left.
+inline bool JsonReader::stepToKey() {
+    requireInside(false);
+    char next = peek();
+    if (next == '}') {
+        leave();
+        return false;
+    }
+    if (place_ == Place::afterValue) {
+        if (next != ',') [[unlikely]]
+            failAtSeparator("}");
+        ++cursor_;
+        next = peek();
+    }
+    if (next != '"') [[unlikely]]
+        failAtKey();
+    return true;
+}
+
+inline void JsonReader::passColon() {
+    if (peek() != ':') [[unlikely]]
+        failAt(cursor_, "a colon after a key is missing");
+    ++cursor_;
+    place_ = Place::value;
+}
+
+inline std::optional<std::string_view> JsonReader::nextKey() {
+    if (!stepToKey()) return std::nullopt;
+    const std::string_view key = readString();
+    passColon();
+    return key;
+}
+
+inline std::string_view JsonReader::string() {
+    requireValue();
+    if (peek() != '"') [[unlikely]]
+        failAtKind();
+    const std::string_view text = readString();
+    place_ = Place::afterValue;
+    return text;
+}
+
+inline void JsonReader::leave() {
+    ++cursor_;
+    --depth_;
+    place_ = Place::afterValue;
+}
 
 }  // namespace kelto

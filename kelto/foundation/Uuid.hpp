@@ -2,6 +2,7 @@
 
 #include <array>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -33,10 +34,13 @@ struct Uuid {
 template <>
 struct std::hash<kelto::Uuid> {
     std::size_t operator()(const kelto::Uuid& uuid) const noexcept {
-        // Hosts may number their items: mix both halves rather than trust either.
+        // Hosts may number their items: every byte has to reach the low bits, which choose the
+        // bucket. The finisher is that of MurmurHash3.
         std::uint64_t halves[2];
         std::memcpy(halves, uuid.bytes.data(), sizeof halves);
-        std::uint64_t mixed = (halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15ULL)) * 0xD6E8FEB86659FD93ULL;
-        return static_cast<std::size_t>(mixed ^ (mixed >> 32));
+        std::uint64_t mixed = halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15ULL);
+        mixed = (mixed ^ (mixed >> 33)) * 0xFF51AFD7ED558CCDULL;
+        mixed = (mixed ^ (mixed >> 33)) * 0xC4CEB9FE1A85EC53ULL;
+        return static_cast<std::size_t>(mixed ^ (mixed >> 33));
     }
 };

@@ -1,0 +1,127 @@
+#include "kelto/foundation/JsonWriter.hpp"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/HexDigits.hpp"
+#include "kelto/foundation/JsonStringScan.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// The letter after the reverse solidus; 0 for a control character that has none.
+constexpr char shortEscape(char c) {
+    switch (c) {
+        case '"':
+        case '\\':
+        case '/':
+            return c;
+        case '\b':
+            return 'b';
+        case '\t':
+            return 't';
+        case '\n':
+            return 'n';
+        case '\f':
+            return 'f';
+        case '\r':
+            return 'r';
+        default:
+            return 0;
+    }
+}
+
+void appendEscaped(std::string& out, char c) {
+    if (const char letter = shortEscape(c); letter != 0) {
+        const std::array<char, 2> escape = {'\\', letter};
+        out.append(escape.data(), escape.size());
+    } else {
+        std::array<char, 6> escape = {'\\', 'u', '0', '0', '0', '0'};
+        putHexPair(&escape[4], static_cast<std::uint8_t>(c), lowerCaseHexPairs);
+        out.append(escape.data(), escape.size());
+    }
+}
+
+/// "d.ddde-xx", the shortest form that reads back equal, taken apart.
+struct ShortestForm {
+    std::array<char, 32> text;
+    std::size_t length = 0;
+    std::array<char, 20> digits;
+    std::size_t digitCount = 0;
+    int exponent = 0;  ///< of the first digit
+
+    explicit ShortestForm(double magnitude) {
+        const auto printed = std::to_chars(
+            text.data(), text.data() + text.size(), magnitude, std::chars_format::scientific);
+        length = static_cast<std::size_t>(printed.ptr - text.data());
+        const char* at = text.data();
+        for (; *at != 'e'; ++at) {
+            if (*at != '.') digits[digitCount++] = *at;
+        }
+        const bool negative = at[1] == '-';
+        std::from_chars(at + 2, printed.ptr, exponent);
+        if (negative) exponent = -exponent;
+    }
+};
+
+/// Without an exponent: for 0.0001 and up, and for no more digits than 2^53 has.
+void appendPositional(std::string& out, const ShortestForm& form) {
+    const char* digits = form.digits.data();
+    const std::size_t count = form.digitCount;
+    if (form.exponent < 0) {
+        out.append("0.").append(static_cast<std::size_t>(-form.exponent - 1), '0');
+        out.append(digits, count);
+        return;
+    }
+    const std::size_t before = static_cast<std::size_t>(form.exponent) + 1;
+    if (before >= count) {
+        out.append(digits, count).append(before - count, '0');
+    } else {
+        out.append(digits, before).append(".").append(digits + before, count - before);
+    }
+}
+
+}  // namespace
+
+void appendJsonString(std::string& out, std::string_view text) {
+    out += '"';
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (;;) {
+        const char* const special = findJsonEscapable(at, end);
+        out.append(at, special);
+        if (special == end) break;
+        appendEscaped(out, *special);
+        at = special + 1;
+    }
+    out += '"';
+}
+
+void appendJsonInteger(std::string& out, std::int64_t value) {
+    std::array<char, 20> digits;
+    const auto printed = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    out.append(digits.data(), printed.ptr);
+}
+
+void appendJsonDouble(std::string& out, double value) {
+    constexpr double largestPositional = 0x1p53;
+    constexpr double smallestPositional = 0.0001;
+    if (!std::isfinite(value)) fatalError("A number without a JSON form was to be written");
+    if (std::signbit(value)) out += '-';
+    const double magnitude = std::fabs(value);
+    if (magnitude == 0) {
+        out += '0';
+        return;
+    }
+    const ShortestForm form(magnitude);
+    if (magnitude > largestPositional || magnitude < smallestPositional) {
+        out.append(form.text.data(), form.length);
+    } else {
+        appendPositional(out, form);
+    }
+}
+
+}  // namespace kelto

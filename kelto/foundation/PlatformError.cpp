@@ -1,0 +1,214 @@
+#include "kelto/foundation/PlatformError.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/Text.hpp"
+
+namespace kelto {
+
+namespace {
+
+const std::string* textUnder(const ErrorDictionary& dictionary, std::string_view key) {
+    const ErrorValue* value = dictionary.find(key);
+    return value == nullptr ? nullptr : std::get_if<std::string>(value);
+}
+
+/// The C library's text for an errno, in English whatever the locale; empty for an unknown one.
+std::string_view posixReason(std::int64_t code) {
+    if (!std::in_range<int>(code)) return {};
+    const char* text = strerrordesc_np(static_cast<int>(code));
+    return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+std::string_view failureReason(const ErrorObject& error) {
+    if (const std::string* reason = textUnder(error.userInfo, errorKey::localizedFailureReason)) {
+        return *reason;
+    }
+    return error.domain == errorDomain::posix ? posixReason(error.code) : std::string_view();
+}
+
+/// The two oldest domains go by a shorter name in sentences.
+std::string_view spokenDomain(std::string_view domain) {
+    if (domain == errorDomain::cocoa) return "Cocoa";
+    if (domain == errorDomain::posix) return "POSIX";
+    return domain;
+}
+
+/// A file's name and the name of its folder as they can stand in a sentence: well-formed UTF-8
+/// without control characters, which could tear the line or hide a part of it.
+struct SpokenPath {
+    std::string file;    ///< with the noun and the quotation marks: file “x”
+    std::string folder;  ///< the same with what leads over to it: in the folder “y”; else empty
+};
+
+std::string spokenName(std::string_view name) {
+    const std::string wellFormed = repairedUtf8(name);
+    std::string spoken;
+    for (std::size_t i = 0; i < wellFormed.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(wellFormed[i]);
+        // U+0080 to U+009F are control characters too; each is C2 and a second byte below A0.
+        const bool twoBytes = byte == 0xC2 && static_cast<unsigned char>(wellFormed[i + 1]) < 0xA0;
+        if (byte < 0x20 || byte == 0x7F || twoBytes) {
+            spoken += '?';
+            i += twoBytes ? 1 : 0;
+        } else {
+            spoken += wellFormed[i];
+        }
+    }
+    return "“" + spoken + "”";
+}
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+    return path;
+}
+
+/// The last component of a path without trailing slashes; "/" for the root.
+std::string_view lastComponent(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == path.npos || path == "/" ? path : path.substr(slash + 1);
+}
+
+SpokenPath spokenPath(std::string_view path) {
+    path = withoutTrailingSlashes(path);
+    if (path.empty()) return {"file", ""};
+    SpokenPath spoken{"file " + spokenName(lastComponent(path)), ""};
+    if (const std::size_t slash = path.rfind('/'); slash != path.npos && path != "/") {
+        const std::string_view folder = withoutTrailingSlashes(path.substr(0, slash + 1));
+        spoken.folder = " in the folder " + spokenName(lastComponent(folder));
+    }
+    return spoken;
+}
+
+std::string inParentheses(int errorNumber) {
+    const std::string_view reason = posixReason(errorNumber);
+    return " (" + (reason.empty() ? "error " + std::to_string(errorNumber) : std::string(reason)) +
+           ").";
+}
+
+struct FileFailure {
+    std::int64_t code;
+    std::string sentence;
+};
+
+FileFailure readFailure(const SpokenPath& path, int errorNumber) {
+    const std::string failed = "The " + path.file + " couldn’t be opened";
+    switch (errorNumber) {
+        case ENOENT:
+            return {260, failed + " because there is no such file."};
+        case EACCES:
+        case EPERM:
+            return {257, failed + " because you don’t have permission to view it."};
+        case ENAMETOOLONG:
+            return {258, failed + " because the file name is invalid."};
+        default:
+            return {256, failed + inParentheses(errorNumber)};
+    }
+}
+
+FileFailure writeFailure(const SpokenPath& path, int errorNumber) {
+    const std::string failed = "The " + path.file + " couldn’t be saved" + path.folder;
+    switch (errorNumber) {
+        case ENOENT:
+            return {4, "The " + path.file + " doesn’t exist."};
+        case EACCES:
+        case EPERM:
+            return {513, "You don’t have permission to save the " + path.file + path.folder + "."};
+        case ENAMETOOLONG:
+            return {514, failed + " because the file name is invalid."};
+        case EEXIST:
+            return {516, failed + " because a file with the same name already exists."};
+        case ENOSPC:
+        case EDQUOT:
+            return {640, failed + " because there isn’t enough space."};
+        case EROFS:
+            return {642, failed + " because the volume is read only."};
+        default:
+            return {512, failed + inParentheses(errorNumber)};
+    }
+}
+
+PlatformError fileError(std::string_view path, int errorNumber, FileFailure failure) {
+    ErrorRef cause =
+        std::make_shared<const ErrorObject>(std::string(errorDomain::posix), errorNumber);
+    return {errorDomain::cocoa,
+            failure.code,
+            ErrorDictionary({
+                {std::string(errorKey::filePath), std::string(path)},
+                {std::string(errorKey::underlyingError), std::move(cause)},
+                {std::string(errorKey::localizedDescription), std::move(failure.sentence)},
+            })};
+}
+
+}  // namespace
+
+ErrorDictionary::ErrorDictionary(std::vector<std::pair<std::string, ErrorValue>> all)
+    : entries(std::move(all)) {
+    for (auto& [key, value] : entries) {
+        const ErrorRef* error = std::get_if<ErrorRef>(&value);
+        if (error != nullptr && *error == nullptr) value = std::monostate();
+    }
+}
+
+const ErrorValue* ErrorDictionary::find(std::string_view key) const {
+    const auto entry = std::find_if(
+        entries.begin(), entries.end(), [key](const auto& each) { return each.first == key; });
+    return entry == entries.end() ? nullptr : &entry->second;
+}
+
+ErrorObject::ErrorObject(std::string errorDomain,
+                         std::int64_t errorCode,
+                         ErrorDictionary information)
+    : domain(std::move(errorDomain)), code(errorCode), userInfo(std::move(information)) {}
+
+std::string ErrorObject::localizedDescription() const {
+    if (const std::string* sentence = textUnder(userInfo, errorKey::localizedDescription)) {
+        return *sentence;
+    }
+    const std::string_view reason = failureReason(*this);
+    if (const std::string* failure = textUnder(userInfo, errorKey::localizedFailure)) {
+        return reason.empty() ? *failure : *failure + " " + std::string(reason);
+    }
+    std::string sentence = "The operation couldn’t be completed. ";
+    if (!reason.empty()) return sentence.append(reason);
+    return sentence.append("(")
+        .append(spokenDomain(domain))
+        .append(" error ")
+        .append(std::to_string(code))
+        .append(".)");
+}
+
+PlatformError::PlatformError(std::string_view domain, std::int64_t code, ErrorDictionary userInfo)
+    : PlatformError(
+          std::make_shared<const ErrorObject>(std::string(domain), code, std::move(userInfo))) {}
+
+PlatformError::PlatformError(ErrorRef object) : object_(std::move(object)) {
+    if (object_ == nullptr) fatalError("An error without its object was thrown");
+    what_ = object_->localizedDescription();
+}
+
+PlatformError PlatformError::described(std::string_view domain,
+                                       std::int64_t code,
+                                       std::string description) {
+    return {
+        domain,
+        code,
+        ErrorDictionary({{std::string(errorKey::localizedDescription), std::move(description)}})};
+}
+
+PlatformError PlatformError::fileRead(std::string_view path, int errorNumber) {
+    return fileError(path, errorNumber, readFailure(spokenPath(path), errorNumber));
+}
+
+PlatformError PlatformError::fileWrite(std::string_view path, int errorNumber) {
+    return fileError(path, errorNumber, writeFailure(spokenPath(path), errorNumber));
+}
+
+std::string PlatformError::localizedDescription() const {
+    return what_;
+}
+
+}  // namespace kelto

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace kelto {
 
@@ -23,7 +23,8 @@ namespace kelto {
 
 /// Whether `left` stands strictly before `right` under a case-insensitive comparison in the current
 /// locale (LC_ALL, LC_COLLATE, LANG; the root order when none is set, or "C" or "POSIX" or
-/// "C.UTF-8"). Accents count, letter case and canonical form do not, digits compare as characters.
+/// "C.UTF-8"). Accents count, letter case and canonical form do not (so ß is ss), digits compare as
+/// characters. The variables are read at the first comparison of the process, and only then.
 [[nodiscard]] bool orderedBeforeCaseInsensitively(std::string_view left, std::string_view right);
 
 /// The first `count` user-perceived characters (extended grapheme clusters, Unicode Annex 29; a CR LF

@@ -1,0 +1,125 @@
+#include "kelto/foundation/FilePath.hpp"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace kelto {
+namespace {
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    while (path.ends_with('/')) path.remove_suffix(1);
+    return path;
+}
+
+/// Where the last component of a path without trailing slashes begins.
+std::size_t lastComponentStart(std::string_view trimmed) {
+    const std::size_t slash = trimmed.rfind('/');
+    return slash == std::string_view::npos ? 0 : slash + 1;
+}
+
+/// A blank ends a word, and a direction mark lets a name pass for another one on screen
+/// ("gpj.exe"): behind either, what follows the dot is not offered as an extension.
+bool holdsForbiddenCharacter(std::string_view extension) {
+    using namespace std::string_view_literals;
+    static constexpr std::array forbidden = {
+        " "sv,
+        "\u061C"sv,
+        "\u200E"sv,
+        "\u200F"sv,
+        "\u202A"sv,
+        "\u202B"sv,
+        "\u202C"sv,
+        "\u202D"sv,
+        "\u202E"sv,
+        "\u2066"sv,
+        "\u2067"sv,
+        "\u2068"sv,
+        "\u2069"sv,
+    };
+    return std::any_of(forbidden.begin(), forbidden.end(), [&](std::string_view character) {
+        return extension.find(character) != std::string_view::npos;
+    });
+}
+
+/// The length of the extension of a name without slashes, 0 for none. Both the extension and the
+/// path without it are cut from this one answer, so that they always fit together again.
+std::size_t extensionLength(std::string_view name) {
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return 0;
+    const std::string_view stem = name.substr(0, dot);
+    if (stem == "." || stem == "..") return 0;
+    const std::string_view extension = name.substr(dot + 1);
+    return holdsForbiddenCharacter(extension) ? 0 : extension.size();
+}
+
+/// Adds the components of `path` to those that lead up to it.
+void descend(std::vector<std::string_view>& components, std::string_view path) {
+    std::size_t start = 0;
+    while (start < path.size()) {
+        const std::size_t end = std::min(path.find('/', start), path.size());
+        const std::string_view component = path.substr(start, end - start);
+        if (component == "..") {
+            if (!components.empty()) components.pop_back();
+        } else if (!component.empty() && component != ".") {
+            components.push_back(component);
+        }
+        start = end + 1;
+    }
+}
+
+}  // namespace
+
+std::string_view lastPathComponent(std::string_view path) {
+    const std::string_view trimmed = withoutTrailingSlashes(path);
+    if (trimmed.empty()) return path.substr(0, std::min<std::size_t>(path.size(), 1));
+    return trimmed.substr(lastComponentStart(trimmed));
+}
+
+std::string_view withoutLastPathComponent(std::string_view path) {
+    const std::string_view trimmed = withoutTrailingSlashes(path);
+    const std::string_view parent =
+        withoutTrailingSlashes(trimmed.substr(0, lastComponentStart(trimmed)));
+    if (parent.empty() && path.starts_with('/')) return path.substr(0, 1);
+    return parent;
+}
+
+std::string_view pathExtension(std::string_view path) {
+    const std::string_view name = lastPathComponent(path);
+    return name.substr(name.size() - extensionLength(name));
+}
+
+std::string_view withoutPathExtension(std::string_view path) {
+    const std::size_t length = extensionLength(lastPathComponent(path));
+    if (length == 0) return path;
+    const std::string_view trimmed = withoutTrailingSlashes(path);
+    return trimmed.substr(0, trimmed.size() - length - 1);
+}
+
+std::string joinedPath(std::string_view folder, std::string_view name) {
+    // An empty side joins nothing: a slash of ours would turn a relative name into an absolute one.
+    if (folder.empty()) return std::string(name);
+    if (name.empty()) return std::string(folder);
+    while (name.starts_with('/')) name.remove_prefix(1);
+    std::string joined(withoutTrailingSlashes(folder));
+    joined += '/';
+    joined += name;
+    return joined;
+}
+
+std::string standardizedPath(std::string_view path, std::string_view base) {
+    std::vector<std::string_view> components;
+    if (!path.starts_with('/')) descend(components, base);
+    descend(components, path);
+
+    if (components.empty()) return "/";
+    std::string standardized;
+    standardized.reserve(base.size() + path.size() + 2);
+    for (const std::string_view component : components) {
+        standardized += '/';
+        standardized += component;
+    }
+    return standardized;
+}
+
+}  // namespace kelto

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <random>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kelto/foundation/JsonReader.hpp"

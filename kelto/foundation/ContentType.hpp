@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kelto {
 
@@ -21,6 +22,7 @@ public:
     /// The type of files with this extension (no dot, any letter case); none when it is not known.
     [[nodiscard]] static std::optional<ContentType> fromFileExtension(std::string_view extension);
 
+    /// In lower case, whatever it was made from.
     [[nodiscard]] const std::string& identifier() const { return identifier_; }
     /// Itself, or anything it is derived from, directly or not.
     [[nodiscard]] bool conformsTo(std::string_view identifier) const;

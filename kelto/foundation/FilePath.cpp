@@ -1,7 +1,6 @@
 #include "kelto/foundation/FilePath.hpp"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 namespace kelto {
@@ -18,28 +17,26 @@ std::size_t lastComponentStart(std::string_view trimmed) {
     return slash == std::string_view::npos ? 0 : slash + 1;
 }
 
+/// Whether `text` begins with U+061C, U+200E, U+200F, U+202A to U+202E or U+2066 to U+2069.
+bool beginsWithDirectionMark(std::string_view text) {
+    if (text.starts_with("\xD8\x9C")) return true;
+    if (text.size() < 3) return false;
+    const auto last = static_cast<unsigned char>(text[2]);
+    if (text.starts_with("\xE2\x80")) {
+        return last == 0x8E || last == 0x8F || (last >= 0xAA && last <= 0xAE);
+    }
+    return text.starts_with("\xE2\x81") && last >= 0xA6 && last <= 0xA9;
+}
+
 /// A blank ends a word, and a direction mark lets a name pass for another one on screen
 /// ("gpj.exe"): behind either, what follows the dot is not offered as an extension.
 bool holdsForbiddenCharacter(std::string_view extension) {
-    using namespace std::string_view_literals;
-    static constexpr std::array forbidden = {
-        " "sv,
-        "\u061C"sv,
-        "\u200E"sv,
-        "\u200F"sv,
-        "\u202A"sv,
-        "\u202B"sv,
-        "\u202C"sv,
-        "\u202D"sv,
-        "\u202E"sv,
-        "\u2066"sv,
-        "\u2067"sv,
-        "\u2068"sv,
-        "\u2069"sv,
-    };
-    return std::any_of(forbidden.begin(), forbidden.end(), [&](std::string_view character) {
-        return extension.find(character) != std::string_view::npos;
-    });
+    for (std::size_t index = 0; index < extension.size(); ++index) {
+        if (extension[index] == ' ' || beginsWithDirectionMark(extension.substr(index))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// The length of the extension of a name without slashes, 0 for none. Both the extension and the

@@ -15,10 +15,12 @@ namespace kelto {
 [[nodiscard]] std::string_view withoutLastPathComponent(std::string_view path);
 
 /// The text after the last dot of the last component: none for a name that begins with its only
-/// dot, that ends in a dot, or whose extension would hold a blank or a direction mark.
+/// dot, that ends in a dot, whose rest would be "." or "..", or whose extension would hold a blank
+/// or a direction mark.
 [[nodiscard]] std::string_view pathExtension(std::string_view path);
 
-/// The path without that extension and its dot; unchanged when there is none.
+/// The path without that extension, its dot and the slashes behind them; unchanged when there is
+/// none.
 [[nodiscard]] std::string_view withoutPathExtension(std::string_view path);
 
 /// The two joined by exactly one slash.

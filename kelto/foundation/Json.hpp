@@ -17,7 +17,7 @@ using JsonElements = std::vector<JsonValue>;
 
 /// A number as it stood in the text, so that what is only passed on is passed on unchanged.
 struct JsonNumber {
-    std::string text;
+    std::string text;  ///< well formed by RFC 8259
 
     /// The exact integer when the number's value is integral and fits a signed 64-bit integer
     /// (5, 5.0 and 5e0 are the same integer); else none.

@@ -12,7 +12,7 @@ namespace kelto {
 namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-constexpr std::int64_t unreadableFile = 3840;  // NSPropertyListReadCorruptError, for JSON as well
+constexpr std::int64_t unreadableText = 3840;  // NSPropertyListReadCorruptError, for JSON as well
 
 constexpr bool isBlank(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
@@ -164,6 +164,15 @@ void JsonReader::skipValue() {
     } while (depth_ != outside);
 }
 
+void JsonReader::requireContainer() {
+    const JsonKind next = kind();
+    if (next == JsonKind::object || next == JsonKind::array) return;
+    const char* const value = cursor_;
+    skipValue();
+    finish();
+    failAt(value, "an object or an array must stand here");
+}
+
 void JsonReader::finish() {
     if (depth_ != 0 || place_ != Place::afterValue) misuse();
     skipBlanks();
@@ -181,7 +190,7 @@ void JsonReader::failAt(const char* at, std::string_view cause) const {
     sentence.append(cause) += '.';
     throw PlatformError(
         errorDomain::cocoa,
-        unreadableFile,
+        unreadableText,
         ErrorDictionary({{std::string(errorKey::localizedDescription), std::move(sentence)},
                          {std::string(errorKey::debugDescription), std::string(cause)}}));
 }

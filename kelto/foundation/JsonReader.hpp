@@ -45,7 +45,8 @@ struct JsonNumberValue {
 ///
 /// Every call throws a PlatformError (NSCocoaErrorDomain 3840) at the first fault: "The JSON text
 /// is not valid at line 3, column 14 (byte 57): a comma or “}” is missing." Lines and columns count
-/// from 1 (columns in bytes of that line), bytes from 0. After a throw the reader must not be used.
+/// from 1 (columns in bytes of that line), bytes from 0; a byte-order mark counts. After a throw
+/// the reader must not be used.
 ///
 /// The text is borrowed and outlives the reader. A string without escapes is a view into it; one
 /// with escapes is decoded into memory of the reader and lives as long as the reader does.
@@ -61,11 +62,15 @@ public:
     /// it after nextKey(); for an element, after nextElement().
     [[nodiscard]] JsonKind kind();
 
-    void
-    enterObject();  ///< The next value must be an object (check kind() first: else it is a bug).
+    /// The next value must be an object (check kind() first: else it is a bug).
+    void enterObject();
     /// The next member's key, decoded; none after the last, which leaves the object. The member's
     /// value must be consumed before the next call.
     [[nodiscard]] std::optional<std::string_view> nextKey();
+
+    /// At the start of a text that must hold an object or an array: any other value is a fault, but
+    /// only once the rest of the text is known to be well formed.
+    void requireContainer();
 
     void enterArray();  ///< The next value must be an array.
     /// True when another element follows (consume it); false after the last, which leaves the

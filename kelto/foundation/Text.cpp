@@ -120,8 +120,8 @@ void appendSortedMarks(std::string& text, std::vector<UChar32>& marks) {
 }
 
 /// ICU sorts marks one by one from the end of a run. That suits the three of a real letter, while a
-/// hostile run of a hundred thousand would hold an exchange for minutes; so long runs come to it
-/// sorted, which leaves the text canonically equivalent.
+/// hostile run of a hundred thousand takes it seconds and one of a million minutes; so long runs
+/// come to it sorted, which leaves the text canonically equivalent.
 std::string_view withoutDisorderedMarks(std::string_view text, std::string& storage) {
     if (!hasLongMarkRun(text)) return text;
     std::string sorted;

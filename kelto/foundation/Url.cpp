@@ -134,7 +134,7 @@ std::optional<Parts> split(std::string_view text) {
 std::optional<std::string> asciiHost(std::string_view host) {
     // A domain name has at most 253 bytes, and each character takes at least one of them. More is
     // refused at once: the encoding of one label takes quadratic time.
-    constexpr std::size_t longestName = 253 * 4;
+    constexpr std::size_t longestName = std::size_t{253} * 4;
     if (host.size() > longestName) return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::IDNA> idna(icu::IDNA::createUTS46Instance(

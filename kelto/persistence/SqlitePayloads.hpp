@@ -53,7 +53,6 @@ private:
     void removeQuietly(std::vector<std::string>& paths) noexcept;
     [[nodiscard]] PlatformError missing(const Payload& payload) const;
 
-    SqliteDatabase& database_;
     FileSystem& files_;
     Random& random_;
     std::string externalFolder_;

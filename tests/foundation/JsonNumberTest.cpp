@@ -166,7 +166,7 @@ std::optional<std::int64_t> integerByHand(const std::string& token) {
     std::size_t point = std::min(written.find('.'), written.size());
     if (point != written.size()) written.erase(point, 1);
     written = zeros(500) + written + zeros(500);
-    point = static_cast<std::size_t>(static_cast<int>(point) + 500 + exponent);
+    point += static_cast<std::size_t>(500 + exponent);  // exponents stay below 400 here
     if (written.find_first_not_of('0', point) != std::string::npos) return std::nullopt;
     std::string whole = written.substr(0, point);
     whole.erase(0, std::min(whole.find_first_not_of('0'), whole.size() - 1));

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -73,6 +74,7 @@ TEST(Sha256, GoesOnAfterItWasMoved) {
 TEST(Sha256, ServesManyThreadsAtOnce) {
     std::vector<Digest> digests(8);
     std::vector<std::thread> threads;
+    threads.reserve(digests.size());
     for (Digest& digest : digests) {
         threads.emplace_back([&digest] {
             for (int i = 0; i < 1000; ++i) digest = sha256("abc");
@@ -110,6 +112,13 @@ TEST(Digest, AppendsItsDigits) {
     std::string text = "sha256-";
     Digest{}.appendHex(text);
     EXPECT_EQ(text, "sha256-" + std::string(64, '0'));
+}
+
+TEST(Digest, IsFoundAgainByItsHash) {
+    std::unordered_map<Digest, int> numbers;
+    for (int i = 0; i < 1000; ++i) numbers[sha256(std::to_string(i))] = i;
+    ASSERT_EQ(numbers.size(), 1000U);
+    EXPECT_EQ(numbers[sha256("617")], 617);
 }
 
 TEST(Digest, OfZeroBytesIsAnOrdinaryDigest) {

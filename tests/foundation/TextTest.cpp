@@ -288,6 +288,7 @@ TEST(Text, OrdersMegabytes) {
 TEST(Text, OrdersInManyThreadsAtOnce) {
     std::vector<int> mistakes(4);
     std::vector<std::thread> threads;
+    threads.reserve(mistakes.size());
     for (int& count : mistakes) {
         threads.emplace_back([&count] {
             for (int round = 0; round < 1000; ++round) {
@@ -433,7 +434,7 @@ constexpr TextCase firstLines[] = {
     {"EmptyLinesAreSkipped", "\n\n  word\nsecond", "  word"},
     {"BlanksAreALine", "\n \nx", " "},
     {"OnlyBreaks", "\n\r\n\u2028", ""},
-    {"NoBreaks", "a\tb\u200B\u00A0\u2027\u202A\u0084", "a\tb\u200B\u00A0\u2027\u202A\u0084"},
+    {"NoBreaks", "a\tb\u200B\u00A0\u2027\u202F\u0084", "a\tb\u200B\u00A0\u2027\u202F\u0084"},
     {"NulIsNoBreak", "\0a\nb"sv, "\0a"sv},
     {"BreakBehindIllFormedBytes", "\xE2\x80\xC2\u0085x", "\xE2\x80\xC2"},
 };

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace kelto::test {
+namespace kelto {
 
 namespace fs = std::filesystem;
 
@@ -47,4 +47,4 @@ std::map<std::string, std::string> filesBelow(const std::string& folder) {
     return files;
 }
 
-}  // namespace kelto::test
+}  // namespace kelto

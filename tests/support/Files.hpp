@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace kelto::test {
+namespace kelto {
 
 // Real files, for what a test puts before the library and looks at afterwards. Failures throw.
 
@@ -18,4 +18,4 @@ void writeFile(const std::string& path, std::string_view bytes);
 /// Every file below a folder with its bytes, by its path from there on: what "untouched" means.
 [[nodiscard]] std::map<std::string, std::string> filesBelow(const std::string& folder);
 
-}  // namespace kelto::test
+}  // namespace kelto

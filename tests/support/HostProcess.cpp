@@ -16,7 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace kelto::test {
+namespace kelto {
 
 namespace {
 
@@ -193,4 +193,4 @@ void HostProcess::fail(const std::string& what) {
     throw std::runtime_error("the host " + what + ". Its standard error: " + standardError_);
 }
 
-}  // namespace kelto::test
+}  // namespace kelto

@@ -11,7 +11,7 @@
 
 #include "tests/support/Response.hpp"
 
-namespace kelto::test {
+namespace kelto {
 
 /// What a host has seen of one callback.
 struct HostAnswer {
@@ -84,4 +84,4 @@ private:
     std::chrono::steady_clock::time_point deadline_;
 };
 
-}  // namespace kelto::test
+}  // namespace kelto

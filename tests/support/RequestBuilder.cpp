@@ -5,7 +5,7 @@
 
 #include "kelto/foundation/Uuid.hpp"
 
-namespace kelto::test {
+namespace kelto {
 
 namespace {
 
@@ -93,4 +93,4 @@ std::string RequestBuilder::text(std::string_view storePath, std::string_view di
     return json.text();
 }
 
-}  // namespace kelto::test
+}  // namespace kelto

@@ -6,7 +6,7 @@
 
 #include "kelto/foundation/Json.hpp"
 
-namespace kelto::test {
+namespace kelto {
 
 /// A readable identifier: the number in hexadecimal at the end of an otherwise fixed UUID text in
 /// lower case. Larger numbers sort later.
@@ -52,4 +52,4 @@ private:
     JsonValue json_;
 };
 
-}  // namespace kelto::test
+}  // namespace kelto

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace kelto::test {
+namespace kelto {
 
 Response::Response(std::string text) : text_(std::move(text)), json_(JsonValue::parse(text_)) {
     if (json_.object() == nullptr) fail("no object");
@@ -121,4 +121,4 @@ void PrintTo(const Response& response, std::ostream* out) {
     *out << response.text();
 }
 
-}  // namespace kelto::test
+}  // namespace kelto

@@ -9,7 +9,7 @@
 
 #include "kelto/foundation/Json.hpp"
 
-namespace kelto::test {
+namespace kelto {
 
 /// A response as a host reads it. A value that a test asks for and that is not there, or not of
 /// that type, is an exception that shows the whole response.
@@ -50,4 +50,4 @@ private:
 
 void PrintTo(const Response& response, std::ostream* out);
 
-}  // namespace kelto::test
+}  // namespace kelto

@@ -5,11 +5,13 @@
 #include <stdexcept>
 #include <utility>
 
+#include <sqlite3.h>
+
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
 #include "kelto/foundation/FilePath.hpp"
 #include "tests/support/Files.hpp"
 
-namespace kelto::test {
+namespace kelto {
 
 TestLibrary::TestLibrary() {
     std::filesystem::create_directories(exchangeFolder());
@@ -36,7 +38,12 @@ std::shared_ptr<PendingExchange> TestLibrary::begin(const RequestBuilder& reques
 }
 
 void TestLibrary::run() {
-    platform_.executor().runAll();
+    platform_.mainExecutor->runUntilIdle();
+}
+
+void TestLibrary::post(const MirroringEvent& event) {
+    platform_.mirroringEvents->post({event});
+    run();
 }
 
 std::string TestLibrary::exchangeText(std::string request) {
@@ -51,20 +58,22 @@ Response TestLibrary::exchange(const RequestBuilder& request) {
     return Response(exchangeText(request.text(storePath(), exchangeFolder())));
 }
 
-std::string TestLibrary::groupFolder() const {
-    return joinedPath(folder_.path(), "group");
-}
-
-std::string TestLibrary::exchangeFolder() const {
-    return joinedPath(folder_.path(), "exchange");
+void TestLibrary::changeStore(const std::string& sql) const {
+    sqlite3* database = nullptr;
+    char* message = nullptr;
+    std::string failure;
+    if (sqlite3_open_v2(storePath().c_str(), &database, SQLITE_OPEN_READWRITE, nullptr) !=
+            SQLITE_OK ||
+        sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
+        failure = message != nullptr ? message : sqlite3_errmsg(database);
+    }
+    sqlite3_free(message);
+    sqlite3_close(database);
+    if (!failure.empty()) throw std::runtime_error("the test cannot change the store: " + failure);
 }
 
 std::string TestLibrary::libraryFolder() const {
     return joinedPath(groupFolder(), "Library");
-}
-
-std::string TestLibrary::storePath() const {
-    return joinedPath(libraryFolder(), "Kelto.store");
 }
 
 std::string TestLibrary::markerPath() const {
@@ -101,4 +110,4 @@ void TestLibrary::clearReceived() {
     std::filesystem::remove_all(receivedFolder());
 }
 
-}  // namespace kelto::test
+}  // namespace kelto

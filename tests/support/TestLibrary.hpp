@@ -10,9 +10,8 @@
 #include "tests/support/FakePlatform.hpp"
 #include "tests/support/RequestBuilder.hpp"
 #include "tests/support/Response.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 
-namespace kelto::test {
+namespace kelto {
 
 /// An exchange on its way.
 class PendingExchange {
@@ -39,23 +38,27 @@ public:
     std::shared_ptr<PendingExchange> begin(const RequestBuilder& request = {});
     /// Runs the main loop until it has nothing to do.
     void run();
+    /// One mirroring event, observed to its end.
+    void post(const MirroringEvent& event);
 
     /// A new process on the same files.
     void restart();
+    /// Another program writes into the store's database, past all rules.
+    void changeStore(const std::string& sql) const;
 
     [[nodiscard]] FakePlatform& platform() { return platform_; }
     [[nodiscard]] AppleStore& store() { return *store_; }
 
-    [[nodiscard]] std::string groupFolder() const;
+    [[nodiscard]] std::string groupFolder() const { return platform_.groupFolder(); }
     [[nodiscard]] std::string libraryFolder() const;  ///< "Library" in the group folder.
-    [[nodiscard]] std::string storePath() const;
+    [[nodiscard]] std::string storePath() const { return platform_.storePath(); }
     [[nodiscard]] std::string markerPath() const;
     /// The files of large payloads beside the store.
     [[nodiscard]] std::string externalFolder() const;
     [[nodiscard]] std::vector<std::string> externalFiles() const;
 
     /// The folder that requests name as "directory".
-    [[nodiscard]] std::string exchangeFolder() const;
+    [[nodiscard]] std::string exchangeFolder() const { return platform_.folder.path("exchange"); }
     [[nodiscard]] std::string receivedFolder() const;
     /// Puts a payload file into the exchange folder; answers its path.
     std::string putFile(std::string_view name, std::string_view bytes);
@@ -69,9 +72,8 @@ public:
 private:
     DetachedTask answer(std::string request, std::shared_ptr<PendingExchange> exchange);
 
-    TemporaryFolder folder_;
     FakePlatform platform_;
     std::unique_ptr<AppleStore> store_;
 };
 
-}  // namespace kelto::test
+}  // namespace kelto

@@ -41,16 +41,11 @@ std::optional<Uuid> thingOfKnownKey(std::string_view key) {
 
 ExchangeRequest::ExchangeRequest(std::string text)
     : text_(limited(std::move(text))), reader_(text_) {
-    const JsonKind kind = reader_.kind();
-    if (kind != JsonKind::object) {
+    reader_.requireContainer();
+    if (reader_.kind() == JsonKind::array) {
         reader_.skipValue();
         reader_.finish();
-        if (kind == JsonKind::array) throw invalidRequest();
-        throw PlatformError::described(
-            errorDomain::cocoa,
-            3840,
-            "The JSON text is not valid at line 1, column 1 (byte 0): it "
-            "must be an object or an array.");
+        throw invalidRequest();
     }
     readEnvelope();
     if (!isVersionKnown_ || !storePathText_ || !directoryText_ || !areRecordsObjects_) {

@@ -164,6 +164,15 @@ void JsonReader::skipValue() {
     } while (depth_ != outside);
 }
 
+void JsonReader::requireContainer() {
+    const JsonKind next = kind();
+    if (next == JsonKind::object || next == JsonKind::array) return;
+    const char* const value = cursor_;
+    skipValue();
+    finish();
+    failAt(value, "an object or an array must stand here");
+}
+
 void JsonReader::finish() {
     if (depth_ != 0 || place_ != Place::afterValue) misuse();
     skipBlanks();

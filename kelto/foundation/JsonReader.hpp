@@ -68,6 +68,10 @@ public:
     /// value must be consumed before the next call.
     [[nodiscard]] std::optional<std::string_view> nextKey();
 
+    /// At the start of a text that must hold an object or an array: any other value is a fault, but
+    /// only once the rest of the text is known to be well formed.
+    void requireContainer();
+
     void enterArray();  ///< The next value must be an array.
     /// True when another element follows (consume it); false after the last, which leaves the
     /// array.

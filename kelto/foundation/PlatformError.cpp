@@ -132,13 +132,13 @@ FileFailure writeFailure(const SpokenPath& path, int errorNumber) {
 }
 
 PlatformError fileError(std::string_view path, int errorNumber, FileFailure failure) {
-    ErrorRef cause =
-        std::make_shared<const ErrorObject>(std::string(errorDomain::posix), errorNumber);
+    // The system's error stands beside, not below: whoever walks down a tree of errors to its leaves
+    // would otherwise lose the sentence that names the file.
     return {errorDomain::cocoa,
             failure.code,
             ErrorDictionary({
                 {std::string(errorKey::filePath), std::string(path)},
-                {std::string(errorKey::underlyingError), std::move(cause)},
+                {std::string(errorKey::debugDescription), std::string(posixReason(errorNumber))},
                 {std::string(errorKey::localizedDescription), std::move(failure.sentence)},
             })};
 }

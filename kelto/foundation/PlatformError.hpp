@@ -74,7 +74,7 @@ public:
                                    std::string description);
     /// A file that could not be read. `errorNumber` is the errno of the failed call. The sentence
     /// names the file (last component of `path`) and the cause; the user information holds the path
-    /// and the POSIX error below it.
+    /// and the system’s own words for the cause.
     static PlatformError fileRead(std::string_view path, int errorNumber);
     /// The same for a file or folder that could not be written, made, renamed or removed.
     static PlatformError fileWrite(std::string_view path, int errorNumber);

@@ -56,8 +56,24 @@ public:
     [[nodiscard]] std::vector<Thing*> activeThings() const;  ///< Those not in the trash.
 
 private:
-    // The implementer's.
     friend class Thing;
+
+    /// A blank project for a row that is being read: asks neither the clock nor for a random uuid.
+    Project(ObjectEnvironment& environment, std::int64_t row)
+        : ModelObject(description(), environment, row) {}
+
+    [[nodiscard]] static RelationshipDescription parentRelationship();
+    [[nodiscard]] static RelationshipDescription childrenRelationship();
+    [[nodiscard]] static RelationshipDescription thingsRelationship();
+
+    Uuid uuid_;
+    std::string name_;
+    std::int64_t sortOrder_ = 0;
+    std::string linkedFolderOwner_;
+    Date createdAt_;
+    Project* parent_ = nullptr;
+    OrderedObjects<Project> children_;
+    OrderedObjects<Thing> things_;
 };
 
 }  // namespace kelto

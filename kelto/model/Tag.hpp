@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,8 +34,18 @@ public:
     [[nodiscard]] std::vector<Thing*> activeThings() const;  ///< Those not in the trash.
 
 private:
-    // The implementer's.
     friend class Thing;
+
+    /// A blank tag for a row that is being read: asks neither the clock nor for a random uuid.
+    Tag(ObjectEnvironment& environment, std::int64_t row)
+        : ModelObject(description(), environment, row) {}
+
+    [[nodiscard]] static RelationshipDescription thingsRelationship();
+
+    Uuid uuid_;
+    std::string name_;
+    Date createdAt_;
+    OrderedObjects<Thing> things_;
 };
 
 }  // namespace kelto

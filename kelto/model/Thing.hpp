@@ -103,10 +103,40 @@ public:
     void restore();
 
 private:
-    // The implementer's: the fields in the order of the getters, relationship accessors for the
-    // schema.
     friend class Tag;
     friend class Project;
+
+    /// A blank item for a row that is being read: asks neither the clock nor for a random uuid.
+    Thing(ObjectEnvironment& environment, std::int64_t row)
+        : ModelObject(description(), environment, row) {}
+
+    [[nodiscard]] static std::vector<AttributeDescription> attributes();
+    [[nodiscard]] static RelationshipDescription tagsRelationship();
+    [[nodiscard]] static RelationshipDescription projectRelationship();
+    /// What setTags() does for a list without this tag, at the cost of this one tag.
+    void detachTag(Tag& tag);
+
+    Uuid uuid_;
+    std::string kindRaw_{rawValue(ThingKind::note)};
+    std::string title_;
+    std::string subtitle_;
+    std::string content_;
+    std::string note_;
+    std::string urlString_;
+    std::string fileName_;
+    std::string typeIdentifier_;
+    std::int64_t fileSize_ = 0;
+    std::optional<Payload> data_;
+    std::optional<Payload> thumbnailData_;
+    std::optional<Payload> iconData_;
+    double aspectRatio_ = 1.0;
+    bool isStarred_ = false;
+    std::optional<Date> trashedAt_;
+    Date createdAt_;
+    Date updatedAt_;
+    std::string metadataJSON_;
+    std::vector<Tag*> tags_;
+    Project* project_ = nullptr;
 };
 
 }  // namespace kelto

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <random>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kelto/foundation/JsonReader.hpp"
@@ -323,6 +324,36 @@ TEST(JsonStringScan, StopsAtTheSameBytesAtEveryOffset) {
 // -------------------------------------------------------------------------------
 
 constexpr const char* misuse = "Fatal error: A JSON text was read in an order or as a kind";
+
+TEST(JsonReader, RefusesATopLevelValueThatHoldsNothing) {
+    for (const std::string_view text : {"5", " \"x\"", "null", "true"}) {
+        JsonReader reader(text);
+        try {
+            reader.requireContainer();
+            ADD_FAILURE() << text;
+        } catch (const PlatformError& error) {
+            EXPECT_THAT(error.localizedDescription(),
+                        testing::EndsWith("an object or an array must stand here."));
+        }
+    }
+}
+
+TEST(JsonReader, TellsOtherFaultsBeforeItRefusesATopLevelValue) {
+    JsonReader reader("5 x");
+    try {
+        reader.requireContainer();
+        FAIL();
+    } catch (const PlatformError& error) {
+        EXPECT_THAT(error.localizedDescription(), testing::HasSubstr("column 3"));
+    }
+}
+
+TEST(JsonReader, LeavesAContainerForTheNextCallToEnter) {
+    JsonReader reader(" [1]");
+    reader.requireContainer();
+    reader.enterArray();
+    EXPECT_TRUE(reader.nextElement());
+}
 
 TEST(JsonReaderDeathTest, StopsForAValueOfAnotherKind) {
     EXPECT_DEATH(JsonReader("[]").enterObject(), misuse);

@@ -1,0 +1,93 @@
+#include "kelto/platform/FileTransfer.hpp"
+
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/HexDigits.hpp"
+#include "kelto/foundation/PlatformError.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// A file that vanishes again unless it was put in its place.
+class TemporaryFile {
+public:
+    TemporaryFile(FileSystem& files, std::string path) : files_(files), path_(std::move(path)) {}
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (path_.empty()) return;
+        try {
+            files_.remove(path_);
+        } catch (const std::exception&) {
+            // The failure that made us give up is already on its way and says more.
+            return;
+        }
+    }
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+    void moveTo(std::string_view place) {
+        files_.rename(path_, place);
+        path_.clear();
+    }
+
+private:
+    FileSystem& files_;
+    std::string path_;
+};
+
+std::string hexText(std::uint64_t bits) {
+    std::string text;
+    for (int shift = 56; shift >= 0; shift -= 8) {
+        text.append(&lowerCaseHexPairs[2 * ((bits >> shift) & 0xFF)], 2);
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string readWholeFile(FileSystem& files, std::string_view path, std::size_t limit) {
+    const std::unique_ptr<File> file = files.openForReading(path);
+    const std::uint64_t size = file->status().size;
+    if (size > limit) throw PlatformError::fileRead(path, EFBIG);
+    std::string contents;
+    std::size_t length = 0;
+    // One byte more than there should be, so that the first read already finds the end.
+    std::size_t room = static_cast<std::size_t>(size) + 1;
+    for (;;) {
+        contents.resize(length + room);
+        const std::size_t count =
+            file->read(std::as_writable_bytes(std::span(contents)).subspan(length));
+        length += count;
+        if (length > limit) throw PlatformError::fileRead(path, EFBIG);
+        if (count < room) break;
+        room = transferBufferBytes;  // the file has grown meanwhile, or did not know its size
+    }
+    contents.resize(length);
+    return contents;
+}
+
+void writeAtomically(FileSystem& files,
+                     Random& random,
+                     std::string_view path,
+                     Durability durability,
+                     const std::function<void(File&)>& fill) {
+    const std::string temporaryPath = temporaryPathBeside(path, random);
+    std::unique_ptr<File> file = files.create(temporaryPath);
+    TemporaryFile temporary(files, temporaryPath);
+    fill(*file);
+    if (durability == Durability::flushed) file->sync();
+    file.reset();
+    temporary.moveTo(path);
+    if (durability == Durability::flushed) files.syncFolder(withoutLastPathComponent(path));
+}
+
+std::string temporaryPathBeside(std::string_view path, Random& random) {
+    // Of a fixed length: made from the name itself, it could become longer than a name may be.
+    return joinedPath(withoutLastPathComponent(path), ".kelto-" + hexText(random.bits()) + ".part");
+}
+
+}  // namespace kelto

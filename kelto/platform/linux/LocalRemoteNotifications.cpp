@@ -1,0 +1,7 @@
+#include "kelto/platform/linux/LocalRemoteNotifications.hpp"
+
+namespace kelto {
+
+void LocalRemoteNotifications::registerApplication() {}
+
+}  // namespace kelto

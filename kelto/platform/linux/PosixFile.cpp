@@ -1,0 +1,76 @@
+#include "kelto/platform/linux/PosixFile.hpp"
+
+#include <cerrno>
+#include <utility>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "kelto/foundation/PlatformError.hpp"
+
+namespace kelto {
+
+namespace {
+
+std::int64_t nanoseconds(const timespec& time) {
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + std::int64_t{time.tv_nsec};
+}
+
+FileStatus::Kind kindOf(mode_t mode) {
+    if (S_ISREG(mode)) return FileStatus::Kind::regular;
+    return S_ISDIR(mode) ? FileStatus::Kind::folder : FileStatus::Kind::other;
+}
+
+}  // namespace
+
+FileStatus fileStatusOf(const struct stat& answer) {
+    return {
+        .kind = kindOf(answer.st_mode),
+        .device = answer.st_dev,
+        .inode = answer.st_ino,
+        .size = static_cast<std::uint64_t>(answer.st_size),
+        .modifiedNanoseconds = nanoseconds(answer.st_mtim),
+        .changedNanoseconds = nanoseconds(answer.st_ctim),
+    };
+}
+
+PosixFile::PosixFile(FileDescriptor descriptor, std::string path)
+    : descriptor_(std::move(descriptor)), path_(std::move(path)) {}
+
+FileStatus PosixFile::status() {
+    struct stat answer {};
+    if (::fstat(descriptor_.number(), &answer) != 0) throw PlatformError::fileRead(path_, errno);
+    return fileStatusOf(answer);
+}
+
+std::size_t PosixFile::read(std::span<std::byte> buffer) {
+    std::size_t filled = 0;
+    while (filled < buffer.size()) {
+        const std::span<std::byte> rest = buffer.subspan(filled);
+        const ssize_t count =
+            uninterrupted([&] { return ::read(descriptor_.number(), rest.data(), rest.size()); });
+        if (count < 0) throw PlatformError::fileRead(path_, errno);
+        if (count == 0) break;
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+}
+
+void PosixFile::write(Bytes bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = uninterrupted(
+            [&] { return ::write(descriptor_.number(), bytes.data(), bytes.size()); });
+        if (count < 0) throw PlatformError::fileWrite(path_, errno);
+        // No disk takes nothing and reports no reason; trying for ever would hang the host.
+        if (count == 0) throw PlatformError::fileWrite(path_, EIO);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+void PosixFile::sync() {
+    if (uninterrupted([&] { return ::fsync(descriptor_.number()); }) != 0) {
+        throw PlatformError::fileWrite(path_, errno);
+    }
+}
+
+}  // namespace kelto

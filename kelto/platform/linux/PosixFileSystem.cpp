@@ -1,0 +1,201 @@
+#include "kelto/platform/linux/PosixFileSystem.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/PlatformError.hpp"
+#include "kelto/platform/linux/FileDescriptor.hpp"
+#include "kelto/platform/linux/PosixFile.hpp"
+
+namespace kelto {
+
+namespace {
+
+constexpr mode_t privateFileMode = 0600;
+constexpr mode_t privateFolderMode = 0700;
+constexpr mode_t permissionBits = 0777;
+
+/// The system would stop reading at a NUL and look at another file than the one that was named.
+bool holdsNul(std::string_view path) {
+    return path.find('\0') != std::string_view::npos;
+}
+
+std::string readablePath(std::string_view path) {
+    if (holdsNul(path)) throw PlatformError::fileRead(path, ENOENT);
+    return std::string(path);
+}
+
+std::string writablePath(std::string_view path) {
+    if (holdsNul(path)) throw PlatformError::fileWrite(path, ENOENT);
+    return std::string(path);
+}
+
+/// Whether a failed look-up says that the path leads nowhere, rather than that nobody may know.
+bool saysAbsent(int errorNumber) {
+    return errorNumber == ENOENT || errorNumber == ENOTDIR || errorNumber == ELOOP ||
+           errorNumber == ENAMETOOLONG;
+}
+
+struct FreeText {
+    void operator()(char* text) const { std::free(text); }
+};
+using SystemText = std::unique_ptr<char, FreeText>;
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+/// Gives what was just made exactly this mode: the process's umask may have taken bits away.
+/// 0, or -1 with errno.
+int restorePermissions(const std::string& path, mode_t mode) {
+    struct stat made {};
+    if (::lstat(path.c_str(), &made) != 0) return -1;
+    if ((made.st_mode & permissionBits) == mode) return 0;
+    return ::chmod(path.c_str(), mode);
+}
+
+/// Makes one folder and answers 0 or the errno of its failure; that it is already there is fine.
+int makeFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), privateFolderMode) == 0) {
+        return restorePermissions(path, privateFolderMode) == 0 ? 0 : errno;
+    }
+    const int failure = errno;
+    if (failure != EEXIST) return failure;
+    struct stat existing {};
+    const bool isFolder = ::stat(path.c_str(), &existing) == 0 && S_ISDIR(existing.st_mode);
+    return isFolder ? 0 : EEXIST;
+}
+
+bool isMissing(const std::string& path) {
+    struct stat ignored {};
+    return ::lstat(path.c_str(), &ignored) != 0 && errno == ENOENT;
+}
+
+}  // namespace
+
+std::unique_ptr<File> PosixFileSystem::openForReading(std::string_view path) {
+    std::string name = readablePath(path);
+    // Without O_NONBLOCK, opening a FIFO would wait until somebody writes to it.
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    FileDescriptor descriptor(uninterrupted([&] { return ::open(name.c_str(), flags); }));
+    if (!descriptor.isOpen()) {
+        // Sockets, and devices that nobody drives, cannot even be opened.
+        const bool isSpecial = errno == ENXIO || errno == ENODEV;
+        throw PlatformError::fileRead(path, isSpecial ? EACCES : errno);
+    }
+    auto file = std::make_unique<PosixFile>(std::move(descriptor), std::move(name));
+    switch (file->status().kind) {
+        case FileStatus::Kind::regular:
+            return file;
+        case FileStatus::Kind::folder:
+            throw PlatformError::fileRead(path, EISDIR);
+        case FileStatus::Kind::other:
+            break;
+    }
+    throw PlatformError::fileRead(path, EACCES);
+}
+
+std::unique_ptr<File> PosixFileSystem::create(std::string_view path) {
+    std::string name = writablePath(path);
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+    FileDescriptor descriptor(
+        uninterrupted([&] { return ::open(name.c_str(), flags, privateFileMode); }));
+    if (!descriptor.isOpen()) throw PlatformError::fileWrite(path, errno);
+    struct stat made {};
+    const bool isPrivate = ::fstat(descriptor.number(), &made) == 0 &&
+                           (made.st_mode & permissionBits) == privateFileMode;
+    if (!isPrivate && ::fchmod(descriptor.number(), privateFileMode) != 0) {
+        const int failure = errno;
+        ::unlink(name.c_str());
+        throw PlatformError::fileWrite(path, failure);
+    }
+    return std::make_unique<PosixFile>(std::move(descriptor), std::move(name));
+}
+
+std::optional<FileStatus> PosixFileSystem::status(std::string_view path) {
+    if (holdsNul(path)) return std::nullopt;
+    struct stat answer {};
+    if (::stat(std::string(path).c_str(), &answer) == 0) return fileStatusOf(answer);
+    if (saysAbsent(errno)) return std::nullopt;
+    throw PlatformError::fileRead(path, errno);
+}
+
+std::optional<std::string> PosixFileSystem::resolvedPath(std::string_view path) {
+    if (holdsNul(path)) return std::nullopt;
+    const SystemText resolved(::realpath(std::string(path).c_str(), nullptr));
+    if (resolved) return std::string(resolved.get());
+    if (saysAbsent(errno)) return std::nullopt;
+    throw PlatformError::fileRead(path, errno);
+}
+
+std::vector<std::string> PosixFileSystem::list(std::string_view folder) {
+    const std::unique_ptr<DIR, CloseFolder> stream(::opendir(readablePath(folder).c_str()));
+    if (!stream) throw PlatformError::fileRead(folder, errno);
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;  // the only way to tell the end from a failure
+        const dirent* entry = ::readdir(stream.get());
+        if (entry == nullptr) break;
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.emplace_back(name);
+    }
+    if (errno != 0) throw PlatformError::fileRead(folder, errno);
+    return names;
+}
+
+std::string PosixFileSystem::currentFolder() {
+    const SystemText folder(::getcwd(nullptr, 0));
+    if (!folder) throw PlatformError::fileRead(".", errno);
+    return folder.get();
+}
+
+void PosixFileSystem::createFolders(std::string_view path) {
+    const std::string name = writablePath(path);
+    int failure = makeFolder(name);
+    if (failure == ENOENT) {
+        const std::string_view parent = withoutLastPathComponent(path);
+        if (!parent.empty() && parent != path) {
+            createFolders(parent);
+            failure = makeFolder(name);
+        }
+    }
+    if (failure != 0) throw PlatformError::fileWrite(path, failure);
+}
+
+void PosixFileSystem::rename(std::string_view from, std::string_view to) {
+    const std::string source = writablePath(from);
+    const std::string target = writablePath(to);
+    if (::rename(source.c_str(), target.c_str()) == 0) return;
+    const int failure = errno;
+    const bool sourceIsMissing = failure == ENOENT && isMissing(source);
+    throw PlatformError::fileWrite(sourceIsMissing ? from : to, failure);
+}
+
+void PosixFileSystem::remove(std::string_view path) {
+    if (holdsNul(path)) return;
+    if (::unlink(std::string(path).c_str()) == 0) return;
+    // A file in the middle of the path: below it, too, nothing stands.
+    if (errno == ENOENT || errno == ENOTDIR) return;
+    throw PlatformError::fileWrite(path, errno);
+}
+
+void PosixFileSystem::syncFolder(std::string_view path) {
+    const std::string name = writablePath(path);
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    const FileDescriptor folder(uninterrupted([&] { return ::open(name.c_str(), flags); }));
+    if (!folder.isOpen()) throw PlatformError::fileWrite(path, errno);
+    if (uninterrupted([&] { return ::fsync(folder.number()); }) == 0) return;
+    // Some network file systems keep no entries of their own to flush, and say so.
+    if (errno == EINVAL || errno == ENOTSUP) return;
+    throw PlatformError::fileWrite(path, errno);
+}
+
+}  // namespace kelto

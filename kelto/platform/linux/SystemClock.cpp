@@ -1,0 +1,13 @@
+#include "kelto/platform/linux/SystemClock.hpp"
+
+#include <ctime>
+
+namespace kelto {
+
+Date SystemClock::now() {
+    timespec time{};
+    ::clock_gettime(CLOCK_REALTIME, &time);  // fails for an unknown clock only
+    return {static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9};
+}
+
+}  // namespace kelto

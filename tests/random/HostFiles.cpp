@@ -12,6 +12,13 @@ bool isBelow(std::string_view path, std::string_view folder) {
     return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
+std::string withLinksFollowed(std::string path) {
+    for (const auto& [link, target] : HostFiles::links()) {
+        if (path == link || isBelow(path, link)) path.replace(0, link.size(), target);
+    }
+    return path;
+}
+
 }  // namespace
 
 Content contentOf(std::string bytes) {
@@ -79,10 +86,7 @@ HostFiles::HostFiles() {
 }
 
 void HostFiles::change(const FileChange& change) {
-    // A new file has a path that leads nowhere yet, but its folder is there.
-    const std::size_t slash = change.path.rfind('/');
-    const std::string path =
-        resolved(change.path.substr(0, slash)) + "/" + change.path.substr(slash + 1);
+    const std::string path = withLinksFollowed(withoutDots(change.path));
     if (change.content) {
         files_[path] = change.content;
     } else {
@@ -92,10 +96,7 @@ void HostFiles::change(const FileChange& change) {
 
 std::string HostFiles::resolved(std::string_view path) const {
     const std::string plain = withoutDots(path);
-    std::string target = plain;
-    for (const auto& [link, destination] : links()) {
-        if (target == link || isBelow(target, link)) target.replace(0, link.size(), destination);
-    }
+    const std::string target = withLinksFollowed(plain);
     return exists(target) ? target : plain;
 }
 

@@ -13,10 +13,6 @@ constexpr const char* payloadKeys[] = {"data", "thumbnail", "icon"};
 constexpr const char* textKeys[] = {
     "title", "subtitle", "content", "note", "urlString", "typeIdentifier"};
 
-bool isOneOf(const std::string& key, std::initializer_list<const char*> keys) {
-    return std::find(keys.begin(), keys.end(), key) != keys.end();
-}
-
 std::string typeOf(const JsonValue& record) {
     const JsonValue* type = record.member("recordType");
     return type == nullptr || type->string() == nullptr ? "" : *type->string();

@@ -1,0 +1,58 @@
+#include "kelto/AppleBridge/ExchangeDispatch.hpp"
+
+#include <exception>
+#include <memory>
+#include <utility>
+
+#include "kelto/AppleBridge/BridgeError.hpp"
+#include "kelto/AppleBridge/ErrorEnvelope.hpp"
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/Text.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// `exchange` lives in this coroutine's frame: what it captured is there until its task has ended.
+Task<std::string> responseOrEnvelope(ExchangeFunction exchange, std::string request) {
+    try {
+        co_return co_await exchange(std::move(request));
+    } catch (const std::exception& error) {
+        co_return errorEnvelope(error);
+    } catch (...) {
+        co_return errorEnvelope(BridgeError("The exchange failed for an unknown reason."));
+    }
+}
+
+DetachedTask answer(std::shared_ptr<MainExecutor> mainExecutor,
+                    ExchangeFunction exchange,
+                    std::string request,
+                    std::intptr_t context,
+                    kelto_apple_callback callback) {
+    const std::string response =
+        co_await responseOrEnvelope(std::move(exchange), std::move(request));
+    if (!mainExecutor->isCurrent()) {
+        // A position that hosts know; it stays this one wherever the line moves.
+        fatalError("unexpected executor", "kelto/AppleBridge", 64);
+    }
+    if (callback != nullptr) callback(context, response.c_str());
+}
+
+}  // namespace
+
+void dispatchExchange(const Platform& platform,
+                      ExchangeFunction exchange,
+                      std::string_view request,
+                      std::intptr_t context,
+                      kelto_apple_callback callback) {
+    auto start = [mainExecutor = platform.mainExecutor,
+                  exchange = std::move(exchange),
+                  request = repairedUtf8(request),
+                  context,
+                  callback]() mutable {
+        answer(std::move(mainExecutor), std::move(exchange), std::move(request), context, callback);
+    };
+    platform.mainExecutor->post(std::move(start));
+}
+
+}  // namespace kelto

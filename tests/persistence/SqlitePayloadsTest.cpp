@@ -1,0 +1,172 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "kelto/foundation/FilePath.hpp"
+#include "kelto/persistence/SqlitePayloads.hpp"
+#include "kelto/platform/FileTransfer.hpp"
+#include "tests/persistence/LibraryStore.hpp"
+
+namespace kelto {
+namespace {
+
+/// Sizes around each border: empty, in the database, in a file, in more than one buffer.
+class PayloadSizeTest : public testing::TestWithParam<std::size_t> {
+protected:
+    LibraryStore library;
+};
+
+TEST_P(PayloadSizeTest, ComesBackAsItWas) {
+    const std::string bytes(GetParam(), '\x7f');
+    std::optional<Payload> payload;
+    {
+        ModelContext context(library.container());
+        payload = library.keep(context, bytes);
+        context.insert<Thing>(ThingKind::image, "image").setData(payload);
+        context.save();
+    }
+    library.reopen();
+    EXPECT_EQ(library.bytes(*payload), bytes);
+    EXPECT_EQ(library.container().payloads().size(*payload), bytes.size());
+    EXPECT_EQ(payload->digest, sha256(bytes));
+}
+
+INSTANTIATE_TEST_SUITE_P(AroundEachBorder,
+                         PayloadSizeTest,
+                         testing::Values(0,
+                                         1,
+                                         SqlitePayloads::inlineLimitBytes,
+                                         SqlitePayloads::inlineLimitBytes + 1,
+                                         transferBufferBytes - 1,
+                                         transferBufferBytes,
+                                         transferBufferBytes + 1,
+                                         5 * transferBufferBytes + 7));
+
+class SqlitePayloadsTest : public testing::Test {
+protected:
+    Thing& addThing(ModelContext& context, std::string_view bytes) {
+        Thing& thing = context.insert<Thing>(ThingKind::image, "image");
+        thing.setData(library.keep(context, bytes));
+        return thing;
+    }
+
+    [[nodiscard]] std::int64_t payloadRows() const {
+        return library.number("SELECT count(*) FROM Payload");
+    }
+
+    LibraryStore library;
+    const std::string large = std::string(300'000, 'L');
+    const std::string small = std::string(300, 's');
+};
+
+TEST_F(SqlitePayloadsTest, StoresTheSameBytesOnce) {
+    ModelContext context(library.container());
+    addThing(context, large);
+    addThing(context, large).setThumbnailData(library.keep(context, small));
+    addThing(context, small);
+    context.save();
+    EXPECT_EQ(payloadRows(), 2);
+    EXPECT_EQ(library.externalFileCount(), 1U);
+}
+
+TEST_F(SqlitePayloadsTest, RemovesBytesWithTheirLastOwner) {
+    {
+        ModelContext context(library.container());
+        addThing(context, large);
+        addThing(context, large);
+        context.save();
+    }
+    ModelContext context(library.container());
+    context.remove(*context.fetch<Thing>().front());
+    context.save();
+    EXPECT_EQ(library.externalFileCount(), 1U);
+    context.remove(*context.fetch<Thing>().front());
+    context.save();
+    EXPECT_EQ(payloadRows(), 0);
+    EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+TEST_F(SqlitePayloadsTest, RemovesBytesThatWereReplaced) {
+    ModelContext context(library.container());
+    Thing& thing = addThing(context, large);
+    context.save();
+    thing.setData(library.keep(context, small));
+    context.save();
+    EXPECT_EQ(payloadRows(), 1);
+    EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+TEST_F(SqlitePayloadsTest, KeepsNothingOfARollback) {
+    {
+        ModelContext context(library.container());
+        addThing(context, large);
+        EXPECT_EQ(library.externalFileCount(), 1U);
+    }
+    EXPECT_EQ(payloadRows(), 0);
+    EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+TEST_F(SqlitePayloadsTest, KeepsNothingOfBytesThatWereReceivedAndNotKept) {
+    ModelContext context(library.container());
+    (void)context.fetch<Thing>();
+    const std::string path = joinedPath(library.folder().path(), "file");
+    SeededRandom random(7);
+    writeAtomically(library.files(), random, path, Durability::relaxed, [&](File& file) {
+        file.write(bytesOf(large));
+    });
+    {
+        const auto received = context.payloads().receive(*library.files().openForReading(path));
+        EXPECT_EQ(library.externalFileCount(), 1U);
+    }
+    EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+TEST_F(SqlitePayloadsTest, SweepsFilesThatNoRowNamesWhenTheStoreOpens) {
+    {
+        ModelContext context(library.container());
+        addThing(context, large);
+        context.save();
+    }
+    SeededRandom random(7);
+    for (const std::string& stray : {std::string(".kelto-0011.part"), sha256("stray").hex()}) {
+        writeAtomically(library.files(),
+                        random,
+                        joinedPath(library.externalFolder(), stray),
+                        Durability::relaxed,
+                        [](File& file) { file.write(bytesOf("stray")); });
+    }
+    EXPECT_EQ(library.externalFileCount(), 3U);
+    library.reopen();
+    EXPECT_EQ(library.externalFileCount(), 1U);
+}
+
+TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseFileIsGone) {
+    Payload payload;
+    {
+        ModelContext context(library.container());
+        payload = *addThing(context, large).data();
+        context.save();
+    }
+    library.files().remove(joinedPath(library.externalFolder(), payload.digest.hex()));
+    EXPECT_THAT([&] { (void)library.bytes(payload); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+}
+
+TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseFileIsShort) {
+    Payload payload;
+    {
+        ModelContext context(library.container());
+        payload = *addThing(context, large).data();
+        context.save();
+    }
+    SeededRandom random(7);
+    writeAtomically(library.files(),
+                    random,
+                    joinedPath(library.externalFolder(), payload.digest.hex()),
+                    Durability::relaxed,
+                    [](File& file) { file.write(bytesOf("short")); });
+    EXPECT_THAT([&] { (void)library.bytes(payload); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr("damaged")));
+}
+
+}  // namespace
+}  // namespace kelto

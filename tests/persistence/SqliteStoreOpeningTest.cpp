@@ -1,0 +1,140 @@
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "kelto/model/LibrarySchema.hpp"
+#include "kelto/persistence/SqliteDatabase.hpp"
+#include "kelto/persistence/SqliteStore.hpp"
+#include "kelto/platform/linux/PosixFileSystem.hpp"
+#include "tests/persistence/LibraryStore.hpp"
+
+namespace kelto {
+namespace {
+
+class SqliteStoreOpeningTest : public testing::Test {
+protected:
+    void execute(const std::string& sql) {
+        SqliteDatabase(library.storePath(), std::chrono::milliseconds(1000)).run(sql);
+    }
+
+    [[nodiscard]] std::string storeBytes() const {
+        std::ostringstream bytes;
+        bytes << std::ifstream(library.storePath(), std::ios::binary).rdbuf();
+        return bytes.str();
+    }
+
+    void replaceStoreBy(std::string_view bytes) {
+        for (const char* suffix : {"", "-wal", "-shm"}) {
+            library.files().remove(library.storePath() + suffix);
+        }
+        std::ofstream(library.storePath(), std::ios::binary) << bytes;
+    }
+
+    /// The sentence with which opening fails.
+    std::string refusal() {
+        try {
+            (void)library.anotherContainer();
+        } catch (const PlatformError& error) {
+            return error.localizedDescription();
+        }
+        return "";
+    }
+
+    [[nodiscard]] static unsigned permissions(const std::string& path) {
+        struct stat answer {};
+        EXPECT_EQ(stat(path.c_str(), &answer), 0) << path;
+        return answer.st_mode & 0777U;
+    }
+
+    LibraryStore library;
+};
+
+TEST_F(SqliteStoreOpeningTest, MarksTheFileAsALibraryOfThisFormat) {
+    EXPECT_EQ(library.number("PRAGMA application_id"), SqliteStore::applicationId);
+    EXPECT_EQ(library.number("PRAGMA user_version"), SqliteStore::formatVersion);
+}
+
+TEST_F(SqliteStoreOpeningTest, LetsNobodyElseReadTheFiles) {
+    ModelContext context(library.container());
+    context.insert<Thing>(ThingKind::note, "private");
+    context.save();
+    EXPECT_EQ(permissions(library.storePath()), 0600U);
+    EXPECT_EQ(permissions(library.storePath() + "-wal"), 0600U);
+    EXPECT_EQ(permissions(library.externalFolder()), 0700U);
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesANewerFormatAndLeavesItUntouched) {
+    execute("PRAGMA wal_checkpoint(TRUNCATE); PRAGMA journal_mode = DELETE;");
+    library.reopen();
+    std::string bytes = storeBytes();
+    bytes[63] = 2;  // the format in the header, big-endian, of what a newer version would write
+    replaceStoreBy(bytes);
+    EXPECT_EQ(
+        refusal(),
+        "The library’s store “Kelto.store” was written by a newer version of Kelto. Update this "
+        "application to open it.");
+    EXPECT_EQ(storeBytes(), bytes);
+    EXPECT_FALSE(library.files().status(library.storePath() + "-wal"));
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesANewerFormatThatOnlyTheLogKnows) {
+    execute("PRAGMA user_version = 2");
+    EXPECT_THAT(refusal(), testing::HasSubstr("newer version of Kelto"));
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesAFileThatIsNoDatabase) {
+    replaceStoreBy("Dear diary");
+    EXPECT_THAT(refusal(), testing::HasSubstr("isn’t a library store"));
+    EXPECT_EQ(storeBytes(), "Dear diary");
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesTheDatabaseOfAnotherProgram) {
+    replaceStoreBy("");
+    execute("CREATE TABLE theirs (a)");
+    EXPECT_THAT(refusal(), testing::HasSubstr("isn’t a library store"));
+    EXPECT_EQ(library.number("SELECT count(*) FROM sqlite_schema"), 1);
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesTheMarkedDatabaseOfAnotherProgram) {
+    replaceStoreBy("");
+    execute("PRAGMA application_id = 42");
+    EXPECT_THAT(refusal(), testing::HasSubstr("isn’t a library store"));
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesAFolderInTheStoresPlace) {
+    replaceStoreBy("");
+    library.files().remove(library.storePath());
+    library.files().createFolders(library.storePath());
+    EXPECT_THAT(refusal(), testing::HasSubstr("Kelto.store"));
+}
+
+TEST_F(SqliteStoreOpeningTest, OpensAStoreThroughALinkToItsFolder) {
+    // People move their home or its data folder to another disk and leave a link behind.
+    const std::string link = library.folder().path() + "/link";
+    ASSERT_EQ(symlink(library.folder().path().c_str(), link.c_str()), 0);
+    const SqliteStore store(librarySchema(),
+                            std::make_shared<PosixFileSystem>(),
+                            std::make_shared<SeededRandom>(2),
+                            link + "/Kelto.store");
+    SUCCEED() << "opened";
+}
+
+TEST_F(SqliteStoreOpeningTest, MakesAStoreOfAnEmptyFile) {
+    replaceStoreBy("");
+    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(library.number("SELECT count(*) FROM Thing"), 0);
+}
+
+TEST_F(SqliteStoreOpeningTest, ReportsADamagedDatabase) {
+    std::string bytes = storeBytes();
+    bytes.replace(100, bytes.size() - 100, bytes.size() - 100, '\xA5');
+    replaceStoreBy(bytes);
+    EXPECT_THAT(refusal(), testing::HasSubstr("Kelto.store"));
+}
+
+}  // namespace
+}  // namespace kelto

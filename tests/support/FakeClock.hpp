@@ -1,0 +1,20 @@
+#pragma once
+
+#include "kelto/platform/Clock.hpp"
+
+namespace kelto {
+
+/// A clock that stands still until the test moves it.
+class FakeClock final : public Clock {
+public:
+    Date current{1'750'000'000.0};
+    double secondsPerReading = 0;  ///< How far the clock moves after each reading; may be negative.
+
+    [[nodiscard]] Date now() override {
+        const Date reading = current;
+        current.secondsSince1970 += secondsPerReading;
+        return reading;
+    }
+};
+
+}  // namespace kelto

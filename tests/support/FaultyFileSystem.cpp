@@ -1,0 +1,187 @@
+#include "tests/support/FaultyFileSystem.hpp"
+
+#include <array>
+#include <mutex>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+#include <fnmatch.h>
+
+#include "kelto/foundation/PlatformError.hpp"
+
+namespace kelto {
+
+namespace {
+
+bool isReading(FileOperation operation) {
+    switch (operation) {
+        case FileOperation::openForReading:
+        case FileOperation::status:
+        case FileOperation::resolvedPath:
+        case FileOperation::list:
+        case FileOperation::currentFolder:
+        case FileOperation::fileStatus:
+        case FileOperation::fileRead:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool matches(const FileFault& fault, FileOperation operation, const std::string& path) {
+    return (!fault.operation || *fault.operation == operation) &&
+           ::fnmatch(fault.pathPattern.c_str(), path.c_str(), 0) == 0;
+}
+
+}  // namespace
+
+/// The chosen faults and the counts, shared with open files, which may live longer.
+class FaultyFileSystem::Faults {
+public:
+    void add(FileFault fault) {
+        const std::lock_guard lock(mutex_);
+        faults_.push_back(std::move(fault));
+    }
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        faults_.clear();
+    }
+    std::uint64_t count() const {
+        const std::lock_guard lock(mutex_);
+        return std::accumulate(counts_.begin(), counts_.end(), std::uint64_t{0});
+    }
+    std::uint64_t count(FileOperation operation) const {
+        const std::lock_guard lock(mutex_);
+        return counts_.at(static_cast<std::size_t>(operation));
+    }
+
+    /// Counts one call; throws when it is to fail.
+    void meet(FileOperation operation, std::string_view path, std::string_view otherPath = {}) {
+        const std::lock_guard lock(mutex_);
+        ++counts_.at(static_cast<std::size_t>(operation));
+        for (auto fault = faults_.begin(); fault != faults_.end(); ++fault) {
+            const bool isMeant =
+                matches(*fault, operation, std::string(path)) ||
+                (!otherPath.empty() && matches(*fault, operation, std::string(otherPath)));
+            if (!isMeant) continue;
+            if (fault->after > 0) {
+                --fault->after;
+                continue;
+            }
+            const int errorNumber = fault->errorNumber;
+            if (fault->onlyOnce) faults_.erase(fault);
+            throw isReading(operation) ? PlatformError::fileRead(path, errorNumber)
+                                       : PlatformError::fileWrite(path, errorNumber);
+        }
+    }
+
+private:
+    static constexpr std::size_t operationKinds =
+        static_cast<std::size_t>(FileOperation::fileSync) + 1;
+
+    mutable std::mutex mutex_;
+    std::vector<FileFault> faults_;
+    std::array<std::uint64_t, operationKinds> counts_{};
+};
+
+class FaultyFileSystem::WatchedFile final : public File {
+public:
+    WatchedFile(std::unique_ptr<File> inner, std::shared_ptr<Faults> faults)
+        : inner_(std::move(inner)), faults_(std::move(faults)) {}
+
+    [[nodiscard]] const std::string& path() const override { return inner_->path(); }
+    [[nodiscard]] FileStatus status() override {
+        faults_->meet(FileOperation::fileStatus, path());
+        return inner_->status();
+    }
+    [[nodiscard]] std::size_t read(std::span<std::byte> buffer) override {
+        faults_->meet(FileOperation::fileRead, path());
+        return inner_->read(buffer);
+    }
+    void write(Bytes bytes) override {
+        faults_->meet(FileOperation::fileWrite, path());
+        inner_->write(bytes);
+    }
+    void sync() override {
+        faults_->meet(FileOperation::fileSync, path());
+        inner_->sync();
+    }
+
+private:
+    std::unique_ptr<File> inner_;
+    std::shared_ptr<Faults> faults_;
+};
+
+FaultyFileSystem::FaultyFileSystem(std::shared_ptr<FileSystem> inner)
+    : inner_(std::move(inner)), faults_(std::make_shared<Faults>()) {}
+
+FaultyFileSystem::~FaultyFileSystem() = default;
+
+void FaultyFileSystem::fail(FileFault fault) {
+    faults_->add(std::move(fault));
+}
+
+void FaultyFileSystem::heal() {
+    faults_->clear();
+}
+
+std::uint64_t FaultyFileSystem::count() const {
+    return faults_->count();
+}
+
+std::uint64_t FaultyFileSystem::count(FileOperation operation) const {
+    return faults_->count(operation);
+}
+
+std::unique_ptr<File> FaultyFileSystem::openForReading(std::string_view path) {
+    faults_->meet(FileOperation::openForReading, path);
+    return std::make_unique<WatchedFile>(inner_->openForReading(path), faults_);
+}
+
+std::unique_ptr<File> FaultyFileSystem::create(std::string_view path) {
+    faults_->meet(FileOperation::create, path);
+    return std::make_unique<WatchedFile>(inner_->create(path), faults_);
+}
+
+std::optional<FileStatus> FaultyFileSystem::status(std::string_view path) {
+    faults_->meet(FileOperation::status, path);
+    return inner_->status(path);
+}
+
+std::optional<std::string> FaultyFileSystem::resolvedPath(std::string_view path) {
+    faults_->meet(FileOperation::resolvedPath, path);
+    return inner_->resolvedPath(path);
+}
+
+std::vector<std::string> FaultyFileSystem::list(std::string_view folder) {
+    faults_->meet(FileOperation::list, folder);
+    return inner_->list(folder);
+}
+
+std::string FaultyFileSystem::currentFolder() {
+    faults_->meet(FileOperation::currentFolder, ".");
+    return inner_->currentFolder();
+}
+
+void FaultyFileSystem::createFolders(std::string_view path) {
+    faults_->meet(FileOperation::createFolders, path);
+    inner_->createFolders(path);
+}
+
+void FaultyFileSystem::rename(std::string_view from, std::string_view to) {
+    faults_->meet(FileOperation::rename, to, from);
+    inner_->rename(from, to);
+}
+
+void FaultyFileSystem::remove(std::string_view path) {
+    faults_->meet(FileOperation::remove, path);
+    inner_->remove(path);
+}
+
+void FaultyFileSystem::syncFolder(std::string_view path) {
+    faults_->meet(FileOperation::syncFolder, path);
+    inner_->syncFolder(path);
+}
+
+}  // namespace kelto

@@ -131,11 +131,11 @@ Bytes SqliteStatement::blob(int column) {
 
 SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit)
     : path_(std::move(path)) {
-    const int code = sqlite3_open_v2(
-        path_.c_str(),
-        &handle_,
-        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | SQLITE_OPEN_NOFOLLOW,
-        nullptr);
+    const int code =
+        sqlite3_open_v2(path_.c_str(),
+                        &handle_,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
+                        nullptr);
     if (code != SQLITE_OK) {
         const PlatformError failure = error(code);
         sqlite3_close(handle_);

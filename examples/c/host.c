@@ -2,7 +2,7 @@
  * library, takes the merged snapshot from the main loop, and remembers what the next exchange
  * needs.
  *
- *     cc host.c $(pkg-config --cflags --libs glib-2.0) -lkelto -o host && ./host
+ *     cc host.c -Iinclude $(pkg-config --cflags --libs glib-2.0) -Lbuild/release/lib -lkelto
  *
  * docs/hosting.md walks through it.
  */
@@ -35,8 +35,7 @@ static gint64 now_in_milliseconds(void) {
     return g_get_real_time() / 1000;
 }
 
-/* ---- Writing JSON: every text goes through append_text, so nothing can break out of its quotes.
- */
+/* Writing JSON: every text goes through append_text, so nothing can break out of its quotes. */
 
 static void append_text(GString* json, const char* text) {
     g_string_append_c(json, '"');
@@ -70,7 +69,7 @@ static void close_with(GString* json, char bracket) {
     g_string_append_c(json, bracket);
 }
 
-/* ---- Reading JSON. Enough for the library's answers, which are compact and well formed; it checks
+/* Reading JSON. Enough for the library's answers, which are compact and well formed; it checks
  * nothing, so do not use it on a text of any other origin: take a JSON library in a real host. */
 
 static const char* after_text(const char* at) {
@@ -140,8 +139,6 @@ static char* member_text(const char* object, const char* key) {
     }
     return g_string_free(text, FALSE);
 }
-
-/* ---- The exchange. */
 
 static void append_note(const Host* host, GString* json, const Note* note) {
     g_string_append_c(json, '{');

@@ -106,6 +106,13 @@ TEST(HostMerge, SurvivesARestart) {
     EXPECT_EQ(library.exchange().records(), before.records());
 }
 
+TEST(HostMerge, SeesWhatAnotherProgramHasWrittenMeanwhile) {
+    TestLibrary library;
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(id).with("name", "a")));
+    library.changeStore(R"(UPDATE "Tag" SET "name" = 'b')");
+    EXPECT_EQ(library.exchange().string(id, "name"), "b");
+}
+
 // --- Live or deleted
 // ------------------------------------------------------------------------------
 

@@ -15,6 +15,7 @@ using Answer = std::optional<std::string>;
 
 // The response is lent for this call only, so it is copied before anything else happens.
 extern "C" void keepAnswer(std::intptr_t context, const char* response) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface carries a pointer as an integer.
     reinterpret_cast<Answer*>(context)->emplace(response);
 }
 

@@ -92,8 +92,8 @@ int runAvailable(Host& host) {
     host.print(available ? "yes\n" : "no\n", JsonMembers{{"available", available}});
     if (available) return exitStatus::done;
     throw Refusal(
-        "cloud sync may not be used; unset KELTO_DISABLE_CLOUDKIT, or build the library with the "
-        "cloud entitlements.");
+        "cloud sync may not be used; unset KELTO_DISABLE_CLOUDKIT and KELTO_CLOUDKIT_ENABLED, or "
+        "build the library with the cloud entitlements.");
 }
 
 }  // namespace

@@ -53,7 +53,8 @@ public:
         if (names.errorNumber != 0) return problem(relativePath, names.errorNumber);
         for (const std::string& name : names.sorted) {
             if (name == "." || name == "..") continue;
-            entry(number, name, relativePath.empty() ? name : relativePath + "/" + name, depth);
+            entry(
+                number, name, relativePath.empty() ? name : joinedPath(relativePath, name), depth);
         }
     }
 
@@ -62,24 +63,32 @@ private:
         struct stat found {};
         if (name.front() == '.') {
             ++scan_.passedOver;
-        } else if (::fstatat(parent, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) {
-            problem(relativePath, errno);
-        } else if (S_ISDIR(found.st_mode)) {
-            const FileDescriptor opened(::openat(parent, name.c_str(), folderFlags));
-            if (!opened) return problem(relativePath, errno);
-            if (depth == depthLimit) return problem(relativePath, ELOOP);
-            scan_.folders.push_back({relativePath});
-            folder(opened.number(), relativePath, depth + 1);
-        } else if (S_ISREG(found.st_mode)) {
-            if (::faccessat(parent, name.c_str(), R_OK, AT_EACCESS) != 0)
-                return problem(relativePath, errno);
-            scan_.files.push_back(
-                {relativePath,
-                 found.st_size,
-                 found.st_mtim.tv_sec * nanosecondsPerSecond + found.st_mtim.tv_nsec});
-        } else {
-            ++scan_.passedOver;
+            return;
         }
+        if (::fstatat(parent, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
+            return problem(relativePath, errno);
+        if (S_ISDIR(found.st_mode)) return subfolder(parent, name, relativePath, depth);
+        if (!S_ISREG(found.st_mode)) {
+            ++scan_.passedOver;
+            return;
+        }
+        if (::faccessat(parent, name.c_str(), R_OK, AT_EACCESS) != 0)
+            return problem(relativePath, errno);
+        scan_.files.push_back(
+            {relativePath,
+             found.st_size,
+             found.st_mtim.tv_sec * nanosecondsPerSecond + found.st_mtim.tv_nsec});
+    }
+
+    void subfolder(int parent,
+                   const std::string& name,
+                   const std::string& relativePath,
+                   int depth) {
+        const FileDescriptor opened(::openat(parent, name.c_str(), folderFlags));
+        if (!opened) return problem(relativePath, errno);
+        if (depth == depthLimit) return problem(relativePath, ELOOP);
+        scan_.folders.push_back({relativePath});
+        folder(opened.number(), relativePath, depth + 1);
     }
 
     void problem(const std::string& relativePath, int errorNumber) {

@@ -86,6 +86,7 @@ void addReadingCommands(CLI::App& app, Command& chosen) {
     });
 
     std::vector<std::string> kinds;
+    kinds.reserve(allThingKinds.size());
     for (const ThingKind kind : allThingKinds) kinds.emplace_back(rawValue(kind));
     auto filter = std::make_shared<ListFilter>();
     CLI::App* list = app.add_subcommand("list", "List things");

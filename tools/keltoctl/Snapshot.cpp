@@ -134,7 +134,8 @@ std::string Snapshot::projectPath(std::string_view id) const {
     std::string path;
     const ProjectRecord* project = findProject(id);
     for (int depth = 0; project != nullptr && depth < depthLimit; ++depth) {
-        path = path.empty() ? project->name : project->name + " / " + path;
+        if (depth > 0) path.insert(0, " / ");
+        path.insert(0, project->name);
         project = project->parent ? findProject(*project->parent) : nullptr;
     }
     return path;

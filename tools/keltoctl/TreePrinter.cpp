@@ -166,6 +166,7 @@ std::string printedTree(const Snapshot& snapshot) {
 
 std::string printedList(const Snapshot& snapshot, const std::vector<const ThingRecord*>& things) {
     std::vector<Row> rows;
+    rows.reserve(things.size());
     for (const ThingRecord* thing : things) rows.push_back(thingRow(snapshot, *thing, ""));
     return aligned(rows);
 }

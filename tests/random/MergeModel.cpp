@@ -1,0 +1,286 @@
+#include "tests/random/MergeModel.hpp"
+
+#include <algorithm>
+#include <cctype>
+
+#include "kelto/foundation/Sha256.hpp"
+#include "kelto/foundation/Uuid.hpp"
+#include "tests/random/ModelReaders.hpp"
+#include "tests/random/ModelRecords.hpp"
+
+namespace kelto::history {
+
+namespace {
+
+constexpr const char* conflictNote = " (iCloud conflict)";
+
+bool isDeletion(const JsonValue& record) {
+    return readTrue(record, "deleted");
+}
+
+Id identifierOf(const JsonValue& record) {
+    if (const auto id = readId(record, "uuid")) return *id;
+    throw Refusal{"Invalid record identifier.", std::nullopt};
+}
+
+std::string typeOf(const JsonValue& record) {
+    const auto type = readText(record, "recordType");
+    if (type == "Project" || type == "Tag" || type == "Thing") return *type;
+    throw Refusal{"Unknown iCloud record type.", std::nullopt};
+}
+
+std::string textOr(const JsonValue& record, std::string_view key, const char* otherwise = "") {
+    return readText(record, key).value_or(otherwise);
+}
+
+template <typename List>
+void addUnlessThere(List& list, const Id& id) {
+    if (findById(list, id) == nullptr) list.emplace_back().id = id;
+}
+
+template <typename List>
+void removeById(List& list, const Id& id) {
+    list.remove_if([&](const auto& item) { return item.id == id; });
+}
+
+/// The same item and the same version of it always give the same identifier.
+Id conflictId(const Id& thing, const std::string& fingerprint) {
+    std::string upperCase = thing;
+    for (char& c : upperCase) c = static_cast<char>(std::toupper(c));
+    Id id = sha256(upperCase + fingerprint).hex().substr(0, 32);
+    for (const std::size_t hyphen : {8U, 13U, 18U, 23U}) id.insert(hyphen, "-");
+    return id;
+}
+
+/// A copy lies beside the linked file, not under its name.
+std::string withoutLinkedPath(const std::string& metadataJson) {
+    try {
+        JsonValue metadata = JsonValue::parse(metadataJson);
+        if (metadata.object() == nullptr) return metadataJson;
+        metadata.removeMember("linkedRelativePath");
+        return metadata.text();
+    } catch (const std::exception&) {
+        return metadataJson;  // no JSON at all
+    }
+}
+
+/// Where the last component's extension begins (at its dot); npos when the name has none.
+std::size_t extensionDot(std::string_view name) {
+    static constexpr std::string_view neverInExtensions[] = {" ",
+                                                             "\u061C",
+                                                             "\u200E",
+                                                             "\u200F",
+                                                             "\u202A",
+                                                             "\u202B",
+                                                             "\u202C",
+                                                             "\u202D",
+                                                             "\u202E",
+                                                             "\u2066",
+                                                             "\u2067",
+                                                             "\u2068",
+                                                             "\u2069"};
+    const std::size_t slash = name.rfind('/');
+    const std::size_t start = slash == std::string_view::npos ? 0 : slash + 1;
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot <= start || dot + 1 == name.size()) return name.npos;
+    const std::string_view stem = name.substr(start, dot - start);
+    if (stem == "." || stem == "..") return name.npos;
+    for (const std::string_view character : neverInExtensions) {
+        if (name.find(character, dot) != name.npos) return name.npos;
+    }
+    return dot;
+}
+
+}  // namespace
+
+std::string conflictFileName(const std::string& fileName) {
+    if (fileName.empty()) return "";
+    std::string_view name = fileName;
+    while (name.size() > 1 && name.ends_with('/')) name.remove_suffix(1);
+    const std::size_t dot = extensionDot(name);
+    if (dot == std::string_view::npos) return fileName + conflictNote;
+    return std::string(name.substr(0, dot)) + conflictNote + std::string(name.substr(dot));
+}
+
+MergeModel::MergeModel(ModelLibrary& library,
+                       const HostFiles& files,
+                       std::string directory,
+                       Seconds now)
+    : library_(library), files_(files), directory_(std::move(directory)), now_(now) {
+    for (const ModelThing& thing : library.things) existingThings_.insert(thing.id);
+}
+
+void MergeModel::merge(const JsonElements& records) {
+    for (const JsonValue& record : records) {
+        if (!isDeletion(record)) create(record);
+    }
+    for (const JsonValue& record : records) {
+        if (!isDeletion(record)) update(record);
+    }
+    for (const JsonValue& record : records) {
+        if (isDeletion(record)) remove(record);
+    }
+    checkCycles();
+}
+
+void MergeModel::create(const JsonValue& record) {
+    const Id id = identifierOf(record);
+    const std::string type = typeOf(record);
+    if (type == "Project") addUnlessThere(library_.projects, id);
+    if (type == "Tag") addUnlessThere(library_.tags, id);
+    if (type == "Thing") addUnlessThere(library_.things, id);
+}
+
+void MergeModel::update(const JsonValue& record) {
+    const Id id = identifierOf(record);
+    const std::string type = typeOf(record);
+    if (type == "Project") updateProject(*findById(library_.projects, id), record);
+    if (type == "Thing") updateThing(*findById(library_.things, id), record);
+    if (type == "Tag") {
+        ModelTag& tag = *findById(library_.tags, id);
+        tag.name = textOr(record, "name");
+        tag.createdAt = readSeconds(record, "createdAt").value_or(0);
+    }
+}
+
+void MergeModel::updateProject(ModelProject& project, const JsonValue& record) {
+    project.name = textOr(record, "name");
+    project.sortOrder = readInteger(record, "sortOrder").value_or(0);
+    project.createdAt = readSeconds(record, "createdAt").value_or(0);
+    // The one field that stays when the host leaves it out.
+    if (const auto owner = readText(record, "linkedFolderOwner")) {
+        project.linkedFolderOwner = *owner;
+    }
+    project.parent = knownProject(record, "parent");
+}
+
+void MergeModel::updateThing(ModelThing& thing, const JsonValue& record) {
+    // Read first: a bad path fails the exchange even where the host's version loses.
+    const Content data = payload(record, "data");
+    if (hostWins(thing, record, data)) applyThing(thing, record, data);
+}
+
+bool MergeModel::hostWins(const ModelThing& thing, const JsonValue& record, const Content& data) {
+    if (!existingThings_.contains(thing.id)) return true;
+    const auto base = readText(record, "baseFileFingerprint");
+    if (!base || !isLinked(thing)) {
+        return thing.updatedAt <= readSeconds(record, "updatedAt").value_or(0);
+    }
+    ModelThing sent;
+    sent.kind = textOr(record, "kind");
+    sent.title = textOr(record, "title");
+    sent.content = textOr(record, "content");
+    sent.urlString = textOr(record, "urlString");
+    sent.fileName = textOr(record, "fileName");
+    sent.trashedAt = readSeconds(record, "trashedAt");
+    sent.data = data;
+    const std::string ours = fileFingerprint(thing);
+    const std::string theirs = fileFingerprint(sent);
+    if (theirs == *base && ours != theirs) return false;
+    if (ours != *base && ours != theirs) keepBothSides(thing);
+    return true;
+}
+
+void MergeModel::applyThing(ModelThing& thing, const JsonValue& record, Content data) {
+    thing.kind = textOr(record, "kind");
+    thing.title = textOr(record, "title");
+    thing.subtitle = textOr(record, "subtitle");
+    thing.content = textOr(record, "content");
+    thing.note = textOr(record, "note");
+    thing.urlString = textOr(record, "urlString");
+    thing.fileName = textOr(record, "fileName");
+    thing.typeIdentifier = textOr(record, "typeIdentifier");
+    thing.fileSize = readInteger(record, "fileSize").value_or(0);
+    thing.aspectRatio = readNumber(record, "aspectRatio").value_or(1.0);
+    thing.isStarred = readTrue(record, "isStarred");
+    thing.trashedAt = readSeconds(record, "trashedAt");
+    thing.createdAt = readSeconds(record, "createdAt").value_or(0);
+    thing.updatedAt = readSeconds(record, "updatedAt").value_or(0);
+    thing.metadataJson = textOr(record, "metadataJson");
+    thing.tags.clear();
+    for (const Id& tag : readIds(record, "tags")) {
+        if (findById(library_.tags, tag) != nullptr) thing.tags.insert(tag);
+    }
+    thing.project = knownProject(record, "project");
+    thing.data = std::move(data);
+    thing.thumbnail = payload(record, "thumbnail");
+    thing.icon = payload(record, "icon");
+}
+
+void MergeModel::keepBothSides(const ModelThing& thing) {
+    const Id id = conflictId(thing.id, fileFingerprint(thing));
+    if (findById(library_.things, id) != nullptr) return;  // kept by an earlier exchange
+    ModelThing copy = thing;
+    copy.id = id;
+    copy.title += conflictNote;
+    copy.fileName = conflictFileName(thing.fileName);
+    copy.updatedAt = now_;
+    copy.trashedAt.reset();
+    copy.metadataJson = withoutLinkedPath(thing.metadataJson);
+    library_.things.push_back(copy);
+}
+
+void MergeModel::remove(const JsonValue& record) {
+    const Id id = identifierOf(record);
+    const std::string type = typeOf(record);
+    if (type == "Thing") removeById(library_.things, id);
+    if (type == "Tag") {
+        removeById(library_.tags, id);
+        for (ModelThing& thing : library_.things) thing.tags.erase(id);
+    }
+    if (type == "Project") {
+        // What the project held stays: its children at the top, its things without a project.
+        removeById(library_.projects, id);
+        for (ModelProject& child : library_.projects) {
+            if (child.parent == id) child.parent.reset();
+        }
+        for (ModelThing& thing : library_.things) {
+            if (thing.project == id) thing.project.reset();
+        }
+    }
+}
+
+void MergeModel::checkCycles() const {
+    for (const ModelProject& project : library_.projects) {
+        std::set<Id> visited = {project.id};
+        for (auto parent = project.parent; parent;
+             parent = findById(library_.projects, *parent)->parent) {
+            if (!visited.insert(*parent).second) {
+                throw Refusal{"The library contains a project cycle.", std::nullopt};
+            }
+        }
+    }
+}
+
+bool MergeModel::isLinked(const ModelThing& thing) const {
+    std::set<Id> visited;
+    for (auto id = thing.project; id && visited.insert(*id).second;) {
+        const ModelProject& project = *findById(library_.projects, *id);
+        if (!project.linkedFolderOwner.empty()) return true;
+        id = project.parent;
+    }
+    return false;
+}
+
+Content MergeModel::payload(const JsonValue& record, std::string_view key) const {
+    const auto path = readText(record, key);
+    if (!path) return nullptr;
+    const FoundFile found = files_.find(*path, directory_);
+    switch (found.kind) {
+        case FoundFile::Kind::readable:
+            break;
+        case FoundFile::Kind::unreadable:
+            throw Refusal{"", HostFiles::lastName(*path)};
+        case FoundFile::Kind::outside:
+            throw Refusal{"Invalid asset path.", std::nullopt};
+    }
+    return found.content;
+}
+
+std::optional<Id> MergeModel::knownProject(const JsonValue& record, std::string_view key) const {
+    const auto id = readId(record, key);
+    if (!id || findById(library_.projects, *id) == nullptr) return std::nullopt;
+    return id;
+}
+
+}  // namespace kelto::history

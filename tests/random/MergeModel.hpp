@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "kelto/foundation/Json.hpp"
+#include "tests/random/ModelLibrary.hpp"
+
+namespace kelto::history {
+
+/// Thrown by the model where an exchange has to fail.
+struct Refusal {
+    std::string sentence;
+    std::optional<std::string> unreadableFile;
+};
+
+/// How the host's records become part of the library.
+class MergeModel {
+public:
+    /// Changes `library` as it goes, also when it throws in the end.
+    MergeModel(ModelLibrary& library, const HostFiles& files, std::string directory, Seconds now);
+
+    void merge(const JsonElements& records);
+
+private:
+    void create(const JsonValue& record);
+    void update(const JsonValue& record);
+    void remove(const JsonValue& record);
+    void updateProject(ModelProject& project, const JsonValue& record);
+    void updateThing(ModelThing& thing, const JsonValue& record);
+    void applyThing(ModelThing& thing, const JsonValue& record, Content data);
+    void keepBothSides(const ModelThing& thing);
+    void checkCycles() const;
+
+    [[nodiscard]] bool hostWins(const ModelThing& thing,
+                                const JsonValue& record,
+                                const Content& data);
+    [[nodiscard]] bool isLinked(const ModelThing& thing) const;
+    [[nodiscard]] Content payload(const JsonValue& record, std::string_view key) const;
+    /// The identifier under the key, when it names a project of the library.
+    [[nodiscard]] std::optional<Id> knownProject(const JsonValue& record,
+                                                 std::string_view key) const;
+
+    ModelLibrary& library_;
+    const HostFiles& files_;
+    std::string directory_;
+    Seconds now_;
+    std::set<Id> existingThings_;  ///< Those that were there before this request.
+};
+
+/// The name of a conflict copy's file: the note stands before the extension.
+[[nodiscard]] std::string conflictFileName(const std::string& fileName);
+
+}  // namespace kelto::history

@@ -1,0 +1,57 @@
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/random/HistoryPlayer.hpp"
+
+namespace kelto::history {
+
+namespace {
+
+std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
+    const char* text = std::getenv(name);
+    return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
+}
+
+/// Everything that one needs to write a test of its own for it.
+std::string told(const History& history, const Difference& difference) {
+    std::ostringstream out;
+    for (std::size_t i = 0; i < history.size(); ++i) {
+        const HistoryStep& step = history[i];
+        out << "exchange " << i << (step.restarts ? " (after a restart)" : "") << "\n";
+        for (const FileChange& file : step.files) {
+            out << "  " << file.path << ": "
+                << (file.content ? std::to_string(file.content->bytes.size()) + " bytes, " +
+                                       file.content->digest.substr(0, 8)
+                                 : "removed")
+                << "\n";
+        }
+        out << step.request.indentedText() << "\n";
+    }
+    out << "In exchange " << difference.step << ": " << difference.what << "\n";
+    return out.str();
+}
+
+}  // namespace
+
+/// KELTO_HISTORIES says how many; KELTO_SEED, which is the first: a failed history is played again
+/// with its own seed and KELTO_HISTORIES=1.
+TEST(RandomHistory, LeavesTheLibraryWhereThePlainModelIs) {
+    const std::uint64_t count = numberFromEnvironment("KELTO_HISTORIES", 200);
+    const std::uint64_t firstSeed = numberFromEnvironment("KELTO_SEED", 1);
+    for (std::uint64_t seed = firstSeed; seed < firstSeed + count; ++seed) {
+        const History history = HistoryGenerator(seed).history();
+        const auto difference = play(history);
+        if (!difference) continue;
+        const History shorter = shrunk(history);
+        const auto shorterDifference = play(shorter).value_or(*difference);
+        FAIL() << "Seed " << seed << ", exchange " << difference->step << " of " << history.size()
+               << ": " << difference->what << "\n\nA shorter history with the same end:\n"
+               << told(shorter, shorterDifference);
+    }
+}
+
+}  // namespace kelto::history

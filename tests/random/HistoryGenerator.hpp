@@ -34,11 +34,14 @@ public:
     explicit HistoryGenerator(std::uint64_t seed) : dice_(seed) {}
 
     [[nodiscard]] History history();
+    /// What the model answered, exchange by exchange.
+    [[nodiscard]] const std::vector<Outcome>& outcomes() const { return outcomes_; }
 
 private:
     struct Host {
         std::string directory;
         JsonElements snapshot;  ///< The records of its last answer.
+        JsonElements requests;  ///< All that it has sent so far.
     };
 
     [[nodiscard]] HistoryStep step(Host& host);
@@ -46,6 +49,7 @@ private:
     [[nodiscard]] std::vector<FileChange> fileChanges(const Host& host);
     [[nodiscard]] JsonValue request(const Host& host);
     [[nodiscard]] JsonElements records(const Host& host);
+    [[nodiscard]] JsonValue sentBack(RecordMaker& maker, const JsonValue& received);
     [[nodiscard]] JsonValue newRecord(RecordMaker& maker);
     [[nodiscard]] JsonValue knownFingerprints(const Host& host);
     [[nodiscard]] std::string spelledDirectory(const Host& host);
@@ -56,7 +60,9 @@ private:
     HostFiles files_;
     LibraryModel model_{storePath};
     Seconds now_ = 1700000000.0;
-    std::array<Host, 2> hosts_ = {Host{"/history/a", {}}, Host{"/history/b", {}}};
+    std::array<Host, 2> hosts_ = {Host{"/history/a", {}, {}}, Host{"/history/b", {}, {}}};
+    std::vector<Outcome> outcomes_;
+    std::map<std::string, JsonElements> versions_;  ///< Of each thing, as answers have held them.
     /// Every fingerprint that any answer has held, old ones included.
     std::vector<std::string> fileFingerprints_ = {"none yet"};
     std::vector<std::string> fingerprints_ = {"none yet"};

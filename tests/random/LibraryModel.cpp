@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 
-#include "tests/random/MergeModel.hpp"
 #include "tests/random/ModelReaders.hpp"
 #include "tests/random/ModelRecords.hpp"
 
@@ -75,10 +74,12 @@ Outcome LibraryModel::exchange(const JsonValue& request, const HostFiles& files,
         open(request);
         // Merged into a copy: a refusal leaves the library as it was.
         ModelLibrary merged = library_;
-        MergeModel(merged, files, *readText(request, "directory"), now)
-            .merge(*request.member("records")->array());
+        MergeModel merge(merged, files, *readText(request, "directory"), now);
+        merge.merge(*request.member("records")->array());
         library_ = std::move(merged);
-        return answer(library_, request);
+        Outcome outcome = answer(library_, request);
+        outcome.decisions = merge.decisions();
+        return outcome;
     } catch (const Refusal& refusal) {
         Outcome outcome;
         outcome.refusal = refusal.sentence;

@@ -6,6 +6,7 @@
 
 #include "kelto/foundation/Json.hpp"
 #include "tests/random/HostFiles.hpp"
+#include "tests/random/MergeModel.hpp"
 #include "tests/random/ModelLibrary.hpp"
 
 namespace kelto::history {
@@ -20,6 +21,8 @@ struct Outcome {
     JsonValue response;
     /// The payload files that are written for the host, and no other.
     std::vector<FileChange> written;
+    /// What the merge decided on its way.
+    Decisions decisions;
 
     [[nodiscard]] bool isAnswer() const { return refusal.empty() && !unreadableFile; }
 };

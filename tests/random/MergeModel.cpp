@@ -161,10 +161,13 @@ void MergeModel::updateThing(ModelThing& thing, const JsonValue& record) {
 }
 
 bool MergeModel::hostWins(const ModelThing& thing, const JsonValue& record, const Content& data) {
-    if (!existingThings_.contains(thing.id)) return true;
+    if (!existingThings_.contains(thing.id)) return decided(true, "the thing is new");
     const auto base = readText(record, "baseFileFingerprint");
     if (!base || !isLinked(thing)) {
-        return thing.updatedAt <= readSeconds(record, "updatedAt").value_or(0);
+        const Seconds updatedAt = readSeconds(record, "updatedAt").value_or(0);
+        if (thing.updatedAt > updatedAt) return decided(false, "the host's version is older");
+        return thing.updatedAt < updatedAt ? decided(true, "the host's version is newer")
+                                           : decided(true, "both versions are of the same time");
     }
     ModelThing sent;
     sent.kind = textOr(record, "kind");
@@ -176,9 +179,16 @@ bool MergeModel::hostWins(const ModelThing& thing, const JsonValue& record, cons
     sent.data = data;
     const std::string ours = fileFingerprint(thing);
     const std::string theirs = fileFingerprint(sent);
-    if (theirs == *base && ours != theirs) return false;
-    if (ours != *base && ours != theirs) keepBothSides(thing);
-    return true;
+    if (ours == theirs) return decided(true, "both sides have the same file");
+    if (theirs == *base) return decided(false, "only the store has changed the file");
+    if (ours == *base) return decided(true, "only the host has changed the file");
+    keepBothSides(thing);
+    return decided(true, "both sides have changed the file");
+}
+
+bool MergeModel::decided(bool wins, const char* why) {
+    ++decisions_[why];
+    return wins;
 }
 
 void MergeModel::applyThing(ModelThing& thing, const JsonValue& record, Content data) {
@@ -209,7 +219,10 @@ void MergeModel::applyThing(ModelThing& thing, const JsonValue& record, Content 
 
 void MergeModel::keepBothSides(const ModelThing& thing) {
     const Id id = conflictId(thing.id, fileFingerprint(thing));
-    if (findById(library_.things, id) != nullptr) return;  // kept by an earlier exchange
+    if (findById(library_.things, id) != nullptr) {
+        ++decisions_["the store's version is kept already"];
+        return;
+    }
     ModelThing copy = thing;
     copy.id = id;
     copy.title += conflictNote;

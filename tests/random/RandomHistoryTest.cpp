@@ -4,6 +4,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "tests/random/HistoryPlayer.hpp"
 
@@ -14,6 +15,12 @@ namespace {
 std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
     const char* text = std::getenv(name);
     return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
+}
+
+/// Nobody pulls the plug in these histories, so nothing needs to reach a disk: in a folder that
+/// lives in memory they take a tenth of the time. A TMPDIR that is set is respected.
+void playInMemory() {
+    if (::access("/dev/shm", W_OK) == 0) ::setenv("TMPDIR", "/dev/shm", 0);
 }
 
 /// Everything that one needs to write a test of its own for it.
@@ -40,6 +47,7 @@ std::string told(const History& history, const Difference& difference) {
 /// KELTO_HISTORIES says how many; KELTO_SEED, which is the first: a failed history is played again
 /// with its own seed and KELTO_HISTORIES=1.
 TEST(RandomHistory, LeavesTheLibraryWhereThePlainModelIs) {
+    playInMemory();
     const std::uint64_t count = numberFromEnvironment("KELTO_HISTORIES", 200);
     const std::uint64_t firstSeed = numberFromEnvironment("KELTO_SEED", 1);
     for (std::uint64_t seed = firstSeed; seed < firstSeed + count; ++seed) {

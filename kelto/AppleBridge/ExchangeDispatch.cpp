@@ -1,7 +1,6 @@
 #include "kelto/AppleBridge/ExchangeDispatch.hpp"
 
 #include <exception>
-#include <memory>
 #include <utility>
 
 #include "kelto/AppleBridge/BridgeError.hpp"
@@ -24,14 +23,14 @@ Task<std::string> responseOrEnvelope(ExchangeFunction exchange, std::string requ
     }
 }
 
-DetachedTask answer(std::shared_ptr<MainExecutor> mainExecutor,
+DetachedTask answer(MainExecutor& mainExecutor,
                     ExchangeFunction exchange,
                     std::string request,
                     std::intptr_t context,
                     kelto_apple_callback callback) {
     const std::string response =
         co_await responseOrEnvelope(std::move(exchange), std::move(request));
-    if (!mainExecutor->isCurrent()) {
+    if (!mainExecutor.isCurrent()) {
         // A position that hosts know; it stays this one wherever the line moves.
         fatalError("unexpected executor", "kelto/AppleBridge", 64);
     }
@@ -45,12 +44,13 @@ void dispatchExchange(const Platform& platform,
                       std::string_view request,
                       std::intptr_t context,
                       kelto_apple_callback callback) {
-    auto start = [mainExecutor = platform.mainExecutor,
+    // Not owned by the task: a queue would then keep itself alive.
+    auto start = [&mainExecutor = *platform.mainExecutor,
                   exchange = std::move(exchange),
                   request = repairedUtf8(request),
                   context,
                   callback]() mutable {
-        answer(std::move(mainExecutor), std::move(exchange), std::move(request), context, callback);
+        answer(mainExecutor, std::move(exchange), std::move(request), context, callback);
     };
     platform.mainExecutor->post(std::move(start));
 }

@@ -18,7 +18,7 @@ using ExchangeFunction = std::function<Task<std::string>(std::string request)>;
 /// Runs one exchange as a task of the main executor and hands its answer to `callback`, exactly
 /// once: the response, or the error envelope of whatever was thrown. A callback of nullptr gets
 /// nothing; the exchange runs all the same. `request` is copied, with ill-formed UTF-8 repaired.
-/// Returns at once. Any thread.
+/// Returns at once. Any thread. The platform's main executor outlives the exchange.
 void dispatchExchange(const Platform& platform,
                       ExchangeFunction exchange,
                       std::string_view request,

@@ -29,6 +29,8 @@ public:
 
     /// A second program on the same store.
     [[nodiscard]] std::unique_ptr<ModelContainer> anotherContainer() const;
+    /// Closes the container, as a program does that ends.
+    void close() { container_.reset(); }
     /// Closes the container and opens a new one on the same files.
     void reopen();
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kelto/foundation/PlatformError.hpp"
 #include "tests/persistence/LibraryStore.hpp"
 
 namespace kelto {

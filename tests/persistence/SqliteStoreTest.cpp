@@ -1,9 +1,11 @@
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kelto/foundation/PlatformError.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "tests/persistence/LibraryStore.hpp"
 
@@ -18,9 +20,9 @@ protected:
     template <typename Change>
     Thing& storedAndRead(Change change) {
         {
-            ModelContext context(library.container());
-            change(context.insert<Thing>(ThingKind::note, ""));
-            context.save();
+            ModelContext writing(library.container());
+            change(writing.insert<Thing>(ThingKind::note, ""));
+            writing.save();
         }
         library.reopen();
         context.emplace(library.container());

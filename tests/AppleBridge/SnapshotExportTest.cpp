@@ -1,0 +1,389 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "kelto/foundation/Sha256.hpp"
+#include "tests/support/Files.hpp"
+#include "tests/support/TestLibrary.hpp"
+
+namespace kelto {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+const std::string id = identifier(1);
+
+/// The keys of a record, in the order of the response.
+std::vector<std::string> keysOf(const JsonValue& record) {
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : *record.object()) keys.push_back(key);
+    return keys;
+}
+
+// --- The envelope
+// ---------------------------------------------------------------------------------
+
+TEST(SnapshotExport, OfAnEmptyStoreHasNoRecordsAndMakesTheFolder) {
+    TestLibrary library;
+    const Response response = library.exchange();
+    EXPECT_THAT(response.records(), IsEmpty());
+    EXPECT_TRUE(exists(library.receivedFolder()));
+    EXPECT_EQ(response.json().member("version")->number()->text, "1");
+}
+
+TEST(SnapshotExport, MakesTheExchangeFolderWhenItIsMissing) {
+    TestLibrary library;
+    std::filesystem::remove_all(library.exchangeFolder());
+    EXPECT_FALSE(library.exchange().isError());
+    EXPECT_TRUE(exists(library.receivedFolder()));
+}
+
+TEST(SnapshotExport, EchoesTheFolderAsTheRequestWroteIt) {
+    TestLibrary library;
+    const std::string directory = library.exchangeFolder() + "/./";
+    const Response response = library.exchange(RequestBuilder().with("directory", directory));
+    EXPECT_EQ(*response.json().member("directory")->string(), directory);
+}
+
+TEST(SnapshotExport, IsCompactJson) {
+    TestLibrary library;
+    const Response response = library.exchange(
+        RequestBuilder().record(RecordBuilder::thing(id)).record(RecordBuilder::tag(id)));
+    EXPECT_EQ(response.text(), response.json().text());
+}
+
+TEST(SnapshotExport, ListsProjectsThenTagsThenThingsInTheOrderOfTheirCreation) {
+    TestLibrary library;
+    const Response response = library.exchange(RequestBuilder()
+                                                   .record(RecordBuilder::thing(identifier(9)))
+                                                   .record(RecordBuilder::tag(identifier(8)))
+                                                   .record(RecordBuilder::project(identifier(7)))
+                                                   .record(RecordBuilder::thing(identifier(6)))
+                                                   .record(RecordBuilder::tag(identifier(5)))
+                                                   .record(RecordBuilder::project(identifier(4))));
+    std::vector<std::string> order;
+    for (const JsonValue& record : response.records()) {
+        order.push_back(*record.member("uuid")->string());
+    }
+    EXPECT_THAT(order,
+                ElementsAre(identifier(7),
+                            identifier(4),
+                            identifier(8),
+                            identifier(5),
+                            identifier(9),
+                            identifier(6)));
+    library.restart();
+    EXPECT_EQ(library.exchange().records(), response.records());
+}
+
+// --- Records
+// --------------------------------------------------------------------------------------
+
+TEST(SnapshotExport, OfAProjectHasAnOwnerEvenWhenItIsEmptyAndNoParentWithoutOne) {
+    TestLibrary library;
+    const Response response =
+        library.exchange(RequestBuilder().record(RecordBuilder::project(id)
+                                                     .with("name", "Home")
+                                                     .with("sortOrder", -3)
+                                                     .with("createdAt", 1500)));
+    EXPECT_THAT(keysOf(response.record(id)),
+                testing::UnorderedElementsAre(
+                    "recordType", "uuid", "createdAt", "name", "sortOrder", "linkedFolderOwner"));
+    EXPECT_EQ(response.string(id, "recordType"), "Project");
+    EXPECT_EQ(response.string(id, "name"), "Home");
+    EXPECT_EQ(response.integer(id, "sortOrder"), -3);
+    EXPECT_EQ(response.integer(id, "createdAt"), 1500);
+    EXPECT_EQ(response.string(id, "linkedFolderOwner"), "");
+}
+
+TEST(SnapshotExport, OfAProjectNamesItsParentInLowerCase) {
+    TestLibrary library;
+    const std::string child = identifier(0xABCDEF);
+    const Response response = library.exchange(
+        RequestBuilder()
+            .record(RecordBuilder::project(child).with("parent", identifier(0xFEDCBA)))
+            .record(RecordBuilder::project(identifier(0xFEDCBA)).with("linkedFolderOwner", "Mac")));
+    EXPECT_EQ(response.string(child, "parent"), identifier(0xFEDCBA));
+    EXPECT_EQ(response.string(identifier(0xFEDCBA), "linkedFolderOwner"), "Mac");
+}
+
+TEST(SnapshotExport, OfATagHasItsName) {
+    TestLibrary library;
+    const Response response = library.exchange(RequestBuilder().record(
+        RecordBuilder::tag(id).with("name", "Grün").with("createdAt", -1500)));
+    EXPECT_EQ(response.record(id),
+              JsonValue(JsonMembers{
+                  {"recordType", "Tag"}, {"uuid", id}, {"createdAt", -1500}, {"name", "Grün"}}));
+}
+
+TEST(SnapshotExport, OfAThingHasEveryField) {
+    TestLibrary library;
+    const std::string file = library.putFile("in", "bytes");
+    const RecordBuilder thing = RecordBuilder::thing(id)
+                                    .with("createdAt", 1)
+                                    .with("kind", "image")
+                                    .with("title", "Title")
+                                    .with("subtitle", "Subtitle")
+                                    .with("content", "Content\n\"/\\")
+                                    .with("note", "Note")
+                                    .with("urlString", "https://example.org/a")
+                                    .with("fileName", "a.png")
+                                    .with("typeIdentifier", "public.png")
+                                    .with("fileSize", 9007199254740993)
+                                    .with("aspectRatio", 1.5)
+                                    .with("isStarred", true)
+                                    .with("trashedAt", 2)
+                                    .with("updatedAt", 3)
+                                    .with("metadataJson", R"({"width":800,"linkedRelativePath":1})")
+                                    .withTags({identifier(2)})
+                                    .with("project", identifier(3))
+                                    .with("data", file)
+                                    .with("thumbnail", file)
+                                    .with("icon", file);
+    const Response response = library.exchange(RequestBuilder()
+                                                   .record(thing)
+                                                   .record(RecordBuilder::tag(identifier(2)))
+                                                   .record(RecordBuilder::project(identifier(3))));
+    for (const auto& [key, value] : *thing.json().object()) {
+        if (key == "data" || key == "thumbnail" || key == "icon") {
+            EXPECT_EQ(response.string(id, key), library.receivedFolder() + "/" + id + "." + key);
+        } else {
+            EXPECT_EQ(*response.record(id).member(key), value) << key;
+        }
+    }
+    EXPECT_THAT(response.string(id, "fileFingerprint"), MatchesRegex("[0-9a-f]{64}"));
+    EXPECT_THAT(response.string(id, "fingerprint"), MatchesRegex("[0-9a-f]{64}"));
+    EXPECT_EQ(response.record(id).object()->size(), thing.json().object()->size() + 2);
+}
+
+TEST(SnapshotExport, OfAThingLeavesOutWhatItDoesNotHave) {
+    TestLibrary library;
+    const Response response = library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
+    for (const char* key : {"trashedAt", "project", "data", "thumbnail", "icon", "deleted"}) {
+        EXPECT_FALSE(response.has(id, key)) << key;
+    }
+    EXPECT_THAT(response.strings(id, "tags"), IsEmpty());
+}
+
+TEST(SnapshotExport, IncludesThingsInTheTrash) {
+    TestLibrary library;
+    const Response response =
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(id).with("trashedAt", 5)));
+    EXPECT_EQ(response.integer(id, "trashedAt"), 5);
+}
+
+TEST(SnapshotExport, SortsTagsByIdentifierAndTheStoreKeepsTheirOrder) {
+    TestLibrary library;
+    RequestBuilder request;
+    for (unsigned i : {0x0Au, 0x02u, 0xF0u}) request.record(RecordBuilder::tag(identifier(i)));
+    request.record(
+        RecordBuilder::thing(id).withTags({identifier(0xF0), identifier(0x02), identifier(0x0A)}));
+    EXPECT_THAT(library.exchange(request).strings(id, "tags"),
+                ElementsAre(identifier(0x02), identifier(0x0A), identifier(0xF0)));
+}
+
+TEST(SnapshotExport, RoundsHalfMillisecondsAwayFromZero) {
+    TestLibrary library;
+    const Response response = library.exchange(RequestBuilder().record(
+        RecordBuilder::thing(id).with("createdAt", 62.5).with("updatedAt", -62.5)));
+    EXPECT_EQ(response.integer(id, "createdAt"), 63);
+    EXPECT_EQ(response.integer(id, "updatedAt"), -63);
+}
+
+// --- Payload files
+// --------------------------------------------------------------------------------
+
+TEST(SnapshotExport, OfAThingWithAThumbnailOnlyWritesThatFileOnly) {
+    TestLibrary library;
+    const Response response = library.exchange(RequestBuilder().record(
+        RecordBuilder::thing(id).with("thumbnail", library.putFile("in", "small"))));
+    EXPECT_TRUE(response.has(id, "thumbnail"));
+    EXPECT_FALSE(response.has(id, "data"));
+    EXPECT_FALSE(response.has(id, "icon"));
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(id + ".thumbnail"));
+    EXPECT_EQ(library.received(id, "thumbnail"), "small");
+}
+
+TEST(SnapshotExport, WritesAFileOfNoBytesForAPayloadOfNoBytes) {
+    TestLibrary library;
+    const Response response = library.exchange(
+        RequestBuilder().record(RecordBuilder::thing(id).with("data", library.putFile("in", ""))));
+    EXPECT_TRUE(response.has(id, "data"));
+    EXPECT_EQ(library.received(id, "data"), "");
+}
+
+/// A library with one thing that has all three payloads, taken over by the host.
+struct HostWithThing {
+    TestLibrary library;
+    RecordBuilder thing = RecordBuilder::thing(id)
+                              .with("data", library.putFile("in/data", "the data"))
+                              .with("thumbnail", library.putFile("in/thumbnail", "the thumbnail"))
+                              .with("icon", library.putFile("in/icon", "the icon"));
+    Response first = library.exchange(RequestBuilder().record(thing));
+
+    HostWithThing() { library.clearReceived(); }
+};
+
+TEST(SnapshotExport, WritesNoFileOfAThingWhoseFingerprintTheHostKnows) {
+    HostWithThing host;
+    const Response response = host.library.exchange(
+        RequestBuilder().knownFingerprint(id, host.first.string(id, "fingerprint")));
+    EXPECT_THAT(host.library.receivedFiles(), IsEmpty());
+    EXPECT_EQ(response.record(id), host.first.record(id));
+}
+
+TEST(SnapshotExport, KnowsTheSameFingerprintAfterARestart) {
+    HostWithThing host;
+    host.library.restart();
+    const Response response = host.library.exchange(
+        RequestBuilder().knownFingerprint(id, host.first.string(id, "fingerprint")));
+    EXPECT_THAT(host.library.receivedFiles(), IsEmpty());
+    EXPECT_EQ(response.record(id), host.first.record(id));
+}
+
+TEST(SnapshotExport, WritesTheFilesAgainWithoutAFingerprint) {
+    HostWithThing host;
+    (void)host.library.exchange();
+    EXPECT_THAT(host.library.receivedFiles(),
+                ElementsAre(id + ".data", id + ".icon", id + ".thumbnail"));
+    EXPECT_EQ(host.library.received(id, "data"), "the data");
+    EXPECT_EQ(host.library.received(id, "thumbnail"), "the thumbnail");
+    EXPECT_EQ(host.library.received(id, "icon"), "the icon");
+}
+
+TEST(SnapshotExport, WritesTheFilesAgainWhenTheHostKnowsAnotherVersion) {
+    HostWithThing host;
+    (void)host.library.exchange(RequestBuilder().knownFingerprint(id, std::string(64, '0')));
+    EXPECT_THAT(host.library.receivedFiles(), testing::SizeIs(3));
+}
+
+TEST(SnapshotExport, DoesNotKnowAFingerprintUnderAnIdentifierInUpperCase) {
+    TestLibrary library;
+    const std::string uuid = identifier(0xABC);
+    const std::string upperCase = Uuid::parse(uuid)->upperCaseText();
+    const Response first = library.exchange(RequestBuilder().record(
+        RecordBuilder::thing(uuid).with("data", library.putFile("in", "bytes"))));
+    library.clearReceived();
+    (void)library.exchange(
+        RequestBuilder().knownFingerprint(upperCase, first.string(uuid, "fingerprint")));
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(uuid + ".data"));
+}
+
+TEST(SnapshotExport, ComparesFingerprintsExactly) {
+    HostWithThing host;
+    std::string upperCase = host.first.string(id, "fingerprint");
+    for (char& c : upperCase) c = static_cast<char>(std::toupper(c));
+    (void)host.library.exchange(RequestBuilder().knownFingerprint(id, upperCase));
+    EXPECT_THAT(host.library.receivedFiles(), testing::SizeIs(3));
+}
+
+TEST(SnapshotExport, HasAnotherFingerprintWhenOneByteOfTheIconChanges) {
+    HostWithThing host;
+    host.thing.with("icon", host.library.putFile("in/icon", "the Icon"));
+    const Response response =
+        host.library.exchange(RequestBuilder()
+                                  .record(host.thing)
+                                  .knownFingerprint(id, host.first.string(id, "fingerprint")));
+    EXPECT_NE(response.string(id, "fingerprint"), host.first.string(id, "fingerprint"));
+    EXPECT_EQ(response.string(id, "icon"), host.first.string(id, "icon"));
+    EXPECT_EQ(response.string(id, "fileFingerprint"), host.first.string(id, "fileFingerprint"));
+    EXPECT_EQ(host.library.received(id, "icon"), "the Icon");
+}
+
+TEST(SnapshotExport, OverwritesAnOlderFile) {
+    HostWithThing host;
+    writeFile(host.library.receivedFolder() + "/" + id + ".data", "old and much longer than that");
+    (void)host.library.exchange();
+    EXPECT_EQ(host.library.received(id, "data"), "the data");
+}
+
+TEST(SnapshotExport, ReplacesALinkInsteadOfWritingThroughIt) {
+    HostWithThing host;
+    const std::string outside = host.library.platform().folder.write("outside", "mine");
+    const std::string target = host.library.receivedFolder() + "/" + id + ".data";
+    std::filesystem::create_directories(host.library.receivedFolder());
+    std::filesystem::create_symlink(outside, target);
+    (void)host.library.exchange();
+    EXPECT_EQ(readFile(outside), "mine");
+    EXPECT_EQ(readFile(target), "the data");
+}
+
+TEST(SnapshotExport, LeavesFilesOfThingsThatAreGone) {
+    HostWithThing host;
+    (void)host.library.exchange();
+    (void)host.library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", id)));
+    EXPECT_EQ(host.library.received(id, "data"), "the data");
+}
+
+TEST(SnapshotExport, LeavesNoTemporaryFile) {
+    HostWithThing host;
+    (void)host.library.exchange();
+    EXPECT_THAT(namesIn(host.library.receivedFolder()), testing::SizeIs(3));
+}
+
+TEST(SnapshotExport, OfAnUnchangedThingIsWrittenWithoutReadingItsPayloads) {
+    HostWithThing host;
+    const auto& files = *host.library.platform().files;
+    const std::uint64_t created = files.count(FileOperation::create);
+    const std::uint64_t opened = files.count(FileOperation::openForReading);
+    (void)host.library.exchange(
+        RequestBuilder().knownFingerprint(id, host.first.string(id, "fingerprint")));
+    EXPECT_EQ(files.count(FileOperation::create), created);
+    EXPECT_EQ(files.count(FileOperation::openForReading), opened + 1) << "the marker alone";
+}
+
+// --- Failures: they come after the save
+// -----------------------------------------------------------
+
+/// The host's record is in the store although the export of this exchange has failed.
+void expectSaved(TestLibrary& library) {
+    library.platform().files->heal();
+    EXPECT_EQ(library.exchange().string(id, "title"), "saved");
+}
+
+RequestBuilder requestToSave(TestLibrary& library) {
+    return RequestBuilder().record(RecordBuilder::thing(id)
+                                       .with("title", "saved")
+                                       .with("data", library.putFile("in", "bytes"))
+                                       .with("icon", library.putFile("in", "bytes")));
+}
+
+TEST(SnapshotExport, FailsWithTheFileSystemsErrorWhenTheFolderCannotBeMade) {
+    TestLibrary library;
+    library.platform().files->fail({.operation = FileOperation::createFolders,
+                                    .pathPattern = "*/received",
+                                    .errorNumber = EROFS});
+    const Response response = library.exchange(requestToSave(library));
+    EXPECT_EQ(response.error(),
+              "The file “received” couldn’t be saved in the folder “exchange” because the volume "
+              "is read only.");
+    expectSaved(library);
+}
+
+TEST(SnapshotExport, FailsWhenAFileStandsWhereTheFolderShouldBe) {
+    TestLibrary library;
+    writeFile(library.receivedFolder(), "a file");
+    EXPECT_TRUE(library.exchange(requestToSave(library)).isError());
+    EXPECT_EQ(readFile(library.receivedFolder()), "a file");
+    std::filesystem::remove(library.receivedFolder());
+    expectSaved(library);
+}
+
+TEST(SnapshotExport, FailsWithTheFileSystemsErrorWhenAPayloadCannotBeWritten) {
+    TestLibrary library;
+    library.platform().files->fail({.operation = FileOperation::rename,
+                                    .pathPattern = "*/received/*.icon",
+                                    .errorNumber = ENOSPC});
+    const Response response = library.exchange(requestToSave(library));
+    EXPECT_TRUE(response.isError());
+    EXPECT_THAT(response.error(), testing::HasSubstr("there isn’t enough space"));
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(id + ".data"))
+        << "files written before stay, and nothing else";
+    expectSaved(library);
+}
+
+}  // namespace
+}  // namespace kelto

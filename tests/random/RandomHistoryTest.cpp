@@ -1,4 +1,6 @@
+#include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -15,6 +17,15 @@ namespace {
 std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
     const char* text = std::getenv(name);
     return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
+}
+
+/// The history that is being played, for the one case in which no test can say it any more.
+volatile std::sig_atomic_t currentSeed = 0;
+
+void tellSeedAndAbort(int signal) {
+    std::fprintf(stderr, "The process ended in the history of seed %d.\n", int{currentSeed});
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
 }
 
 /// Nobody pulls the plug in these histories, so nothing needs to reach a disk: in a folder that
@@ -48,9 +59,11 @@ std::string told(const History& history, const Difference& difference) {
 /// with its own seed and KELTO_HISTORIES=1.
 TEST(RandomHistory, LeavesTheLibraryWhereThePlainModelIs) {
     playInMemory();
+    std::signal(SIGABRT, tellSeedAndAbort);
     const std::uint64_t count = numberFromEnvironment("KELTO_HISTORIES", 200);
     const std::uint64_t firstSeed = numberFromEnvironment("KELTO_SEED", 1);
     for (std::uint64_t seed = firstSeed; seed < firstSeed + count; ++seed) {
+        currentSeed = static_cast<std::sig_atomic_t>(seed);
         const History history = HistoryGenerator(seed).history();
         const auto difference = play(history);
         if (!difference) continue;

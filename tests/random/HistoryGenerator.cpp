@@ -11,6 +11,7 @@ namespace kelto::history {
 
 History HistoryGenerator::history() {
     History history;
+    usesBothProcesses_ = dice_.chance(40);
     const std::size_t length = 10 + dice_.below(21);
     while (history.size() < length) {
         Host& host = hosts_[dice_.below(hosts_.size())];
@@ -18,8 +19,8 @@ History HistoryGenerator::history() {
         const HistoryStep& step = history.back();
         // Written and read again, as the library gets it: of keys that stand twice, the last.
         const JsonValue request = JsonValue::parse(step.request.text());
-        if (step.restarts) model_.restart();
-        outcomes_.push_back(model_.exchange(request, files_, step.now));
+        if (step.restarts) model_.restart(step.process);
+        outcomes_.push_back(model_.exchange(step.process, request, files_, step.now));
         remember(host, outcomes_.back());
     }
     return history;
@@ -27,6 +28,7 @@ History HistoryGenerator::history() {
 
 HistoryStep HistoryGenerator::step(Host& host) {
     HistoryStep step;
+    step.process = usesBothProcesses_ ? dice_.below(processCount) : 0;
     step.restarts = dice_.chance(10);
     // Between whole milliseconds, and sometimes backward.
     now_ += dice_.chance(10) ? -3600.0 : 0.1234567;

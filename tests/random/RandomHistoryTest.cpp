@@ -39,7 +39,8 @@ std::string told(const History& history, const Difference& difference) {
     std::ostringstream out;
     for (std::size_t i = 0; i < history.size(); ++i) {
         const HistoryStep& step = history[i];
-        out << "exchange " << i << (step.restarts ? " (after a restart)" : "") << "\n";
+        out << "exchange " << i << ", process " << step.process
+            << (step.restarts ? ", after a restart" : "") << "\n";
         for (const FileChange& file : step.files) {
             out << "  " << file.path << ": "
                 << (file.content ? std::to_string(file.content->bytes.size()) + " bytes, " +

@@ -62,7 +62,7 @@ std::optional<std::string> Player::play(const HistoryStep& step) {
     JsonValue response = JsonValue::parse(processes_[step.process].exchangeText(request.text()));
     movePaths(response, root(), std::string(HostFiles::root));
 
-    if (const auto difference = differenceOf(expected, response)) return difference;
+    if (auto difference = differenceOf(expected, response)) return difference;
     for (const FileChange& file : expected.written) files_.change(file);
     return disk_.differenceTo(files_, expected.written);
 }

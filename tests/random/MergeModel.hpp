@@ -59,7 +59,4 @@ private:
     std::set<Id> existingThings_;  ///< Those that were there before this request.
 };
 
-/// The name of a conflict copy's file: the note stands before the extension.
-[[nodiscard]] std::string conflictFileName(const std::string& fileName);
-
 }  // namespace kelto::history

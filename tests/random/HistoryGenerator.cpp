@@ -1,5 +1,6 @@
 #include "tests/random/HistoryGenerator.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <utility>
 
@@ -10,6 +11,7 @@ namespace kelto::history {
 
 History HistoryGenerator::history() {
     History history;
+    usesBothProcesses_ = dice_.chance(40);
     const std::size_t length = 10 + dice_.below(21);
     while (history.size() < length) {
         Host& host = hosts_[dice_.below(hosts_.size())];
@@ -17,21 +19,28 @@ History HistoryGenerator::history() {
         const HistoryStep& step = history.back();
         // Written and read again, as the library gets it: of keys that stand twice, the last.
         const JsonValue request = JsonValue::parse(step.request.text());
-        if (step.restarts) model_.restart();
-        remember(host, model_.exchange(request, files_, step.now));
+        if (step.restarts) model_.restart(step.process);
+        outcomes_.push_back(model_.exchange(step.process, request, files_, step.now));
+        remember(host, outcomes_.back());
     }
     return history;
 }
 
 HistoryStep HistoryGenerator::step(Host& host) {
     HistoryStep step;
+    step.process = usesBothProcesses_ ? dice_.below(processCount) : 0;
     step.restarts = dice_.chance(10);
     // Between whole milliseconds, and sometimes backward.
     now_ += dice_.chance(10) ? -3600.0 : 0.1234567;
     step.now = now_;
     step.files = fileChanges(host);
     for (const FileChange& change : step.files) files_.change(change);
-    step.request = request(host);
+    // A host that missed the answer sends its request again; one that was restored from a backup,
+    // an old one.
+    const bool again = !host.requests.empty() && dice_.chance(12);
+    const std::size_t age = again ? dice_.below(std::min<std::size_t>(host.requests.size(), 4)) : 0;
+    step.request = again ? host.requests[host.requests.size() - 1 - age] : request(host);
+    host.requests.push_back(step.request);
     return step;
 }
 
@@ -41,6 +50,8 @@ void HistoryGenerator::remember(Host& host, const Outcome& outcome) {
     host.snapshot = *outcome.response.member("records")->array();
     for (const JsonValue& record : host.snapshot) {
         if (const auto fingerprint = readText(record, "fileFingerprint")) {
+            JsonElements& versions = versions_[*readText(record, "uuid")];
+            if (versions.empty() || versions.back() != record) versions.push_back(record);
             fileFingerprints_.push_back(*fingerprint);
             fingerprints_.push_back(*readText(record, "fingerprint"));
         }
@@ -68,18 +79,18 @@ JsonValue HistoryGenerator::request(const Host& host) {
                                     {"directory", spelledDirectory(host)},
                                     {"records", records(host)}};
     if (dice_.chance(90)) request.setMember("knownFingerprints", knownFingerprints(host));
-    if (dice_.chance(3)) spoilEnvelope(request);
+    if (dice_.chance(4)) spoilEnvelope(request);
     return request;
 }
 
 JsonElements HistoryGenerator::records(const Host& host) {
     RecordMaker maker(dice_, files_, host.directory);
     JsonElements records;
-    const std::size_t sentBack = dice_.chance(60) ? 90 : dice_.below(60);
+    const std::size_t known = dice_.chance(60) ? 90 : dice_.below(60);
     const std::size_t edited = dice_.pick(std::vector<std::size_t>{0, 10, 50});
     for (const JsonValue& received : host.snapshot) {
-        if (!dice_.chance(sentBack)) continue;
-        JsonValue record = maker.sentBack(received, fileFingerprints_);
+        if (!dice_.chance(known)) continue;
+        JsonValue record = sentBack(maker, received);
         if (dice_.chance(edited)) maker.edit(record);
         records.push_back(std::move(record));
     }
@@ -104,9 +115,23 @@ JsonElements HistoryGenerator::records(const Host& host) {
     return records;
 }
 
+JsonValue HistoryGenerator::sentBack(RecordMaker& maker, const JsonValue& received) {
+    if (received.member("fileFingerprint") == nullptr || !dice_.chance(10)) {
+        return maker.sentBack(received, fileFingerprints_);
+    }
+    // Somebody goes back to a version of a while ago, knowingly or because of a stale memory.
+    const JsonElements& versions = versions_[*readText(received, "uuid")];
+    const std::size_t age = dice_.below(std::min<std::size_t>(versions.size(), 4));
+    JsonValue record = maker.sentBack(versions[versions.size() - 1 - age], fileFingerprints_);
+    const std::size_t roll = dice_.below(3);
+    if (roll == 0) record.setMember("baseFileFingerprint", *received.member("fileFingerprint"));
+    if (roll == 1) record.setMember("baseFileFingerprint", "no fingerprint");
+    return record;
+}
+
 JsonValue HistoryGenerator::newRecord(RecordMaker& maker) {
     const std::size_t roll = dice_.below(10);
-    if (roll < 6) return maker.thing();
+    if (roll < 5) return maker.thing();
     return roll < 8 ? maker.project() : maker.tag();
 }
 

@@ -1,13 +1,12 @@
 #include "tests/random/HistoryPlayer.hpp"
 
-#include <filesystem>
-#include <set>
+#include <array>
 
-#include "kelto/foundation/FilePath.hpp"
 #include "tests/random/FolderOnDisk.hpp"
 #include "tests/random/LibraryModel.hpp"
+#include "tests/random/LibraryProcess.hpp"
 #include "tests/random/ResponseComparison.hpp"
-#include "tests/support/TestLibrary.hpp"
+#include "tests/support/FakePlatform.hpp"
 
 namespace kelto::history {
 
@@ -32,9 +31,11 @@ public:
     std::optional<std::string> play(const HistoryStep& step);
 
 private:
-    std::string root() { return library_.platform().folder.path("history"); }
+    std::string root() const { return platform_.folder.path("history"); }
 
-    TestLibrary library_;
+    FakePlatform platform_;
+    std::array<LibraryProcess, processCount> processes_ = {LibraryProcess(platform_),
+                                                           LibraryProcess(platform_)};
     FolderOnDisk disk_{root()};
     HostFiles files_;
     LibraryModel model_{storePath};
@@ -42,26 +43,26 @@ private:
 
 std::optional<std::string> Player::play(const HistoryStep& step) {
     if (step.restarts) {
-        library_.restart();
-        model_.restart();
+        processes_[step.process].restart();
+        model_.restart(step.process);
     }
-    library_.platform().clock->current = Date{step.now};
+    platform_.clock->current = Date{step.now};
     for (const FileChange& change : step.files) {
         files_.change(change);
         disk_.change(change);
     }
     const Outcome expected =
-        model_.exchange(JsonValue::parse(step.request.text()), files_, step.now);
+        model_.exchange(step.process, JsonValue::parse(step.request.text()), files_, step.now);
 
     JsonValue request = step.request;
     // The store lies in the group's folder, everything else below the history's own.
-    movePaths(request, "/history/store", library_.groupFolder());
+    movePaths(request, "/history/store", platform_.groupFolder());
     movePaths(request, std::string(HostFiles::root), root());
     disk_.remember();
-    JsonValue response = JsonValue::parse(library_.exchangeText(request.text()));
+    JsonValue response = JsonValue::parse(processes_[step.process].exchangeText(request.text()));
     movePaths(response, root(), std::string(HostFiles::root));
 
-    if (const auto difference = differenceOf(expected, response)) return difference;
+    if (auto difference = differenceOf(expected, response)) return difference;
     for (const FileChange& file : expected.written) files_.change(file);
     return disk_.differenceTo(files_, expected.written);
 }

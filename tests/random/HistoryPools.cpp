@@ -29,7 +29,7 @@ std::string noise(std::size_t size, unsigned seed) {
 }  // namespace
 
 const std::vector<std::string>& projectIds() {
-    static const auto list = ids("00000000ab", 6);
+    static const auto list = ids("00000000ab", 5);
     return list;
 }
 

@@ -78,7 +78,8 @@ std::string HostFiles::withoutDots(std::string_view path) {
 
 std::string HostFiles::lastName(std::string_view path) {
     const std::string plain = withoutDots(path);
-    return plain.substr(plain.rfind('/') + 1);
+    const std::string name = plain.substr(plain.rfind('/') + 1);
+    return name.substr(0, name.find('\0'));
 }
 
 HostFiles::HostFiles() {

@@ -45,7 +45,7 @@ public:
 
     /// The path without ".", ".." and repeated slashes, whatever lies there.
     [[nodiscard]] static std::string withoutDots(std::string_view path);
-    /// The last component.
+    /// The last component, as far as it can be shown to a person (up to a NUL).
     [[nodiscard]] static std::string lastName(std::string_view path);
 
     HostFiles();

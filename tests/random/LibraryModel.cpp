@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 
-#include "tests/random/MergeModel.hpp"
 #include "tests/random/ModelReaders.hpp"
 #include "tests/random/ModelRecords.hpp"
 
@@ -70,15 +69,20 @@ Outcome answer(const ModelLibrary& library, const JsonValue& request) {
 
 }  // namespace
 
-Outcome LibraryModel::exchange(const JsonValue& request, const HostFiles& files, Seconds now) {
+Outcome LibraryModel::exchange(std::size_t process,
+                               const JsonValue& request,
+                               const HostFiles& files,
+                               Seconds now) {
     try {
-        open(request);
+        open(process, request);
         // Merged into a copy: a refusal leaves the library as it was.
         ModelLibrary merged = library_;
-        MergeModel(merged, files, *readText(request, "directory"), now)
-            .merge(*request.member("records")->array());
+        MergeModel merge(merged, files, *readText(request, "directory"), now);
+        merge.merge(*request.member("records")->array());
         library_ = std::move(merged);
-        return answer(library_, request);
+        Outcome outcome = answer(library_, request);
+        outcome.decisions = merge.decisions();
+        return outcome;
     } catch (const Refusal& refusal) {
         Outcome outcome;
         outcome.refusal = refusal.sentence;
@@ -87,16 +91,15 @@ Outcome LibraryModel::exchange(const JsonValue& request, const HostFiles& files,
     }
 }
 
-void LibraryModel::open(const JsonValue& request) {
+void LibraryModel::open(std::size_t process, const JsonValue& request) {
     if (!isRequest(request)) throw Refusal{"Invalid bridge request.", std::nullopt};
     const std::string path = *readText(request, "storePath");
     if (HostFiles::withoutDots(path) != storePath_) {
         throw Refusal{"The iCloud store must be in Kelto’s App Group.", std::nullopt};
     }
-    if (openPath_ && *openPath_ != path) {
+    if (openPaths_.try_emplace(process, path).first->second != path) {
         throw Refusal{"The native store is already open at a different location.", std::nullopt};
     }
-    openPath_ = path;
 }
 
 }  // namespace kelto::history

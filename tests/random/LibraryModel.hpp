@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "kelto/foundation/Json.hpp"
 #include "tests/random/HostFiles.hpp"
+#include "tests/random/MergeModel.hpp"
 #include "tests/random/ModelLibrary.hpp"
 
 namespace kelto::history {
@@ -20,30 +23,37 @@ struct Outcome {
     JsonValue response;
     /// The payload files that are written for the host, and no other.
     std::vector<FileChange> written;
+    /// What the merge decided on its way.
+    Decisions decisions;
 
     [[nodiscard]] bool isAnswer() const { return refusal.empty() && !unreadableFile; }
 };
 
 /// What an exchange does, in plain lists and maps and with nothing remembered between two of them
-/// but the library itself: the rules as they are told, not as they are made fast.
+/// but the library itself, which all processes
+/// share: the rules as they are told, not as they are made fast.
 class LibraryModel {
 public:
     /// Where the store has to lie.
     explicit LibraryModel(std::string storePath) : storePath_(std::move(storePath)) {}
 
     /// The host's files are those of the moment of the exchange. `now` is the time of day.
-    [[nodiscard]] Outcome exchange(const JsonValue& request, const HostFiles& files, Seconds now);
+    [[nodiscard]] Outcome exchange(std::size_t process,
+                                   const JsonValue& request,
+                                   const HostFiles& files,
+                                   Seconds now);
 
-    /// The process ends and starts again: what is saved stays.
-    void restart() { openPath_.reset(); }
+    /// A process ends and starts again: what is saved stays.
+    void restart(std::size_t process) { openPaths_.erase(process); }
 
     [[nodiscard]] const ModelLibrary& library() const { return library_; }
 
 private:
-    void open(const JsonValue& request);
+    void open(std::size_t process, const JsonValue& request);
 
     std::string storePath_;
-    std::optional<std::string> openPath_;  ///< As the request spelled it that opened the store.
+    /// By process, as the request spelled it that opened the store there.
+    std::map<std::size_t, std::string> openPaths_;
     ModelLibrary library_;
 };
 

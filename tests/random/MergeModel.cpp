@@ -1,18 +1,14 @@
 #include "tests/random/MergeModel.hpp"
 
-#include <algorithm>
-#include <cctype>
+#include <utility>
 
-#include "kelto/foundation/Sha256.hpp"
-#include "kelto/foundation/Uuid.hpp"
+#include "tests/random/ConflictCopy.hpp"
 #include "tests/random/ModelReaders.hpp"
 #include "tests/random/ModelRecords.hpp"
 
 namespace kelto::history {
 
 namespace {
-
-constexpr const char* conflictNote = " (iCloud conflict)";
 
 bool isDeletion(const JsonValue& record) {
     return readTrue(record, "deleted");
@@ -43,64 +39,7 @@ void removeById(List& list, const Id& id) {
     list.remove_if([&](const auto& item) { return item.id == id; });
 }
 
-/// The same item and the same version of it always give the same identifier.
-Id conflictId(const Id& thing, const std::string& fingerprint) {
-    std::string upperCase = thing;
-    for (char& c : upperCase) c = static_cast<char>(std::toupper(c));
-    Id id = sha256(upperCase + fingerprint).hex().substr(0, 32);
-    for (const std::size_t hyphen : {8U, 13U, 18U, 23U}) id.insert(hyphen, "-");
-    return id;
-}
-
-/// A copy lies beside the linked file, not under its name.
-std::string withoutLinkedPath(const std::string& metadataJson) {
-    try {
-        JsonValue metadata = JsonValue::parse(metadataJson);
-        if (metadata.object() == nullptr) return metadataJson;
-        metadata.removeMember("linkedRelativePath");
-        return metadata.text();
-    } catch (const std::exception&) {
-        return metadataJson;  // no JSON at all
-    }
-}
-
-/// Where the last component's extension begins (at its dot); npos when the name has none.
-std::size_t extensionDot(std::string_view name) {
-    static constexpr std::string_view neverInExtensions[] = {" ",
-                                                             "\u061C",
-                                                             "\u200E",
-                                                             "\u200F",
-                                                             "\u202A",
-                                                             "\u202B",
-                                                             "\u202C",
-                                                             "\u202D",
-                                                             "\u202E",
-                                                             "\u2066",
-                                                             "\u2067",
-                                                             "\u2068",
-                                                             "\u2069"};
-    const std::size_t slash = name.rfind('/');
-    const std::size_t start = slash == std::string_view::npos ? 0 : slash + 1;
-    const std::size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot <= start || dot + 1 == name.size()) return name.npos;
-    const std::string_view stem = name.substr(start, dot - start);
-    if (stem == "." || stem == "..") return name.npos;
-    for (const std::string_view character : neverInExtensions) {
-        if (name.find(character, dot) != name.npos) return name.npos;
-    }
-    return dot;
-}
-
 }  // namespace
-
-std::string conflictFileName(const std::string& fileName) {
-    if (fileName.empty()) return "";
-    std::string_view name = fileName;
-    while (name.size() > 1 && name.ends_with('/')) name.remove_suffix(1);
-    const std::size_t dot = extensionDot(name);
-    if (dot == std::string_view::npos) return fileName + conflictNote;
-    return std::string(name.substr(0, dot)) + conflictNote + std::string(name.substr(dot));
-}
 
 MergeModel::MergeModel(ModelLibrary& library,
                        const HostFiles& files,
@@ -161,10 +100,13 @@ void MergeModel::updateThing(ModelThing& thing, const JsonValue& record) {
 }
 
 bool MergeModel::hostWins(const ModelThing& thing, const JsonValue& record, const Content& data) {
-    if (!existingThings_.contains(thing.id)) return true;
+    if (!existingThings_.contains(thing.id)) return decided(true, "the thing is new");
     const auto base = readText(record, "baseFileFingerprint");
     if (!base || !isLinked(thing)) {
-        return thing.updatedAt <= readSeconds(record, "updatedAt").value_or(0);
+        const Seconds updatedAt = readSeconds(record, "updatedAt").value_or(0);
+        if (thing.updatedAt > updatedAt) return decided(false, "the host's version is older");
+        return thing.updatedAt < updatedAt ? decided(true, "the host's version is newer")
+                                           : decided(true, "both versions are of the same time");
     }
     ModelThing sent;
     sent.kind = textOr(record, "kind");
@@ -176,9 +118,16 @@ bool MergeModel::hostWins(const ModelThing& thing, const JsonValue& record, cons
     sent.data = data;
     const std::string ours = fileFingerprint(thing);
     const std::string theirs = fileFingerprint(sent);
-    if (theirs == *base && ours != theirs) return false;
-    if (ours != *base && ours != theirs) keepBothSides(thing);
-    return true;
+    if (ours == theirs) return decided(true, "both sides have the same file");
+    if (theirs == *base) return decided(false, "only the store has changed the file");
+    if (ours == *base) return decided(true, "only the host has changed the file");
+    keepBothSides(thing);
+    return decided(true, "both sides have changed the file");
+}
+
+bool MergeModel::decided(bool wins, const char* why) {
+    ++decisions_[why];
+    return wins;
 }
 
 void MergeModel::applyThing(ModelThing& thing, const JsonValue& record, Content data) {
@@ -208,16 +157,11 @@ void MergeModel::applyThing(ModelThing& thing, const JsonValue& record, Content 
 }
 
 void MergeModel::keepBothSides(const ModelThing& thing) {
-    const Id id = conflictId(thing.id, fileFingerprint(thing));
-    if (findById(library_.things, id) != nullptr) return;  // kept by an earlier exchange
-    ModelThing copy = thing;
-    copy.id = id;
-    copy.title += conflictNote;
-    copy.fileName = conflictFileName(thing.fileName);
-    copy.updatedAt = now_;
-    copy.trashedAt.reset();
-    copy.metadataJson = withoutLinkedPath(thing.metadataJson);
-    library_.things.push_back(copy);
+    if (findById(library_.things, conflictId(thing)) != nullptr) {
+        ++decisions_["the store's version is kept already"];
+        return;
+    }
+    library_.things.push_back(conflictCopy(thing, now_));
 }
 
 void MergeModel::remove(const JsonValue& record) {
@@ -278,7 +222,7 @@ Content MergeModel::payload(const JsonValue& record, std::string_view key) const
 }
 
 std::optional<Id> MergeModel::knownProject(const JsonValue& record, std::string_view key) const {
-    const auto id = readId(record, key);
+    auto id = readId(record, key);
     if (!id || findById(library_.projects, *id) == nullptr) return std::nullopt;
     return id;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,6 +18,9 @@ struct Refusal {
     std::optional<std::string> unreadableFile;
 };
 
+/// How often a merge decided what, by a sentence that says it.
+using Decisions = std::map<std::string, std::size_t>;
+
 /// How the host's records become part of the library.
 class MergeModel {
 public:
@@ -23,6 +28,7 @@ public:
     MergeModel(ModelLibrary& library, const HostFiles& files, std::string directory, Seconds now);
 
     void merge(const JsonElements& records);
+    [[nodiscard]] const Decisions& decisions() const { return decisions_; }
 
 private:
     void create(const JsonValue& record);
@@ -34,6 +40,8 @@ private:
     void keepBothSides(const ModelThing& thing);
     void checkCycles() const;
 
+    /// Notes the decision and answers `wins`.
+    bool decided(bool wins, const char* why);
     [[nodiscard]] bool hostWins(const ModelThing& thing,
                                 const JsonValue& record,
                                 const Content& data);
@@ -47,10 +55,8 @@ private:
     const HostFiles& files_;
     std::string directory_;
     Seconds now_;
+    Decisions decisions_;
     std::set<Id> existingThings_;  ///< Those that were there before this request.
 };
-
-/// The name of a conflict copy's file: the note stands before the extension.
-[[nodiscard]] std::string conflictFileName(const std::string& fileName);
 
 }  // namespace kelto::history

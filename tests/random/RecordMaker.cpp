@@ -28,6 +28,7 @@ JsonValue RecordMaker::project() {
                                    {"uuid", cased(dice_.pick(pools::projectIds()))},
                                    {"createdAt", someMilliseconds()},
                                    {"sortOrder", static_cast<int>(dice_.below(5))}};
+    if (dice_.chance(60)) record.setMember("linkedFolderOwner", "owner of the link");
     editProject(record);
     return record;
 }
@@ -103,8 +104,8 @@ void RecordMaker::edit(JsonValue& record) {
 
 void RecordMaker::editProject(JsonValue& record) {
     record.setMember("name", dice_.pick(pools::texts()));
-    if (dice_.chance(40)) {
-        record.setMember("linkedFolderOwner", dice_.chance(60) ? "owner of the link" : "");
+    if (dice_.chance(10)) {
+        record.setMember("linkedFolderOwner", dice_.chance(50) ? "another owner" : "");
     } else if (dice_.chance(20)) {
         record.removeMember("linkedFolderOwner");
     }

@@ -125,6 +125,7 @@ std::string RecordMaker::badPath() {
                                  directory_ + "/",
                                  directory_ + "/missing",
                                  directory_ + "/out/missing.bin",
+                                 directory_ + std::string("/out/file0\0", 11),
                                  directory_ + "/out",
                                  directory_ + "/empty/",
                                  directory_ + "/../outside/secret",

@@ -17,6 +17,10 @@ std::string differs(const std::string& where, const JsonValue* expected, const J
     return where + " is " + shown(actual) + ", expected " + shown(expected);
 }
 
+std::string member(std::string where, const std::string& key) {
+    return where.append(" \"").append(key).append("\"");
+}
+
 std::optional<std::string> differenceOfObjects(const std::string& where,
                                                const JsonValue& expected,
                                                const JsonValue& actual) {
@@ -24,12 +28,12 @@ std::optional<std::string> differenceOfObjects(const std::string& where,
     for (const auto& [key, value] : *expected.object()) {
         const JsonValue* other = actual.member(key);
         if (other == nullptr || *other != value) {
-            return differs(where + " \"" + key + "\"", &value, other);
+            return differs(member(where, key), &value, other);
         }
     }
     for (const auto& [key, value] : *actual.object()) {
         if (expected.member(key) == nullptr) {
-            return differs(where + " \"" + key + "\"", nullptr, &value);
+            return differs(member(where, key), nullptr, &value);
         }
     }
     return std::nullopt;
@@ -41,8 +45,8 @@ std::optional<std::string> differenceOfRecords(const JsonElements& expected,
         const std::string where = "record " + std::to_string(i);
         if (i >= actual.size()) return differs(where, &expected[i], nullptr);
         if (i >= expected.size()) return differs(where, nullptr, &actual[i]);
-        const std::string id = readText(expected[i], "uuid").value_or("?");
-        if (auto found = differenceOfObjects(where + " (" + id + ")", expected[i], actual[i])) {
+        const std::string whose = where + ' ' + readText(expected[i], "uuid").value_or("");
+        if (auto found = differenceOfObjects(whose, expected[i], actual[i])) {
             return found;
         }
     }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view markerName = "AvaloniaCloudAccount";
 /// Record names of accounts are far shorter; a larger file is nothing that this library wrote.
-constexpr std::size_t markerLimitBytes = 64 * 1024;
+constexpr std::size_t markerLimitBytes = std::size_t{64} * 1024;
 /// "Text that cannot be decoded", as the platform's own layer numbers it.
 constexpr std::int64_t unreadableTextCode = 259;
 

@@ -53,7 +53,7 @@ std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {
     const auto group = platform_.groupContainer->path(platform_.identity.appGroup);
     if (group) {
         const std::string base = platform_.files->currentFolder();
-        const std::string expected = standardizedPath(joinedPath(*group, storeInGroup), base);
+        std::string expected = standardizedPath(joinedPath(*group, storeInGroup), base);
         if (standardizedPath(request.storePath(), base) == expected) return expected;
     }
     throw BridgeError("The iCloud store must be in Kelto’s App Group.");

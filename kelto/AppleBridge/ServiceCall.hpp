@@ -18,7 +18,7 @@ namespace kelto {
 template <typename Answer>
 class ServiceCall {
 public:
-    using Completion = std::function<void(Answer, std::optional<PlatformError>)>;
+    using Completion = std::function<void(Answer, const std::optional<PlatformError>&)>;
 
     /// `start` is called once, when the call is awaited; `main` outlives the answer.
     ServiceCall(MainExecutor& main, std::function<void(Completion)> start)
@@ -27,17 +27,17 @@ public:
     [[nodiscard]] bool await_ready() const noexcept { return false; }
 
     bool await_suspend(std::coroutine_handle<> waiting) {
-        start_(
-            [shared = shared_, &main = main_](Answer answer, std::optional<PlatformError> error) {
-                std::coroutine_handle<> resumed;
-                {
-                    const std::lock_guard lock(shared->mutex);
-                    shared->answer = std::move(answer);
-                    shared->error = std::move(error);
-                    resumed = shared->waiting;
-                }
-                if (resumed) main.post([resumed] { resumed.resume(); });
-            });
+        start_([shared = shared_, &main = main_](Answer answer,
+                                                 const std::optional<PlatformError>& error) {
+            std::coroutine_handle<> resumed;
+            {
+                const std::lock_guard lock(shared->mutex);
+                shared->answer = std::move(answer);
+                shared->error = error;
+                resumed = shared->waiting;
+            }
+            if (resumed) main.post([resumed] { resumed.resume(); });
+        });
         const std::lock_guard lock(shared_->mutex);
         if (shared_->answer) return false;
         shared_->waiting = waiting;

@@ -1,7 +1,6 @@
 #include "kelto/model/Project.hpp"
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
 
 #include "kelto/foundation/Text.hpp"
@@ -70,7 +69,7 @@ RelationshipDescription Project::childrenRelationship() {
             .deleteRule = DeleteRule::cascade,
             .related =
                 [](const ModelObject& parent) {
-                    const auto& children = static_cast<const Project&>(parent).children_;
+                    const auto children = static_cast<const Project&>(parent).children_.list();
                     return std::vector<ModelObject*>(children.begin(), children.end());
                 },
             .linkLoaded = nullptr,
@@ -89,7 +88,7 @@ RelationshipDescription Project::thingsRelationship() {
             .deleteRule = DeleteRule::nullify,
             .related =
                 [](const ModelObject& project) {
-                    const auto& things = static_cast<const Project&>(project).things_;
+                    const auto things = static_cast<const Project&>(project).things_.list();
                     return std::vector<ModelObject*>(things.begin(), things.end());
                 },
             .linkLoaded = nullptr,
@@ -175,11 +174,8 @@ bool Project::isDescendantOf(const Project& other) const {
 }
 
 std::vector<Thing*> Project::activeThings() const {
-    std::vector<Thing*> active;
-    std::copy_if(
-        things_.begin(), things_.end(), std::back_inserter(active), [](const Thing* thing) {
-            return !thing->isTrashed();
-        });
+    std::vector<Thing*> active = things_.list();
+    std::erase_if(active, [](const Thing* thing) { return thing->isTrashed(); });
     return active;
 }
 

@@ -1,7 +1,6 @@
 #include "kelto/model/Tag.hpp"
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
 
 #include "kelto/model/Thing.hpp"
@@ -30,7 +29,7 @@ RelationshipDescription Tag::thingsRelationship() {
             .deleteRule = DeleteRule::nullify,
             .related =
                 [](const ModelObject& tag) {
-                    const auto& things = static_cast<const Tag&>(tag).things_;
+                    const auto things = static_cast<const Tag&>(tag).things_.list();
                     return std::vector<ModelObject*>(things.begin(), things.end());
                 },
             .linkLoaded = nullptr,
@@ -48,11 +47,8 @@ Tag::Tag(ObjectEnvironment& environment, std::string_view name)
 }
 
 std::vector<Thing*> Tag::activeThings() const {
-    std::vector<Thing*> active;
-    std::copy_if(
-        things_.begin(), things_.end(), std::back_inserter(active), [](const Thing* thing) {
-            return !thing->isTrashed();
-        });
+    std::vector<Thing*> active = things_.list();
+    std::erase_if(active, [](const Thing* thing) { return thing->isTrashed(); });
     return active;
 }
 

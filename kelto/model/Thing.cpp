@@ -1,6 +1,7 @@
 #include "kelto/model/Thing.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <unordered_set>
 
@@ -71,8 +72,11 @@ RelationshipDescription Thing::tagsRelationship() {
                 [](ModelObject& object, ModelObject& other) {
                     auto& thing = static_cast<Thing&>(object);
                     auto& tag = static_cast<Tag&>(other);
-                    thing.tags_.push_back(&tag);
+                    // A damaged store may name a tag twice; in memory it stands once, like in
+                    // setTags(), or a second entry would outlive the tag.
+                    const std::size_t before = tag.things_.size();
                     tag.things_.add(thing);
+                    if (tag.things_.size() != before) thing.tags_.push_back(&tag);
                 },
             .unlink =
                 [](ModelObject& thing, ModelObject& tag) {

@@ -71,7 +71,8 @@ public:
     void setCreatedAt(const Date& value) { assign(createdAt_, value); }
     void setUpdatedAt(const Date& value) { assign(updatedAt_, value); }
     void setMetadataJSON(std::string_view value) { assign(metadataJSON_, value); }
-    /// The list in that order; a tag named twice is attached once, where it stands first.
+    /// The list in that order, without nullptr; a tag named twice is attached once, where it stands
+    /// first.
     void setTags(const std::vector<Tag*>& value);
     void setProject(Project* value);
 
@@ -104,7 +105,6 @@ public:
 
 private:
     friend class Tag;
-    friend class Project;
 
     /// A blank item for a row that is being read: asks neither the clock nor for a random uuid.
     Thing(ObjectEnvironment& environment, std::int64_t row)

@@ -91,9 +91,8 @@ bool SqliteStatement::step() {
         reset();
         return false;
     }
-    const PlatformError failure = database_.error(code);
-    reset();
-    throw failure;
+    const StatementUse ended(*this);
+    throw database_.error(code);  // made before the reset, which would forget the cause
 }
 
 void SqliteStatement::run() {
@@ -137,9 +136,9 @@ SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyL
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
                         nullptr);
     if (code != SQLITE_OK) {
-        const PlatformError failure = error(code);
-        sqlite3_close(handle_);
-        throw failure;
+        // Even a connection that could not be opened has to be closed, after it was asked why.
+        const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> closed(handle_, &sqlite3_close);
+        throw error(code);
     }
     sqlite3_busy_timeout(handle_, static_cast<int>(busyLimit.count()));
 }

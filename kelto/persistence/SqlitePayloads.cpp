@@ -144,10 +144,10 @@ void SqlitePayloads::removeQuietly(std::vector<std::string>& paths) noexcept {
 
 void SqlitePayloads::sweep() {
     for (const std::string& name : files_.list(externalFolder_)) {
-        const auto digest = Digest::parse(name);
-        if (digest) {
+        if (const auto digest = Digest::parse(name)) {
+            const Payload payload{*digest};
             const StatementUse use(select_);
-            select_.blob(0, digestBytes({*digest}));
+            select_.blob(0, digestBytes(payload));
             if (select_.step() && select_.isNull(1)) continue;
         }
         std::vector<std::string> stray{joinedPath(externalFolder_, name)};

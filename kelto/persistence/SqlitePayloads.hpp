@@ -20,7 +20,7 @@ class SqlitePayloads final : public PayloadStorage {
 public:
     /// Up to this many bytes lie in the database: making a small file costs far more than its
     /// bytes.
-    static constexpr std::size_t inlineLimitBytes = 64 * 1024;
+    static constexpr std::size_t inlineLimitBytes = std::size_t{64} * 1024;
 
     SqlitePayloads(const Schema& schema,
                    SqliteDatabase& database,

@@ -11,7 +11,7 @@
 namespace kelto {
 
 /// How much of a file stands in memory while it is copied or hashed.
-inline constexpr std::size_t transferBufferBytes = 256 * 1024;
+inline constexpr std::size_t transferBufferBytes = std::size_t{256} * 1024;
 
 /// The file's bytes. For small files that the library itself wrote; larger than `limit` bytes is
 /// refused as a file error (EFBIG).

@@ -1,3 +1,6 @@
+#include <cstdint>
+#include <vector>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -42,6 +45,28 @@ TEST_F(OrderedObjectsTest, RemovesOnlyTheNamedObject) {
     EXPECT_THAT(objects.list(), testing::ElementsAre(&third));
     EXPECT_FALSE(objects.contains(first));
     EXPECT_TRUE(objects.contains(third));
+}
+
+TEST_F(OrderedObjectsTest, TakesAnObjectBackIntoItsPlace) {
+    objects.add(first);
+    objects.add(second);
+    objects.add(third);
+    objects.remove(second);
+    objects.add(second);
+    EXPECT_THAT(objects.list(), testing::ElementsAre(&first, &second, &third));
+    EXPECT_EQ(objects.size(), 3U);
+}
+
+TEST_F(OrderedObjectsTest, IsEmptyWhenAllWereRemovedInTheirOrder) {
+    std::vector<Numbered> many;
+    for (std::int64_t i = 1; i <= 1000; ++i) many.push_back({i});
+    for (Numbered& object : many) objects.add(object);
+    for (Numbered& object : many) {
+        objects.remove(object);
+        EXPECT_FALSE(objects.contains(object));
+    }
+    EXPECT_TRUE(objects.empty());
+    EXPECT_THAT(objects.list(), testing::IsEmpty());
 }
 
 }  // namespace

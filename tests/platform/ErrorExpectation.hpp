@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
+#include <cstring>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -9,23 +9,23 @@
 
 namespace kelto {
 
-/// The errno below a file error; none when there is none.
-inline std::optional<std::int64_t> errnoBelow(const PlatformError& error) {
-    const ErrorValue* below = error.object()->userInfo.find(errorKey::underlyingError);
-    if (below == nullptr || !std::holds_alternative<ErrorRef>(*below)) return std::nullopt;
-    return std::get<ErrorRef>(*below)->code;
+/// What the system says about the cause of a file error, in its own words.
+inline std::string systemReason(const PlatformError& error) {
+    const ErrorValue* reason = error.object()->userInfo.find(errorKey::debugDescription);
+    if (reason == nullptr || !std::holds_alternative<std::string>(*reason)) return "";
+    return std::get<std::string>(*reason);
 }
 
 }  // namespace kelto
 
 /// The statement throws a file error of this Cocoa code, with this errno as its cause.
-#define EXPECT_THROW_FILE_ERROR(statement, cocoaCode, errorNumber)                        \
-    try {                                                                                 \
-        statement;                                                                        \
-        ADD_FAILURE() << #statement " threw nothing";                                     \
-    } catch (const kelto::PlatformError& error) {                                         \
-        EXPECT_EQ(error.domain(), kelto::errorDomain::cocoa);                             \
-        EXPECT_EQ(error.code(), cocoaCode) << error.localizedDescription();               \
-        EXPECT_EQ(kelto::errnoBelow(error), errorNumber) << error.localizedDescription(); \
-    }                                                                                     \
+#define EXPECT_THROW_FILE_ERROR(statement, cocoaCode, errorNumber)           \
+    try {                                                                    \
+        statement;                                                           \
+        ADD_FAILURE() << #statement " threw nothing";                        \
+    } catch (const kelto::PlatformError& error) {                            \
+        EXPECT_EQ(error.domain(), kelto::errorDomain::cocoa);                \
+        EXPECT_EQ(error.code(), cocoaCode) << error.localizedDescription();  \
+        EXPECT_EQ(kelto::systemReason(error), strerrordesc_np(errorNumber)); \
+    }                                                                        \
     static_assert(true)

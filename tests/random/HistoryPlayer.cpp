@@ -1,0 +1,126 @@
+#include "tests/random/HistoryPlayer.hpp"
+
+#include <array>
+
+#include "tests/random/FolderOnDisk.hpp"
+#include "tests/random/LibraryModel.hpp"
+#include "tests/random/LibraryProcess.hpp"
+#include "tests/random/ResponseComparison.hpp"
+#include "tests/support/FakePlatform.hpp"
+
+namespace kelto::history {
+
+namespace {
+
+/// Texts that begin with one path, changed to begin with another.
+void movePaths(JsonValue& value, const std::string& from, const std::string& to) {
+    if (value.string() != nullptr && value.string()->starts_with(from)) {
+        value = to + value.string()->substr(from.size());
+    }
+    if (value.array() != nullptr) {
+        for (JsonValue& element : *value.array()) movePaths(element, from, to);
+    }
+    if (value.object() != nullptr) {
+        for (auto& [key, member] : *value.object()) movePaths(member, from, to);
+    }
+}
+
+class Player {
+public:
+    /// What differs, if anything.
+    std::optional<std::string> play(const HistoryStep& step);
+
+private:
+    std::string root() const { return platform_.folder.path("history"); }
+
+    FakePlatform platform_;
+    std::array<LibraryProcess, processCount> processes_ = {LibraryProcess(platform_),
+                                                           LibraryProcess(platform_)};
+    FolderOnDisk disk_{root()};
+    HostFiles files_;
+    LibraryModel model_{storePath};
+};
+
+std::optional<std::string> Player::play(const HistoryStep& step) {
+    if (step.restarts) {
+        processes_[step.process].restart();
+        model_.restart(step.process);
+    }
+    platform_.clock->current = Date{step.now};
+    for (const FileChange& change : step.files) {
+        files_.change(change);
+        disk_.change(change);
+    }
+    const Outcome expected =
+        model_.exchange(step.process, JsonValue::parse(step.request.text()), files_, step.now);
+
+    JsonValue request = step.request;
+    // The store lies in the group's folder, everything else below the history's own.
+    movePaths(request, "/history/store", platform_.groupFolder());
+    movePaths(request, std::string(HostFiles::root), root());
+    disk_.remember();
+    JsonValue response = JsonValue::parse(processes_[step.process].exchangeText(request.text()));
+    movePaths(response, root(), std::string(HostFiles::root));
+
+    if (auto difference = differenceOf(expected, response)) return difference;
+    for (const FileChange& file : expected.written) files_.change(file);
+    return disk_.differenceTo(files_, expected.written);
+}
+
+/// The list of records, or nullptr where a spoilt request has none.
+JsonElements* recordsOf(HistoryStep& step) {
+    for (auto& [key, value] : *step.request.object()) {
+        if (key == "records") return value.array();
+    }
+    return nullptr;
+}
+
+/// Takes every element out of a list of the history that the failure does not need. `list` finds
+/// it in a copy of the history, too.
+template <typename FindList>
+void shrinkList(History& history, FindList list) {
+    if (list(history) == nullptr) return;
+    for (std::size_t place = list(history)->size(); place-- > 0;) {
+        History shorter = history;
+        auto* elements = list(shorter);
+        elements->erase(elements->begin() + static_cast<std::ptrdiff_t>(place));
+        if (play(shorter)) history = std::move(shorter);
+    }
+}
+
+void shrinkStep(History& history, std::size_t step) {
+    shrinkList(history, [=](History& all) { return &all[step].files; });
+    shrinkList(history, [=](History& all) { return recordsOf(all[step]); });
+    const JsonElements* records = recordsOf(history[step]);
+    for (std::size_t i = 0; records != nullptr && i < records->size(); ++i) {
+        shrinkList(history, [=](History& all) { return (*recordsOf(all[step]))[i].object(); });
+        records = recordsOf(history[step]);
+    }
+}
+
+}  // namespace
+
+std::optional<Difference> play(const History& history) {
+    Player player;
+    for (std::size_t step = 0; step < history.size(); ++step) {
+        if (auto difference = player.play(history[step])) return Difference{step, *difference};
+    }
+    return std::nullopt;
+}
+
+History shrunk(History history) {
+    if (const auto difference = play(history)) history.resize(difference->step + 1);
+    // From the end: what is late is more often without consequence.
+    for (std::size_t step = history.size(); step-- > 0;) {
+        History without = history;
+        without.erase(without.begin() + static_cast<std::ptrdiff_t>(step));
+        if (play(without)) {
+            history = std::move(without);
+        } else {
+            shrinkStep(history, step);
+        }
+    }
+    return history;
+}
+
+}  // namespace kelto::history

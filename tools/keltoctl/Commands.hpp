@@ -1,0 +1,19 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "tools/keltoctl/Host.hpp"
+
+namespace kelto::ctl {
+
+// Each adds its subcommands to `app`. The one that the user names puts itself into `chosen`, which
+// outlives the parsing.
+
+void addFolderCommands(CLI::App& app, Command& chosen);    ///< import, export
+void addReadingCommands(CLI::App& app, Command& chosen);   ///< tree, list, show
+void addAddingCommands(CLI::App& app, Command& chosen);    ///< add note|quote|link|file
+void addEditingCommands(CLI::App& app, Command& chosen);   ///< edit, tag, move
+void addTrashCommands(CLI::App& app, Command& chosen);     ///< trash, restore, delete
+void addExchangeCommands(CLI::App& app, Command& chosen);  ///< exchange, status, …
+
+}  // namespace kelto::ctl

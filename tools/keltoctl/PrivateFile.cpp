@@ -1,0 +1,113 @@
+#include "tools/keltoctl/PrivateFile.hpp"
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "kelto/foundation/FilePath.hpp"
+#include "tools/keltoctl/FileDescriptor.hpp"
+#include "tools/keltoctl/Refusal.hpp"
+
+namespace kelto::ctl {
+
+namespace {
+
+constexpr std::size_t bufferBytes = 1 << 16;
+
+[[noreturn]] void refuse(std::string_view verb, const std::string& path, int errorNumber) {
+    throw Refusal(fileSentence(verb, path, errorNumber));
+}
+
+/// The name of a file beside the target that becomes the target by being renamed. Removed again
+/// unless that happened.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& target) : path_(target + ".XXXXXX") {
+        descriptor_ = FileDescriptor(::mkostemp(path_.data(), O_CLOEXEC));  // made with mode 0600
+        if (!descriptor_) refuse("write", target, errno);
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (!renamed_) ::unlink(path_.c_str());
+    }
+
+    [[nodiscard]] bool fill(std::string_view text) {
+        return writeAll(descriptor_.number(), text) && ::fsync(descriptor_.number()) == 0 &&
+               descriptor_.close();
+    }
+    [[nodiscard]] bool becomes(const std::string& target) {
+        renamed_ = ::rename(path_.c_str(), target.c_str()) == 0;
+        return renamed_;
+    }
+
+private:
+    std::string path_;
+    FileDescriptor descriptor_;
+    bool renamed_ = false;
+};
+
+}  // namespace
+
+std::string fileSentence(std::string_view verb, std::string_view path, int errorNumber) {
+    std::string sentence = "cannot ";
+    sentence.append(verb).append(" “").append(path).append("”: ");
+    return sentence.append(std::generic_category().message(errorNumber)).append(".");
+}
+
+bool writeAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+std::optional<std::string> readTextFile(const std::string& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file && errno == ENOENT) return std::nullopt;
+    if (!file) refuse("read", path, errno);
+    std::string text;
+    std::array<char, bufferBytes> buffer;
+    while (true) {
+        const ssize_t count = ::read(file.number(), buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) refuse("read", path, errno);
+        if (count == 0) return text;
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+}
+
+std::int64_t fileSize(const std::string& path) {
+    struct stat found {};
+    return ::stat(path.c_str(), &found) == 0 ? found.st_size : 0;
+}
+
+void writeFileAtomically(const std::string& path, std::string_view text) {
+    TemporaryFile temporary(path);
+    if (!temporary.fill(text) || !temporary.becomes(path)) refuse("write", path, errno);
+    // Without this a power cut could bring the old name back, which is no harm but a surprise.
+    const std::string folder(withoutLastPathComponent(path));
+    const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened) ::fsync(opened.number());
+}
+
+void makePrivateFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), 0700) == 0) return;
+    if (errno == ENOENT && path.size() > 1) {
+        makePrivateFolder(std::string(withoutLastPathComponent(path)));
+        if (::mkdir(path.c_str(), 0700) == 0) return;
+    }
+    struct stat found {};
+    const int reason = errno;
+    if (reason == EEXIST && ::stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode)) return;
+    refuse("make the folder", path, reason);
+}
+
+}  // namespace kelto::ctl

@@ -1,0 +1,160 @@
+#include "tools/keltoctl/Snapshot.hpp"
+
+#include "kelto/foundation/Text.hpp"
+#include "tools/keltoctl/Refusal.hpp"
+#include "tools/keltoctl/ThingTexts.hpp"
+
+namespace kelto::ctl {
+
+namespace {
+
+// Projects form a tree; the limit only keeps a damaged file from walking in circles.
+constexpr int depthLimit = 64;
+
+template <typename Record, typename Index>
+const Record* find(const std::vector<Record>& records, const Index& index, std::string_view id) {
+    const auto found = index.find(std::string(id));
+    return found == index.end() ? nullptr : &records[found->second];
+}
+
+std::string quoted(std::string_view text) {
+    return "“" + std::string(text) + "”";
+}
+
+Item theOnly(const std::vector<Item>& items, std::string_view prefix, const char* what) {
+    if (items.empty())
+        throw Refusal("no " + std::string(what) + " has an identifier that begins with " +
+                      quoted(prefix) + "; “keltoctl tree” shows the identifiers.");
+    if (items.size() > 1)
+        throw Refusal(quoted(prefix) + " is the beginning of " + std::to_string(items.size()) +
+                      " identifiers; write more of the one you mean.");
+    return items.front();
+}
+
+}  // namespace
+
+const std::string& Item::id() const {
+    if (thing != nullptr) return thing->id;
+    return project != nullptr ? project->id : tag->id;
+}
+
+std::string_view Item::recordType() const {
+    if (thing != nullptr) return "Thing";
+    return project != nullptr ? "Project" : "Tag";
+}
+
+Snapshot Snapshot::parse(std::string_view response) {
+    const JsonValue document = JsonValue::parse(response);
+    if (const JsonValue* error = document.member("error"); error != nullptr && error->string())
+        throw Refusal(*error->string());
+    Snapshot snapshot;
+    if (const JsonValue* status = document.member("status"); status != nullptr && status->string())
+        snapshot.status_ = *status->string();
+    if (const JsonValue* sync = document.member("lastSync"); sync != nullptr && sync->number())
+        snapshot.lastSync_ = sync->number()->integer();
+    const JsonValue* records = document.member("records");
+    if (records == nullptr || records->array() == nullptr)
+        throw Refusal("the library's answer holds no records; does this keltoctl belong to it?");
+    for (const JsonValue& record : *records->array()) {
+        const JsonValue* type = record.member("recordType");
+        if (type == nullptr || type->string() == nullptr) continue;
+        if (*type->string() == "Project") snapshot.projects_.push_back(projectFrom(record));
+        if (*type->string() == "Tag") snapshot.tags_.push_back(tagFrom(record));
+        if (*type->string() == "Thing") snapshot.things_.push_back(thingFrom(record));
+    }
+    snapshot.buildIndexes();
+    return snapshot;
+}
+
+void Snapshot::buildIndexes() {
+    for (std::size_t at = 0; at < projects_.size(); ++at) projectIndex_[projects_[at].id] = at;
+    for (std::size_t at = 0; at < tags_.size(); ++at) tagIndex_[tags_[at].id] = at;
+    for (std::size_t at = 0; at < things_.size(); ++at) thingIndex_[things_[at].id] = at;
+}
+
+const ProjectRecord* Snapshot::findProject(std::string_view id) const {
+    return find(projects_, projectIndex_, id);
+}
+
+const TagRecord* Snapshot::findTag(std::string_view id) const {
+    return find(tags_, tagIndex_, id);
+}
+
+const ThingRecord* Snapshot::findThing(std::string_view id) const {
+    return find(things_, thingIndex_, id);
+}
+
+std::vector<Item> Snapshot::itemsBeginningWith(std::string_view prefix) const {
+    std::vector<Item> found;
+    const std::string lower = lowerCased(prefix);
+    if (lower.empty()) return found;
+    for (const ThingRecord& candidate : things_)
+        if (candidate.id.starts_with(lower)) found.push_back({.thing = &candidate});
+    for (const ProjectRecord& candidate : projects_)
+        if (candidate.id.starts_with(lower)) found.push_back({.project = &candidate});
+    for (const TagRecord& candidate : tags_)
+        if (candidate.id.starts_with(lower)) found.push_back({.tag = &candidate});
+    return found;
+}
+
+Item Snapshot::item(std::string_view prefix) const {
+    return theOnly(itemsBeginningWith(prefix), prefix, "thing, project or tag");
+}
+
+const ThingRecord& Snapshot::thing(std::string_view prefix) const {
+    std::vector<Item> found = itemsBeginningWith(prefix);
+    std::erase_if(found, [](const Item& item) { return item.thing == nullptr; });
+    return *theOnly(found, prefix, "thing").thing;
+}
+
+const ProjectRecord& Snapshot::project(std::string_view nameOrPrefix) const {
+    const std::string name = folded(nameOrPrefix);
+    std::vector<Item> found;
+    for (const ProjectRecord& candidate : projects_)
+        if (folded(candidate.name) == name) found.push_back({.project = &candidate});
+    if (found.size() > 1)
+        throw Refusal(std::to_string(found.size()) + " projects are called " +
+                      quoted(nameOrPrefix) + "; name the one you mean by its identifier.");
+    if (found.empty()) found = itemsBeginningWith(nameOrPrefix);
+    std::erase_if(found, [](const Item& item) { return item.project == nullptr; });
+    if (found.empty())
+        throw Refusal("no project is called " + quoted(nameOrPrefix) +
+                      " or has such an identifier; “keltoctl tree” shows the projects.");
+    return *theOnly(found, nameOrPrefix, "project").project;
+}
+
+const TagRecord* Snapshot::findTagNamed(std::string_view name) const {
+    const std::string wanted = folded(name);
+    for (const TagRecord& candidate : tags_)
+        if (folded(candidate.name) == wanted) return &candidate;
+    return nullptr;
+}
+
+std::string Snapshot::projectPath(std::string_view id) const {
+    std::string path;
+    const ProjectRecord* project = findProject(id);
+    for (int depth = 0; project != nullptr && depth < depthLimit; ++depth) {
+        if (depth > 0) path.insert(0, " / ");
+        path.insert(0, project->name);
+        project = project->parent ? findProject(*project->parent) : nullptr;
+    }
+    return path;
+}
+
+bool Snapshot::liesIn(std::string_view id, std::string_view ancestor) const {
+    const ProjectRecord* project = findProject(id);
+    for (int depth = 0; project != nullptr && depth < depthLimit; ++depth) {
+        if (project->id == ancestor) return true;
+        project = project->parent ? findProject(*project->parent) : nullptr;
+    }
+    return false;
+}
+
+std::vector<std::string> Snapshot::tagNames(const ThingRecord& thing) const {
+    std::vector<std::string> names;
+    for (const std::string& id : thing.tags)
+        if (const TagRecord* tag = findTag(id)) names.push_back(tag->name);
+    return names;
+}
+
+}  // namespace kelto::ctl

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kelto::ctl {
+
+/// `text` as it may be shown on a terminal: what would steer the terminal or the direction of
+/// writing (control characters, bidirectional controls, line separators, broken UTF-8) becomes "?".
+[[nodiscard]] std::string terminalSafe(std::string_view text);
+
+/// How many columns a terminal needs for a text that is terminalSafe.
+[[nodiscard]] std::size_t displayWidth(std::string_view text);
+
+/// Cut to at most `width` columns (the last is "…" then) and filled with blanks to exactly that.
+[[nodiscard]] std::string fitted(std::string_view text, std::size_t width);
+
+/// "1 file", "3 files"; the plural is made with "s".
+[[nodiscard]] std::string counted(std::size_t count, std::string_view noun);
+
+/// "7 bytes", "1.2 MB": decimal units.
+[[nodiscard]] std::string byteCount(std::int64_t bytes);
+
+}  // namespace kelto::ctl

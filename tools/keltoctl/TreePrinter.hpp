@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "kelto/foundation/Json.hpp"
+#include "tools/keltoctl/Snapshot.hpp"
+
+namespace kelto::ctl {
+
+/// The library for a terminal: projects with their counts, things with badge, title, size, the
+/// beginning of their identifier and their tags, in columns; the trash last; then the totals.
+[[nodiscard]] std::string printedTree(const Snapshot& snapshot);
+
+/// Some things in the same columns, without the tree.
+[[nodiscard]] std::string printedList(const Snapshot& snapshot,
+                                      const std::vector<const ThingRecord*>& things);
+
+/// The same library as nested JSON: {"projects": [...], "things": [...], "totals": {...}}.
+[[nodiscard]] JsonValue treeDocument(const Snapshot& snapshot);
+
+}  // namespace kelto::ctl

@@ -132,8 +132,8 @@ FileFailure writeFailure(const SpokenPath& path, int errorNumber) {
 }
 
 PlatformError fileError(std::string_view path, int errorNumber, FileFailure failure) {
-    // The system's error stands beside, not below: whoever walks down a tree of errors to its leaves
-    // would otherwise lose the sentence that names the file.
+    // The system's error stands beside, not below: whoever walks down a tree of errors to its
+    // leaves would otherwise lose the sentence that names the file.
     return {errorDomain::cocoa,
             failure.code,
             ErrorDictionary({

@@ -108,6 +108,10 @@ TEST(SnapshotExport, OfAProjectNamesItsParentInLowerCase) {
             .record(RecordBuilder::project(child).with("parent", identifier(0xFEDCBA)))
             .record(RecordBuilder::project(identifier(0xFEDCBA)).with("linkedFolderOwner", "Mac")));
     EXPECT_EQ(response.string(child, "parent"), identifier(0xFEDCBA));
+    EXPECT_THAT(
+        keysOf(response.record(child)),
+        testing::UnorderedElementsAre(
+            "recordType", "uuid", "createdAt", "name", "sortOrder", "linkedFolderOwner", "parent"));
     EXPECT_EQ(response.string(identifier(0xFEDCBA), "linkedFolderOwner"), "Mac");
 }
 

@@ -1,7 +1,7 @@
 /* The C interface of Kelto's bridge library: four functions.
  *
- * All texts are NUL-terminated UTF-8. The exchange itself is described in the exchange format
- * documentation that is installed with this header.
+ * All texts are NUL-terminated UTF-8. What an exchange says and answers is described in
+ * docs/exchange-format.md, how a host calls it in docs/hosting.md.
  */
 #ifndef KELTO_APPLE_H
 #define KELTO_APPLE_H
@@ -38,8 +38,8 @@ typedef void (*kelto_apple_callback)(intptr_t context, const char *response);
 /* Runs one exchange. `request` is a JSON text; it is copied before the call returns. The call returns
  * at once; the exchange runs on the host's main thread, out of its main loop (the default main context
  * of GLib), which must be running for the answer to arrive. `callback` is then called exactly once:
- * with the merged snapshot, or with an object that has an "error" member, one sentence for a person,
- * when anything failed and nothing was changed. Answers arrive in the order of completion. May be
+ * with the merged snapshot, or, when anything failed, with an object that has an "error" member, one
+ * sentence for a person. A request is merged whole or not at all. Answers arrive in the order of completion. May be
  * called from any thread, also from inside a callback. */
 KELTO_EXPORT void kelto_apple_exchange(const char *request,
                                        intptr_t context,

@@ -17,7 +17,8 @@ RecordValue RecordValue::number(const JsonNumberValue& number) {
         value.integer_ = *number.integer;
     } else if (number.real) {
         value.kind_ = Kind::real;
-        value.real_ = *number.real;
+        // Zero has no sign here: the store could not keep it, and a fingerprint must not depend on it.
+        value.real_ = *number.real + 0.0;
     } else {
         value.kind_ = Kind::other;
     }

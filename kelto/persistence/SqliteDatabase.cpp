@@ -129,7 +129,7 @@ Bytes SqliteStatement::blob(int column) {
 }
 
 SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit)
-    : path_(std::move(path)) {
+    : path_(std::move(path)), busyLimit_(busyLimit) {
     const int code =
         sqlite3_open_v2(path_.c_str(),
                         &handle_,
@@ -140,7 +140,7 @@ SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyL
         const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> closed(handle_, &sqlite3_close);
         throw error(code);
     }
-    sqlite3_busy_timeout(handle_, static_cast<int>(busyLimit.count()));
+    sqlite3_busy_timeout(handle_, static_cast<int>(busyLimit_.count()));
 }
 
 SqliteDatabase::~SqliteDatabase() {
@@ -150,6 +150,13 @@ SqliteDatabase::~SqliteDatabase() {
 void SqliteDatabase::run(const std::string& sql) {
     const int code = sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) throw error(code);
+}
+
+bool SqliteDatabase::tryToRun(const char* sql, std::chrono::milliseconds limit) noexcept {
+    sqlite3_busy_timeout(handle_, static_cast<int>(limit.count()));
+    const int code = sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr);
+    sqlite3_busy_timeout(handle_, static_cast<int>(busyLimit_.count()));
+    return code == SQLITE_OK;
 }
 
 std::int64_t SqliteDatabase::integer(std::string_view sql) {

@@ -63,6 +63,8 @@ public:
 
     /// Runs statements that give no rows.
     void run(const std::string& sql);
+    /// The same, but it waits at most `limit` for another writer, and answers whether it succeeded.
+    [[nodiscard]] bool tryToRun(const char* sql, std::chrono::milliseconds limit) noexcept;
     /// The first column of the first row, an integer; 0 when there is no row.
     [[nodiscard]] std::int64_t integer(std::string_view sql);
     [[nodiscard]] bool isInTransaction() const;
@@ -74,6 +76,7 @@ private:
     friend class SqliteStatement;
 
     std::string path_;
+    std::chrono::milliseconds busyLimit_;
     sqlite3* handle_ = nullptr;
 };
 

@@ -68,7 +68,7 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
         received.temporary_->sync();
         files_.rename(received.temporary_->path(), path);
         received.temporary_.reset();
-        arrivedFiles_.push_back(path);
+        arrived_.push_back(received.payload_.digest);
         insert_.null(2);
     } else {
         insert_.blob(2, bytesOf(received.bytes_));
@@ -112,46 +112,56 @@ void SqlitePayloads::dropUnused(const std::vector<Payload>& released) {
         const StatementUse use(deleteUnused_);
         deleteUnused_.blob(0, digestBytes(payload));
         while (deleteUnused_.step()) {
-            if (deleteUnused_.integer(0) != 0) droppedFiles_.push_back(filePath(payload.digest));
+            if (deleteUnused_.integer(0) != 0) dropped_.push_back(payload.digest);
         }
     }
 }
 
 void SqlitePayloads::flush() {
-    if (!arrivedFiles_.empty()) files_.syncFolder(externalFolder_);
+    if (!arrived_.empty()) files_.syncFolder(externalFolder_);
 }
 
 void SqlitePayloads::committed() noexcept {
-    arrivedFiles_.clear();
-    removeQuietly(droppedFiles_);
+    arrived_.clear();
+    suspects_.insert(suspects_.end(), dropped_.begin(), dropped_.end());
+    dropped_.clear();
 }
 
-void SqlitePayloads::rolledBack() noexcept {
-    droppedFiles_.clear();
-    removeQuietly(arrivedFiles_);
+void SqlitePayloads::discardArrived() noexcept {
+    for (const Digest& digest : arrived_) removeQuietly(filePath(digest));
+    arrived_.clear();
+    dropped_.clear();
 }
 
-void SqlitePayloads::removeQuietly(std::vector<std::string>& paths) noexcept {
-    for (const std::string& path : paths) {
-        try {
-            files_.remove(path);
-        } catch (const std::exception&) {
-            // A stray: swept when the store is opened next.
+void SqlitePayloads::removeSuspects() noexcept {
+    try {
+        for (const Digest& digest : suspects_) {
+            if (!isNamed(digest)) removeQuietly(filePath(digest));
         }
+    } catch (const std::exception&) {
+        // The database cannot be asked: they stay, as strays to be swept when the store opens next.
     }
-    paths.clear();
+    suspects_.clear();
 }
 
 void SqlitePayloads::sweep() {
     for (const std::string& name : files_.list(externalFolder_)) {
-        if (const auto digest = Digest::parse(name)) {
-            const Payload payload{*digest};
-            const StatementUse use(select_);
-            select_.blob(0, digestBytes(payload));
-            if (select_.step() && select_.isNull(1)) continue;
-        }
-        std::vector<std::string> stray{joinedPath(externalFolder_, name)};
-        removeQuietly(stray);
+        const auto digest = Digest::parse(name);
+        if (!digest || !isNamed(*digest)) removeQuietly(joinedPath(externalFolder_, name));
+    }
+}
+
+bool SqlitePayloads::isNamed(const Digest& digest) {
+    const StatementUse use(select_);
+    select_.blob(0, std::as_bytes(std::span(digest.bytes)));
+    return select_.step() && select_.isNull(1);
+}
+
+void SqlitePayloads::removeQuietly(const std::string& path) noexcept {
+    try {
+        files_.remove(path);
+    } catch (const std::exception&) {
+        // A stray: swept when the store is opened next.
     }
 }
 

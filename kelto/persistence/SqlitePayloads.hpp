@@ -38,10 +38,17 @@ public:
     void dropUnused(const std::vector<Payload>& released);
     /// Before the commit: the new files' names reach the disk.
     void flush();
-    /// After the commit: the files of dropped rows go.
+    /// After the commit: the files of dropped rows are now suspects.
     void committed() noexcept;
-    /// After a rollback: the files that came with the transaction go.
-    void rolledBack() noexcept;
+    /// Before a rollback, while the write lock is still held: the files that came with the
+    /// transaction go.
+    void discardArrived() noexcept;
+    /// Whether there are files that may have lost their row.
+    [[nodiscard]] bool hasSuspects() const { return !suspects_.empty(); }
+    /// Removes those suspects that no row names. The caller holds the write lock: without it,
+    /// another program could take the same bytes into its own transaction in between, and lose
+    /// them.
+    void removeSuspects() noexcept;
     /// Removes files that no row names, left by a process that died. The caller holds the write
     /// lock.
     void sweep();
@@ -50,7 +57,8 @@ private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
     [[nodiscard]] ReceivedPayload receiveIntoFile(File& source, std::size_t alreadyRead);
     void copyFile(const Payload& payload, std::uint64_t size, File& destination);
-    void removeQuietly(std::vector<std::string>& paths) noexcept;
+    [[nodiscard]] bool isNamed(const Digest& digest);
+    void removeQuietly(const std::string& path) noexcept;
     [[nodiscard]] PlatformError missing(const Payload& payload) const;
 
     FileSystem& files_;
@@ -60,8 +68,10 @@ private:
     SqliteStatement select_;
     SqliteStatement insert_;
     SqliteStatement deleteUnused_;
-    std::vector<std::string> arrivedFiles_;  // renamed into place in this transaction
-    std::vector<std::string> droppedFiles_;  // of rows that this transaction removed
+    // Digests of large payloads, whose files:
+    std::vector<Digest> arrived_;   // were renamed into place in this transaction
+    std::vector<Digest> dropped_;   // belong to rows that this transaction removes
+    std::vector<Digest> suspects_;  // have perhaps no row any more
 };
 
 }  // namespace kelto

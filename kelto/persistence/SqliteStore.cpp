@@ -92,6 +92,7 @@ void SqliteStore::prepare() {
 PersistentStore::Since SqliteStore::begin() {
     if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
     begin_->run();
+    payloads_->removeSuspects();
     std::int64_t version = 0;
     {
         const StatementUse use(*dataVersion_);
@@ -133,17 +134,25 @@ void SqliteStore::commit(const ChangeSet& changes) {
         throw;
     }
     payloads_->committed();
+    removeDroppedFiles();
+}
+
+void SqliteStore::removeDroppedFiles() noexcept {
+    if (!payloads_->hasSuspects()) return;
+    // Whoever holds the lock now does not let us wait: the next unit of work removes them.
+    if (!database_->tryToRun("BEGIN IMMEDIATE", std::chrono::milliseconds(0))) return;
+    payloads_->removeSuspects();
+    rollback();
 }
 
 void SqliteStore::rollback() noexcept {
-    if (database_->isInTransaction()) {
-        try {
-            rollback_->run();
-        } catch (const PlatformError&) {
-            // The database rolls back by itself when it cannot do so now; the first error counts.
-        }
+    if (!database_->isInTransaction()) return;
+    payloads_->discardArrived();
+    try {
+        rollback_->run();
+    } catch (const PlatformError&) {
+        // The database rolls back by itself when it cannot do so now; the first error counts.
     }
-    payloads_->rolledBack();
 }
 
 void SqliteStore::write(const ChangeSet& changes) {

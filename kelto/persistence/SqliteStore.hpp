@@ -63,6 +63,7 @@ private:
 
     void prepare();
     void write(const ChangeSet& changes);
+    void removeDroppedFiles() noexcept;
     void insertRow(const ModelObject& object);
     void updateRow(const ModelObject& object);
     void deleteRow(const ModelObject& object);

@@ -1,4 +1,5 @@
-#include <map>
+#include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -26,6 +27,10 @@ struct Outcome {
     std::string complaint;
 };
 
+std::string sample(std::string_view name) {
+    return std::string(KELTO_SAMPLES "/").append(name);
+}
+
 class KeltoctlTest : public testing::Test {
 protected:
     /// Runs keltoctl as the host with that name: each has a memory of its own.
@@ -46,7 +51,7 @@ protected:
         std::vector<std::string> variables{"XDG_DATA_HOME=" + folder.path("data"),
                                            "XDG_STATE_HOME=" + folder.path("state-" + host),
                                            "LC_ALL=C.UTF-8"};
-        for (const auto& [name, value] : extraEnvironment) variables.push_back(name + "=" + value);
+        for (const std::string& variable : extraEnvironment) variables.push_back(variable);
         pid_t process = 0;
         const int error = ::posix_spawn(&process,
                                         KELTOCTL_PROGRAM,
@@ -104,11 +109,12 @@ protected:
     }
 
     TemporaryFolder folder;
-    std::map<std::string, std::string> extraEnvironment;
+    std::vector<std::string> extraEnvironment;  ///< "NAME=value"
 
 private:
     static std::vector<char*> pointers(std::vector<std::string>& texts) {
         std::vector<char*> result;
+        result.reserve(texts.size() + 1);
         for (std::string& text : texts) result.push_back(text.data());
         result.push_back(nullptr);
         return result;
@@ -151,7 +157,7 @@ TEST_F(SampleLibrary, ReachesAnotherHostWithEveryFile) {
     EXPECT_EQ(count(*other.member("totals"), "image"), 9);
     const JsonValue picture = jsonAs("there", {"show", idOf("Harbour at dusk", "there")});
     EXPECT_EQ(std::filesystem::file_size(textOf(picture, "data")),
-              std::filesystem::file_size(KELTO_SAMPLES "/Harbour at dusk.png"));
+              std::filesystem::file_size(sample("Harbour at dusk.png")));
 }
 
 TEST_F(SampleLibrary, LetsExactlyOneThingTravelAfterAnEdit) {
@@ -165,7 +171,7 @@ TEST_F(SampleLibrary, LetsExactlyOneThingTravelAfterAnEdit) {
     EXPECT_EQ(textOf(shown, "title"), "Evening");
     EXPECT_EQ(textOf(shown, "fileName"), "Harbour at dusk.png");
     EXPECT_EQ(std::filesystem::file_size(textOf(shown, "data")),
-              std::filesystem::file_size(KELTO_SAMPLES "/Harbour at dusk.png"));
+              std::filesystem::file_size(sample("Harbour at dusk.png")));
 }
 
 TEST_F(SampleLibrary, MovesNothingWhenBothSidesHoldTheSame) {
@@ -184,10 +190,9 @@ TEST_F(SampleLibrary, IsListedByKindProjectAndSearch) {
 TEST_F(SampleLibrary, IsExportedWithEveryByteAndImportsAsTheSameKinds) {
     const JsonValue report = json({"export", folder.path("out")});
     EXPECT_EQ(count(report, "files"), 25);
-    EXPECT_EQ(folder.read("out/library/Photos/Winter/Night sky/Moon phases.svg"),
-              (std::ostringstream()
-               << std::ifstream(KELTO_SAMPLES "/Photos/Winter/Night sky/Moon phases.svg").rdbuf())
-                  .str());
+    std::ostringstream original;
+    original << std::ifstream(sample("Photos/Winter/Night sky/Moon phases.svg")).rdbuf();
+    EXPECT_EQ(folder.read("out/library/Photos/Winter/Night sky/Moon phases.svg"), original.str());
     const JsonValue again = jsonAs("here", {"import", folder.path("out/library")});
     EXPECT_EQ(count(again, "added"), 25);
     EXPECT_EQ(things({"--kind", "quote"}).size(), 4U);
@@ -204,7 +209,7 @@ TEST_F(KeltoctlTest, AddsEveryKindOfThing) {
     EXPECT_EQ(run({"add", "note", "-", "--tag", "home", "--star"}, "bread\n").status, 0);
     done({"add", "quote", "wet", "--author", "A gardener", "--tag", "Home"});
     done({"add", "link", "https://github.com/octocat/Hello-World", "--title", "Hello"});
-    done({"add", "file", KELTO_SAMPLES "/Orbits.gif", "--note", "turns"});
+    done({"add", "file", sample("Orbits.gif"), "--note", "turns"});
     EXPECT_EQ(things({"--tag", "HOME"}).size(), 2U);
     EXPECT_EQ(things({"--starred"}).size(), 1U);
     EXPECT_EQ(textOf(things({"--kind", "github"}).at(0), "title"), "Hello");
@@ -213,14 +218,14 @@ TEST_F(KeltoctlTest, AddsEveryKindOfThing) {
 }
 
 TEST_F(KeltoctlTest, ReplacesAThingsFile) {
-    done({"add", "file", KELTO_SAMPLES "/Orbits.gif"});
+    done({"add", "file", sample("Orbits.gif")});
     const std::string id = idOf("Orbits");
-    done({"edit", id, "--file", KELTO_SAMPLES "/Papers/Paper boat.pdf"});
+    done({"edit", id, "--file", sample("Papers/Paper boat.pdf")});
     const JsonValue thing = json({"show", id});
     EXPECT_EQ(textOf(thing, "kind"), "document");
     EXPECT_EQ(textOf(thing, "badge"), "PDF");
     EXPECT_EQ(std::filesystem::file_size(textOf(thing, "data")),
-              std::filesystem::file_size(KELTO_SAMPLES "/Papers/Paper boat.pdf"));
+              std::filesystem::file_size(sample("Papers/Paper boat.pdf")));
     done({"edit", id, "--no-file"});
     EXPECT_EQ(json({"show", id}).member("data"), nullptr);
 }
@@ -334,7 +339,7 @@ TEST_F(KeltoctlTest, TellsItsPlacesAndStatus) {
 
 TEST_F(KeltoctlTest, SaysWhetherCloudSyncMayBeUsed) {
     EXPECT_EQ(run({"available"}).status, 0);
-    extraEnvironment["KELTO_DISABLE_CLOUDKIT"] = "1";
+    extraEnvironment.emplace_back("KELTO_DISABLE_CLOUDKIT=1");
     const Outcome outcome = run({"available"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "no\n");

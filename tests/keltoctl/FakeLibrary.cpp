@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/Sha256.hpp"
 
 namespace kelto::ctl {
@@ -87,7 +88,7 @@ JsonValue FakeLibrary::exported(const JsonValue& thing,
     record.setMember("fingerprint", fingerprint);
     for (const char* key : payloadKeys) {
         if (record.member(key) == nullptr) continue;
-        const std::string path = received + "/" + id + "." + key;
+        const std::string path = joinedPath(received, id + "." + key);
         if (textOf(known, "Thing:" + id) != fingerprint)
             std::ofstream(path, std::ios::binary) << payloads.at(id + "." + key);
         record.setMember(key, path);

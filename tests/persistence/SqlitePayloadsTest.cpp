@@ -95,6 +95,24 @@ TEST_F(SqlitePayloadsTest, RemovesBytesThatWereReplaced) {
     EXPECT_EQ(library.externalFileCount(), 0U);
 }
 
+TEST_F(SqlitePayloadsTest, LeavesTheBytesThatAnotherProgramTakesUpWhileTheyAreDropped) {
+    const auto other = library.anotherContainer();
+    ModelContext mine(library.container());
+    addThing(mine, large);
+    mine.save();
+    {
+        // Whoever drops the bytes may remove their file only when nobody else is at work.
+        ModelContext theirs(*other);
+        theirs.fetch<Thing>().front()->setData(std::nullopt);
+        theirs.save();
+    }
+    const Payload payload = *addThing(mine, large).data();
+    mine.save();
+    ModelContext again(*other);
+    (void)again.fetch<Thing>();
+    EXPECT_EQ(library.bytes(payload), large);
+}
+
 TEST_F(SqlitePayloadsTest, KeepsNothingOfARollback) {
     {
         ModelContext context(library.container());

@@ -32,10 +32,10 @@ std::optional<std::int64_t> readInteger(const JsonValue& record, std::string_vie
 }
 
 std::optional<double> readNumber(const JsonValue& record, std::string_view key) {
-    // An integral number is an integer first, so that -0.0 is the integer 0, which has no sign.
-    if (const auto integer = readInteger(record, key)) return static_cast<double>(*integer);
     const JsonNumber* number = numberUnder(record, key);
-    return number == nullptr ? std::nullopt : number->real();
+    const auto real = number == nullptr ? std::nullopt : number->real();
+    // Zero has no sign: -0.0 is the integer 0, and what is too small for a double is that, too.
+    return real == 0.0 ? 0.0 : real;
 }
 
 bool readTrue(const JsonValue& record, std::string_view key) {

@@ -10,7 +10,7 @@ namespace kelto::history {
 
 namespace {
 
-std::string quoted(std::string_view text) {
+std::string jsonText(std::string_view text) {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string out = "\"";
     for (const char c : text) {
@@ -59,7 +59,7 @@ std::string canonicalObject(JsonMembers members) {
     std::string out;
     for (const auto& [key, value] : members) {
         out += out.empty() ? "{" : ",";
-        out += quoted(key) + ":" + canonicalText(value);
+        out += jsonText(key) + ":" + canonicalText(value);
     }
     return out.empty() ? "{}" : out + "}";
 }
@@ -79,7 +79,7 @@ std::int64_t wireMilliseconds(Seconds seconds) {
 }
 
 std::string canonicalText(const JsonValue& value) {
-    if (value.string() != nullptr) return quoted(*value.string());
+    if (value.string() != nullptr) return jsonText(*value.string());
     if (value.object() != nullptr) return canonicalObject(*value.object());
     if (value.array() != nullptr) {
         std::string out;

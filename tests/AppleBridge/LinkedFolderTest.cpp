@@ -36,7 +36,7 @@ public:
     }
 
     /// The fingerprint that an item with these values has.
-    static std::string fingerprintOf(RecordBuilder record) {
+    static std::string fingerprintOf(const RecordBuilder& record) {
         TestLibrary other;
         return other.exchange(RequestBuilder().record(record)).string(id, "fileFingerprint");
     }

@@ -61,15 +61,17 @@ TEST_P(PayloadOfSize, ComesBackByteForByteAlsoAfterARestart) {
     EXPECT_EQ(library.received(id, "data"), contents);
 }
 
+constexpr std::size_t kilobyte = 1024;
+
 constexpr SizeCase sizes[] = {
     {"Nothing", 0, 0},
     {"OneByte", 1, 0},
-    {"LargestInTheDatabase", 64 * 1024, 0},
-    {"SmallestBesideIt", 64 * 1024 + 1, 1},
-    {"OneBuffer", 256 * 1024, 1},
-    {"OneBufferAndAByte", 256 * 1024 + 1, 1},
-    {"AMegabyteAndMore", 1024 * 1024 + 3, 1},
-    {"ManyBuffers", 5 * 1024 * 1024, 1},
+    {"LargestInTheDatabase", 64 * kilobyte, 0},
+    {"SmallestBesideIt", 64 * kilobyte + 1, 1},
+    {"OneBuffer", 256 * kilobyte, 1},
+    {"OneBufferAndAByte", 256 * kilobyte + 1, 1},
+    {"AMegabyteAndMore", kilobyte* kilobyte + 3, 1},
+    {"ManyBuffers", 5 * kilobyte* kilobyte, 1},
 };
 INSTANTIATE_TEST_SUITE_P(Payload, PayloadOfSize, testing::ValuesIn(sizes), caseName<SizeCase>);
 

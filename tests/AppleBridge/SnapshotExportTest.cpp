@@ -1,3 +1,4 @@
+#include <cctype>
 #include <filesystem>
 
 #include <gmock/gmock.h>
@@ -107,6 +108,10 @@ TEST(SnapshotExport, OfAProjectNamesItsParentInLowerCase) {
             .record(RecordBuilder::project(child).with("parent", identifier(0xFEDCBA)))
             .record(RecordBuilder::project(identifier(0xFEDCBA)).with("linkedFolderOwner", "Mac")));
     EXPECT_EQ(response.string(child, "parent"), identifier(0xFEDCBA));
+    EXPECT_THAT(
+        keysOf(response.record(child)),
+        testing::UnorderedElementsAre(
+            "recordType", "uuid", "createdAt", "name", "sortOrder", "linkedFolderOwner", "parent"));
     EXPECT_EQ(response.string(identifier(0xFEDCBA), "linkedFolderOwner"), "Mac");
 }
 
@@ -147,9 +152,10 @@ TEST(SnapshotExport, OfAThingHasEveryField) {
                                                    .record(thing)
                                                    .record(RecordBuilder::tag(identifier(2)))
                                                    .record(RecordBuilder::project(identifier(3))));
+    const std::string filePrefix = library.receivedFolder() + "/" + id + ".";
     for (const auto& [key, value] : *thing.json().object()) {
         if (key == "data" || key == "thumbnail" || key == "icon") {
-            EXPECT_EQ(response.string(id, key), library.receivedFolder() + "/" + id + "." + key);
+            EXPECT_EQ(response.string(id, key), filePrefix + key);
         } else {
             EXPECT_EQ(*response.record(id).member(key), value) << key;
         }
@@ -275,7 +281,7 @@ TEST(SnapshotExport, DoesNotKnowAFingerprintUnderAnIdentifierInUpperCase) {
 TEST(SnapshotExport, ComparesFingerprintsExactly) {
     HostWithThing host;
     std::string upperCase = host.first.string(id, "fingerprint");
-    for (char& c : upperCase) c = static_cast<char>(std::toupper(c));
+    for (char& c : upperCase) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     (void)host.library.exchange(RequestBuilder().knownFingerprint(id, upperCase));
     EXPECT_THAT(host.library.receivedFiles(), testing::SizeIs(3));
 }

@@ -31,7 +31,7 @@ Response HostLibrary::exchangeOnce(const RequestBuilder& request) {
 }
 
 std::string HostLibrary::putFile(std::string_view name, std::string_view bytes) const {
-    const std::string path = exchangeFolder() + "/" + std::string(name);
+    std::string path = exchangeFolder() + "/" + std::string(name);
     writeFile(path, bytes);
     return path;
 }

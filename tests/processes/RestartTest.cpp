@@ -10,7 +10,6 @@
 namespace kelto {
 namespace {
 
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::string id = identifier(1);

@@ -93,7 +93,7 @@ std::string TestLibrary::receivedFolder() const {
 }
 
 std::string TestLibrary::putFile(std::string_view name, std::string_view bytes) {
-    const std::string path = joinedPath(exchangeFolder(), name);
+    std::string path = joinedPath(exchangeFolder(), name);
     writeFile(path, bytes);
     return path;
 }

@@ -6,7 +6,8 @@
 
 #include "kelto/platform/MainExecutor.hpp"
 
-using GSource = struct _GSource;
+using GSource =
+    struct _GSource;  // NOLINT(bugprone-reserved-identifier): the name that GLib gave it
 
 namespace kelto {
 

@@ -229,6 +229,9 @@ constexpr FailingRecord failingRecords[] = {
     {"DeletionWithABadIdentifier",
      R"({"recordType":"Tag","deleted":true,"uuid":"x"})",
      invalidIdentifier},
+    {"DeletionWithoutIdentifierOfAnUnknownType",
+     R"({"recordType":"Book","deleted":true})",
+     invalidIdentifier},
     {"NoType", R"({"uuid":"5eed0000-0000-4000-8000-000000000002"})", unknownType},
     {"TypeANumber",
      R"({"recordType":1,"uuid":"5eed0000-0000-4000-8000-000000000002"})",
@@ -256,6 +259,48 @@ INSTANTIATE_TEST_SUITE_P(HostMerge,
                          RefusedRecord,
                          testing::ValuesIn(failingRecords),
                          caseName<FailingRecord>);
+
+/// Two records that both fail, in the order in which they are sent.
+struct FailingPair {
+    const char* name;
+    const char* first;
+    const char* second;
+    const char* sentence;
+};
+
+class FailingRecords : public testing::TestWithParam<FailingPair> {};
+
+TEST_P(FailingRecords, AreMetPassByPass) {
+    TestLibrary library;
+    const std::string records = "[" + std::string(GetParam().first) + "," + GetParam().second + "]";
+    EXPECT_EQ(library.exchange(RequestBuilder().with("records", JsonValue::parse(records))).error(),
+              GetParam().sentence);
+    EXPECT_THAT(library.exchange().records(), IsEmpty());
+}
+
+constexpr const char* badDeletion = R"({"recordType":"Tag","deleted":true,"uuid":"x"})";
+constexpr const char* deletionOfABook =
+    R"({"recordType":"Book","deleted":true,"uuid":"5eed0000-0000-4000-8000-000000000002"})";
+constexpr const char* book =
+    R"({"recordType":"Book","uuid":"5eed0000-0000-4000-8000-000000000002"})";
+constexpr const char* pathOutside =
+    R"({"recordType":"Thing","uuid":"5eed0000-0000-4000-8000-000000000003","data":"/etc/hostname"})";
+constexpr const char* ownParent =
+    R"({"recordType":"Project","uuid":"5eed0000-0000-4000-8000-000000000004",)"
+    R"("parent":"5eed0000-0000-4000-8000-000000000004"})";
+
+constexpr FailingPair failingPairs[] = {
+    {"CreationBeforeDeletion", badDeletion, book, unknownType},
+    {"CreationBeforeFields", pathOutside, book, unknownType},
+    {"FieldsBeforeDeletion", badDeletion, pathOutside, "Invalid asset path."},
+    {"DeletionBeforeCycle", ownParent, badDeletion, invalidIdentifier},
+    {"FirstOfTwoDeletions", deletionOfABook, badDeletion, unknownType},
+    {"FieldsBeforeCycle", ownParent, pathOutside, "Invalid asset path."},
+};
+INSTANTIATE_TEST_SUITE_P(HostMerge,
+                         FailingRecords,
+                         testing::ValuesIn(failingPairs),
+                         caseName<FailingPair>);
 
 TEST(HostMerge, StopsAtTheFirstOffendingRecord) {
     TestLibrary library;
@@ -373,6 +418,25 @@ TEST(HostMerge, ResetsEveryFieldOfAThingThatTheHostLeavesOut) {
     TestLibrary other;
     const Response fresh = other.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
     EXPECT_EQ(emptied.record(id), fresh.record(id));
+}
+
+TEST(HostMerge, ResetsTheFieldsOfAProjectAndATagThatTheHostLeavesOut) {
+    TestLibrary library;
+    const std::string tag = identifier(2);
+    (void)library.exchange(
+        RequestBuilder()
+            .record(RecordBuilder::project(id)
+                        .with("name", "a")
+                        .with("sortOrder", 5)
+                        .with("createdAt", 1000))
+            .record(RecordBuilder::tag(tag).with("name", "b").with("createdAt", 1000)));
+    const Response response = library.exchange(
+        RequestBuilder().record(RecordBuilder::project(id)).record(RecordBuilder::tag(tag)));
+    EXPECT_EQ(response.string(id, "name"), "");
+    EXPECT_EQ(response.integer(id, "sortOrder"), 0);
+    EXPECT_EQ(response.integer(id, "createdAt"), 0);
+    EXPECT_EQ(response.string(tag, "name"), "");
+    EXPECT_EQ(response.integer(tag, "createdAt"), 0);
 }
 
 TEST(HostMerge, KeepsTheLinkOfAProjectUnlessTheHostSendsAText) {

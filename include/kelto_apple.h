@@ -26,8 +26,8 @@ KELTO_EXPORT char *kelto_apple_group_path(void);
 /* Releases a text that kelto_apple_group_path returned. NULL is allowed. Any thread. */
 KELTO_EXPORT void kelto_apple_free(void *pointer);
 
-/* 1 when this build, in this process, may use the cloud-mirrored store; 0 otherwise. Whether anybody
- * is signed in does not enter. Any thread. */
+/* 1 when this build, in this process, may use the cloud-mirrored store; 0 otherwise. Whether
+ * anybody is signed in does not enter. Any thread. */
 KELTO_EXPORT int32_t kelto_apple_cloud_available(void);
 
 /* Receives the answer of one exchange: the context as it was passed in, and the response, which is
@@ -35,12 +35,13 @@ KELTO_EXPORT int32_t kelto_apple_cloud_available(void);
  * thread, never from inside kelto_apple_exchange. It must not throw or unwind. */
 typedef void (*kelto_apple_callback)(intptr_t context, const char *response);
 
-/* Runs one exchange. `request` is a JSON text; it is copied before the call returns. The call returns
- * at once; the exchange runs on the host's main thread, out of its main loop (the default main context
- * of GLib), which must be running for the answer to arrive. `callback` is then called exactly once:
- * with the merged snapshot, or, when anything failed, with an object that has an "error" member, one
- * sentence for a person. A request is merged whole or not at all. Answers arrive in the order of completion. May be
- * called from any thread, also from inside a callback. */
+/* Runs one exchange. `request` is a JSON text; it is copied before the call returns. The call
+ * returns at once; the exchange runs on the host's main thread, out of its main loop (the default
+ * main context of GLib), which must be running for the answer to arrive. `callback` is then called
+ * exactly once: with the merged snapshot, or, when anything failed, with an object that has an
+ * "error" member, one sentence for a person. A request is merged whole or not at all. Answers
+ * arrive in the order of completion. May be called from any thread, also from inside a callback.
+ */
 KELTO_EXPORT void kelto_apple_exchange(const char *request,
                                        intptr_t context,
                                        kelto_apple_callback callback);

@@ -45,18 +45,23 @@ Task<std::string> AppleStore::exchange(std::string text) {
     ModelContainer& library = container(request, fixedPath);
     ModelContext context(library);
     HostMerge(context, request, *platform_.files).run();
-    co_return SnapshotExport(library, request, *platform_.files, *platform_.random)
+    co_return SnapshotExport(context, request, *platform_.files, *platform_.random)
         .response(status(), lastSync());
 }
 
 std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {
     const auto group = platform_.groupContainer->path(platform_.identity.appGroup);
     if (group) {
-        const std::string base = platform_.files->currentFolder();
-        std::string expected = standardizedPath(joinedPath(*group, storeInGroup), base);
-        if (standardizedPath(request.storePath(), base) == expected) return expected;
+        std::string expected = standardizedPath(absolutePath(joinedPath(*group, storeInGroup)));
+        if (standardizedPath(absolutePath(request.storePath())) == expected) return expected;
     }
     throw BridgeError("The iCloud store must be in Kelto’s App Group.");
+}
+
+std::string AppleStore::absolutePath(const std::string& path) const {
+    // The current folder is asked for only when it matters: it may have been removed.
+    if (path.starts_with('/')) return path;
+    return joinedPath(platform_.files->currentFolder(), path);
 }
 
 Task<std::string> AppleStore::accountName() {

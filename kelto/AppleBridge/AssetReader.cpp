@@ -6,13 +6,14 @@
 namespace kelto {
 
 AssetReader::AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory)
-    : files_(files), payloads_(payloads), directoryPrefix_(resolved(directory) + "/") {}
+    : files_(files), payloads_(payloads), directory_(directory) {}
 
 std::optional<ReceivedPayload> AssetReader::asset(const Record& record, RecordKey key) {
     const auto path = record.optionalString(key);
     if (!path) return std::nullopt;
     const std::string file = resolved(*path);
-    if (!file.starts_with(directoryPrefix_)) throw BridgeError("Invalid asset path.");
+    if (!directoryPrefix_) directoryPrefix_ = resolved(directory_) + "/";
+    if (!file.starts_with(*directoryPrefix_)) throw BridgeError("Invalid asset path.");
     return payloads_.receive(*files_.openForReading(file));
 }
 

@@ -27,7 +27,8 @@ private:
 
     FileSystem& files_;
     PayloadStorage& payloads_;
-    std::string directoryPrefix_;
+    std::string directory_;
+    std::optional<std::string> directoryPrefix_;  ///< Made when the first file is looked for.
 };
 
 }  // namespace kelto

@@ -144,15 +144,17 @@ RecordValue ExchangeRequest::readValue(RecordKey key) {
 
 RecordValue ExchangeRequest::readIdentifiers() {
     std::vector<Uuid>& identifiers = identifierLists_.emplace_back();
+    bool areAllTexts = true;
     reader_.enterArray();
     while (reader_.nextElement()) {
         if (reader_.kind() != JsonKind::string) {
+            areAllTexts = false;
             reader_.skipValue();
         } else if (const auto identifier = Uuid::parse(reader_.string())) {
             identifiers.push_back(*identifier);
         }
     }
-    return RecordValue::identifiers(identifiers);
+    return areAllTexts ? RecordValue::identifiers(identifiers) : RecordValue::other();
 }
 
 void ExchangeRequest::readKnownFingerprints() {

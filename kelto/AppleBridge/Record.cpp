@@ -17,8 +17,7 @@ RecordValue RecordValue::number(const JsonNumberValue& number) {
         value.integer_ = *number.integer;
     } else if (number.real) {
         value.kind_ = Kind::real;
-        // Zero has no sign here: the store could not keep it, and a fingerprint must not depend on
-        // it.
+        // Zero has no sign here: the store could not keep it, and no fingerprint may depend on it.
         value.real_ = *number.real + 0.0;
     } else {
         value.kind_ = Kind::other;

@@ -12,11 +12,11 @@
 
 namespace kelto {
 
-SnapshotExport::SnapshotExport(ModelContainer& container,
+SnapshotExport::SnapshotExport(ModelContext& context,
                                const ExchangeRequest& request,
                                FileSystem& files,
                                Random& random)
-    : container_(container),
+    : context_(context),
       request_(request),
       files_(files),
       random_(random),
@@ -33,9 +33,9 @@ std::string SnapshotExport::response(std::string_view status, const std::optiona
     envelope.text("directory", request_.directory());
     if (lastSync) envelope.timestamp("lastSync", *lastSync);
     envelope.value("records") += '[';
-    for (const Project* project : container_.objects<Project>()) appendProject(*project);
-    for (const Tag* tag : container_.objects<Tag>()) appendTag(*tag);
-    for (const Thing* thing : container_.objects<Thing>()) appendThing(*thing);
+    for (const Project* project : context_.fetch<Project>()) appendProject(*project);
+    for (const Tag* tag : context_.fetch<Tag>()) appendTag(*tag);
+    for (const Thing* thing : context_.fetch<Thing>()) appendThing(*thing);
     json_ += ']';
     envelope.text("status", status);
     envelope.integer("version", bridgeProtocolVersion);
@@ -78,7 +78,7 @@ void SnapshotExport::writePayloads(const Thing& thing, const std::string& pathPr
                         random_,
                         pathPrefix + std::string(field.key),
                         Durability::relaxed,
-                        [&](File& file) { container_.payloads().copyTo(**field.payload, file); });
+                        [&](File& file) { context_.payloads().copyTo(**field.payload, file); });
     }
 }
 

@@ -9,7 +9,7 @@
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 #include "kelto/model/Thing.hpp"
-#include "kelto/persistence/ModelContainer.hpp"
+#include "kelto/persistence/ModelContext.hpp"
 #include "kelto/platform/FileSystem.hpp"
 #include "kelto/platform/Random.hpp"
 
@@ -21,7 +21,7 @@ namespace kelto {
 class SnapshotExport {
 public:
     /// What is given is borrowed until response() has returned.
-    SnapshotExport(ModelContainer& container,
+    SnapshotExport(ModelContext& context,
                    const ExchangeRequest& request,
                    FileSystem& files,
                    Random& random);
@@ -38,7 +38,7 @@ private:
     void writePayloads(const Thing& thing, const std::string& pathPrefix);
     void separate();
 
-    ModelContainer& container_;
+    ModelContext& context_;
     const ExchangeRequest& request_;
     FileSystem& files_;
     Random& random_;

@@ -1,12 +1,14 @@
 #include "kelto/AppleBridge/SyncStatus.hpp"
 
 #include "kelto/AppleBridge/CloudErrorDescription.hpp"
+#include "kelto/foundation/Text.hpp"
 
 namespace kelto {
 
 void SyncStatus::update(const MirroringEvent& event) {
     if (event.error) {
-        status = "iCloud: " + cloudErrorDescription(*event.error);
+        // It becomes a part of the response, and foreign messages are not always UTF-8.
+        status = "iCloud: " + repairedUtf8(cloudErrorDescription(*event.error));
         return;
     }
     if (!event.endDate) {

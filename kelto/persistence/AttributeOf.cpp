@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/Text.hpp"
 
 namespace kelto::column {
 
@@ -29,6 +30,15 @@ void read(RowReader& row, int at, Uuid& value) {
 }
 void read(RowReader& row, int at, Payload& value) {
     readExactly(row, at, value.digest.bytes);
+}
+
+void read(RowReader& row, int at, std::string& value) {
+    const std::string_view text = row.text(at);
+    if (isWellFormedUtf8(text)) {
+        value = text;
+    } else {
+        value = repairedUtf8(text);
+    }
 }
 
 }  // namespace kelto::column

@@ -40,9 +40,8 @@ inline void write(RowWriter& row, int at, const Payload& value) {
 
 void read(RowReader& row, int at, Uuid& value);
 void read(RowReader& row, int at, Payload& value);
-inline void read(RowReader& row, int at, std::string& value) {
-    value = row.text(at);
-}
+/// A text that another program has stored ill-formed is read as repaired.
+void read(RowReader& row, int at, std::string& value);
 inline void read(RowReader& row, int at, std::int64_t& value) {
     value = row.integer(at);
 }

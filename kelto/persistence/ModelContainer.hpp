@@ -24,21 +24,6 @@ public:
     ModelContainer(const ModelContainer&) = delete;
     ModelContainer& operator=(const ModelContainer&) = delete;
 
-    /// All objects of a model class in the order of their creation, as the last unit of work left
-    /// them. Reads nothing; empty before the first one.
-    template <typename Model>
-    [[nodiscard]] std::vector<const Model*> objects() const {
-        std::vector<const Model*> models;
-        for (const Population& population : populations_) {
-            if (population.entity != &Model::description()) continue;
-            models.reserve(population.objects.size());
-            for (const auto& object : population.objects) {
-                models.push_back(static_cast<const Model*>(object.get()));
-            }
-        }
-        return models;
-    }
-
     [[nodiscard]] PayloadStorage& payloads() { return store_->payloads(); }
 
 private:

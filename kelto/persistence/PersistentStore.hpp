@@ -30,8 +30,9 @@ public:
 
     virtual ~PersistentStore() = default;
 
-    /// Starts a unit of work. Waits for another writer, but not for ever. The first one, and one
-    /// after a rollback or a failure, always finds `changedByOthers`.
+    /// Starts a unit of work. Waits for another writer, but not for ever; on failure none has
+    /// begun. The first one always finds `changedByOthers`; later ones when somebody else has
+    /// committed since the last begin(). A rollback alone is no change.
     [[nodiscard]] virtual Since begin() = 0;
     /// All rows of an entity in the order of their creation; `row` is the row's number, column i of
     /// the reader is attribute i, and after the attributes come the to-one relationships that are

@@ -133,6 +133,12 @@ void SqlitePayloads::discardArrived() noexcept {
     dropped_.clear();
 }
 
+void SqlitePayloads::suspectArrived() noexcept {
+    suspects_.insert(suspects_.end(), arrived_.begin(), arrived_.end());
+    arrived_.clear();
+    dropped_.clear();
+}
+
 void SqlitePayloads::removeSuspects() noexcept {
     try {
         for (const Digest& digest : suspects_) {

@@ -43,6 +43,9 @@ public:
     /// Before a rollback, while the write lock is still held: the files that came with the
     /// transaction go.
     void discardArrived() noexcept;
+    /// After a rollback that has already let go of the write lock: those files are now suspects,
+    /// since another program may have stored the same bytes meanwhile.
+    void suspectArrived() noexcept;
     /// Whether there are files that may have lost their row.
     [[nodiscard]] bool hasSuspects() const { return !suspects_.empty(); }
     /// Removes those suspects that no row names. The caller holds the write lock: without it,

@@ -92,15 +92,21 @@ void SqliteStore::prepare() {
 PersistentStore::Since SqliteStore::begin() {
     if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
     begin_->run();
-    payloads_->removeSuspects();
-    std::int64_t version = 0;
-    {
-        const StatementUse use(*dataVersion_);
-        if (dataVersion_->step()) version = dataVersion_->integer(0);
+    try {
+        payloads_->removeSuspects();
+        const std::int64_t version = dataVersion();
+        const bool unchanged = seenVersion_ == version;
+        seenVersion_ = version;
+        return unchanged ? Since::unchanged : Since::changedByOthers;
+    } catch (...) {
+        rollback();  // nobody else knows that it has begun, and the write lock would stay
+        throw;
     }
-    const bool unchanged = seenVersion_ == version;
-    seenVersion_ = version;
-    return unchanged ? Since::unchanged : Since::changedByOthers;
+}
+
+std::int64_t SqliteStore::dataVersion() {
+    const StatementUse use(*dataVersion_);
+    return dataVersion_->step() ? dataVersion_->integer(0) : 0;
 }
 
 void SqliteStore::load(const EntityDescription& entity,
@@ -146,7 +152,11 @@ void SqliteStore::removeDroppedFiles() noexcept {
 }
 
 void SqliteStore::rollback() noexcept {
-    if (!database_->isInTransaction()) return;
+    if (!database_->isInTransaction()) {
+        // After some failures, a full disk for one, the database has rolled back by itself.
+        payloads_->suspectArrived();
+        return;
+    }
     payloads_->discardArrived();
     try {
         rollback_->run();

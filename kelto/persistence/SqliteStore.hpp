@@ -62,6 +62,8 @@ private:
     };
 
     void prepare();
+    /// A number that another one replaces whenever another connection has committed.
+    [[nodiscard]] std::int64_t dataVersion();
     void write(const ChangeSet& changes);
     void removeDroppedFiles() noexcept;
     void insertRow(const ModelObject& object);

@@ -288,6 +288,29 @@ TEST(LinkedFolder, IsTheStoredProjectAndNotTheOneInTheRecord) {
     EXPECT_EQ(response.string(id, "project"), identifier(2));
 }
 
+TEST(LinkedFolder, IsWhatTheRecordsBeforeTheThingsHaveMadeOfIt) {
+    for (const bool projectFirst : {true, false}) {
+        TestLibrary library;
+        (void)library.exchange(RequestBuilder()
+                                   .record(RecordBuilder::project(folder))
+                                   .record(RecordBuilder::thing(id)
+                                               .with("title", "stored")
+                                               .with("project", folder)
+                                               .with("updatedAt", 2000)));
+        const RecordBuilder link = RecordBuilder::project(folder).with("linkedFolderOwner", "Mac");
+        RequestBuilder request;
+        if (projectFirst) request.record(link);
+        request.record(RecordBuilder::thing(id)
+                           .with("title", "host")
+                           .with("updatedAt", 1000)
+                           .with("baseFileFingerprint", "neither"));
+        if (!projectFirst) request.record(link);
+        const Response response = library.exchange(request);
+        EXPECT_EQ(response.string(id, "title"), projectFirst ? "host" : "stored");
+        EXPECT_THAT(response.identifiers("Thing"), SizeIs(projectFirst ? 2 : 1));
+    }
+}
+
 TEST(LinkedFolder, OnACycleOfForeignDataDoesNotHang) {
     TestLibrary library;
     const std::string other = identifier(0xE);

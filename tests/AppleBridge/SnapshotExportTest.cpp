@@ -181,7 +181,7 @@ TEST(SnapshotExport, IncludesThingsInTheTrash) {
     EXPECT_EQ(response.integer(id, "trashedAt"), 5);
 }
 
-TEST(SnapshotExport, SortsTagsByIdentifierAndTheStoreKeepsTheirOrder) {
+TEST(SnapshotExport, SortsTagsByIdentifierWhateverTheOrderOfTheHost) {
     TestLibrary library;
     RequestBuilder request;
     for (unsigned i : {0x0Au, 0x02u, 0xF0u}) request.record(RecordBuilder::tag(identifier(i)));
@@ -367,6 +367,32 @@ TEST(SnapshotExport, FailsWithTheFileSystemsErrorWhenTheFolderCannotBeMade) {
               "The file “received” couldn’t be saved in the folder “exchange” because the volume "
               "is read only.");
     expectSaved(library);
+}
+
+TEST(SnapshotExport, IsTheFirstToLookAtTheFolderOfARequestWithoutFiles) {
+    TestLibrary library;
+    const RequestBuilder request =
+        RequestBuilder().record(RecordBuilder::thing(id).with("title", "saved"));
+    library.platform().files->fail(
+        {.operation = std::nullopt, .pathPattern = "*/exchange*", .errorNumber = EACCES});
+    EXPECT_EQ(library.exchange(request).error(),
+              "You don’t have permission to save the file “received” in the folder “exchange”.");
+    expectSaved(library);
+}
+
+TEST(SnapshotExport, WritesThePayloadsOfAThingInTheirOrder) {
+    const std::vector<std::string> keys{"data", "thumbnail", "icon"};
+    std::vector<std::string> before;
+    for (const std::string& failing : keys) {
+        TestLibrary library;
+        RecordBuilder thing = RecordBuilder::thing(id);
+        for (const std::string& key : keys) thing.with(key, library.putFile("in/" + key, key));
+        library.platform().files->fail(
+            {.operation = FileOperation::rename, .pathPattern = "*/received/*." + failing});
+        EXPECT_TRUE(library.exchange(RequestBuilder().record(thing)).isError());
+        EXPECT_THAT(library.receivedFiles(), testing::UnorderedElementsAreArray(before)) << failing;
+        before.push_back(id + "." + failing);
+    }
 }
 
 TEST(SnapshotExport, FailsWhenAFileStandsWhereTheFolderShouldBe) {

@@ -228,6 +228,12 @@ INSTANTIATE_TEST_SUITE_P(StoreOpening,
                                          std::pair("DotDot", "G/Other/../Library/Kelto.store")),
                          [](const auto& path) { return std::string(path.param.first); });
 
+TEST(StoreOpening, NeedsNoCurrentFolderForAbsolutePaths) {
+    TestLibrary library;
+    library.platform().files->fail({.operation = FileOperation::currentFolder});
+    EXPECT_EQ(library.exchange().error(), "");
+}
+
 TEST(StoreOpening, MayReachTheGroupFolderThroughALink) {
     TestLibrary library;
     FakePlatform& platform = library.platform();

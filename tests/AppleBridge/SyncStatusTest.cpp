@@ -72,6 +72,10 @@ const EventCase events[] = {
      {Type::setup, false, Date{1.5}, PlatformError::described("Any", 1, "No network")},
      "iCloud: No network",
      std::nullopt},
+    {"SetupFailsWithAnErrorThatIsNotUtf8",
+     {Type::setup, false, Date{1.5}, PlatformError::described("Any", 1, "No \xFF network")},
+     "iCloud: No \uFFFD network",
+     std::nullopt},
     {"EndsAtHalfAMillisecond", ended(Type::import, 0.0625), enabled, 63},
     {"EndsBefore1970", ended(Type::import, -0.0625), enabled, -63},
 };

@@ -1,4 +1,6 @@
 #include <cstdint>
+#include <random>
+#include <set>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -67,6 +69,56 @@ TEST_F(OrderedObjectsTest, IsEmptyWhenAllWereRemovedInTheirOrder) {
     }
     EXPECT_TRUE(objects.empty());
     EXPECT_THAT(objects.list(), testing::IsEmpty());
+}
+
+TEST_F(OrderedObjectsTest, FindsAndRemovesAnObjectThatWasAddedLate) {
+    std::vector<Numbered> many;
+    for (std::int64_t i = 1; i <= 100; ++i) many.push_back({i});
+    for (std::size_t i = 0; i < many.size(); i += 2) objects.add(many[i]);
+    objects.add(many[49]);
+    EXPECT_TRUE(objects.contains(many[49]));
+    EXPECT_EQ(objects.size(), 51U);
+    EXPECT_EQ(objects.list()[25], &many[49]);
+    objects.add(many[49]);
+    EXPECT_EQ(objects.size(), 51U);
+    objects.remove(many[49]);
+    EXPECT_FALSE(objects.contains(many[49]));
+    EXPECT_EQ(objects.size(), 50U);
+}
+
+TEST_F(OrderedObjectsTest, AgreesWithASetWhateverIsAddedAndRemoved) {
+    std::vector<Numbered> many;
+    for (std::int64_t i = 0; i < 200; ++i) many.push_back({i});
+    std::set<std::int64_t> expected;
+    std::mt19937 dice(1);
+    for (int step = 0; step < 20'000; ++step) {
+        // Fuller and emptier by turns.
+        const bool adds = dice() % 10 < (step / 2000 % 2 == 0 ? 7U : 3U);
+        Numbered& object = many[dice() % many.size()];
+        if (adds) {
+            objects.add(object);
+            expected.insert(object.number);
+        } else {
+            objects.remove(object);
+            expected.erase(object.number);
+        }
+        ASSERT_EQ(objects.size(), expected.size());
+        ASSERT_EQ(objects.contains(object), adds);
+        if (step % 50 != 0) continue;
+        std::vector<std::int64_t> listed;
+        for (const Numbered* each : objects.list()) listed.push_back(each->number);
+        ASSERT_THAT(listed, testing::ElementsAreArray(expected));
+    }
+}
+
+// If each took a step for every object that is already there, this would not end.
+TEST_F(OrderedObjectsTest, TakesAMillionObjectsInTheOppositeOfTheirOrder) {
+    std::vector<Numbered> many;
+    for (std::int64_t i = 0; i < 1'000'000; ++i) many.push_back({i});
+    for (auto object = many.rbegin(); object != many.rend(); ++object) objects.add(*object);
+    EXPECT_EQ(objects.size(), many.size());
+    EXPECT_EQ(objects.list().front(), &many.front());
+    EXPECT_EQ(objects.list().back(), &many.back());
 }
 
 }  // namespace

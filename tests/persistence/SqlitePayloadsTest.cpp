@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/PlatformError.hpp"
+#include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqlitePayloads.hpp"
 #include "kelto/platform/FileTransfer.hpp"
 #include "tests/persistence/LibraryStore.hpp"
@@ -121,6 +123,46 @@ TEST_F(SqlitePayloadsTest, KeepsNothingOfARollback) {
     }
     EXPECT_EQ(payloadRows(), 0);
     EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+/// Makes the database roll back by itself when a thing is inserted, as it does when the disk is
+/// full: the write lock is gone before the store hears of it.
+class DatabaseThatRollsBackTest : public SqlitePayloadsTest {
+protected:
+    DatabaseThatRollsBackTest() {
+        execute(
+            "CREATE TRIGGER t BEFORE INSERT ON Thing BEGIN SELECT RAISE(ROLLBACK, 'full'); END");
+        ModelContext context(library.container());
+        addThing(context, large);
+        EXPECT_THROW(context.save(), PlatformError);
+        execute("DROP TRIGGER t");
+    }
+
+    void execute(const std::string& sql) const {
+        SqliteDatabase(library.storePath(), std::chrono::milliseconds(1000)).run(sql);
+    }
+};
+
+TEST_F(DatabaseThatRollsBackTest, LeavesNoFileBehindTheNextUnitOfWork) {
+    ModelContext next(library.container());
+    EXPECT_THAT(next.fetch<Thing>(), testing::IsEmpty());
+    EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+TEST_F(DatabaseThatRollsBackTest, LeavesTheBytesThatAnotherProgramStoresMeanwhile) {
+    Payload payload;
+    {
+        const auto other = library.anotherContainer();
+        ModelContext theirs(*other);
+        payload = *addThing(theirs, large).data();
+        theirs.save();
+    }
+    {
+        ModelContext rolledBack(library.container());
+        addThing(rolledBack, small);
+    }
+    library.reopen();
+    EXPECT_EQ(library.bytes(payload), large);
 }
 
 TEST_F(SqlitePayloadsTest, KeepsNothingOfBytesThatWereReceivedAndNotKept) {

@@ -76,6 +76,14 @@ TEST_F(SqliteStoreTest, KeepsTheWholeRangeOfIntegersAndDoubles) {
     EXPECT_EQ(thing.aspectRatio(), std::numeric_limits<double>::denorm_min());
 }
 
+TEST_F(SqliteStoreTest, RepairsATextThatAnotherProgramStoredIllFormed) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("UPDATE Thing SET title = CAST(x'41FF42' AS TEXT)");
+    ModelContext next(library.container());
+    EXPECT_EQ(next.fetch<Thing>().front()->title(), "A\uFFFDB");
+}
+
 TEST_F(SqliteStoreTest, RefusesAStoreWhoseLinksLeadNowhere) {
     storedAndRead([](Thing&) {});
     context.reset();

@@ -144,17 +144,15 @@ RecordValue ExchangeRequest::readValue(RecordKey key) {
 
 RecordValue ExchangeRequest::readIdentifiers() {
     std::vector<Uuid>& identifiers = identifierLists_.emplace_back();
-    bool areAllTexts = true;
     reader_.enterArray();
     while (reader_.nextElement()) {
         if (reader_.kind() != JsonKind::string) {
-            areAllTexts = false;
             reader_.skipValue();
         } else if (const auto identifier = Uuid::parse(reader_.string())) {
             identifiers.push_back(*identifier);
         }
     }
-    return areAllTexts ? RecordValue::identifiers(identifiers) : RecordValue::other();
+    return RecordValue::identifiers(identifiers);
 }
 
 void ExchangeRequest::readKnownFingerprints() {

@@ -75,8 +75,8 @@ public:
         return value(key).asBoolean().value_or(false);
     }
     [[nodiscard]] std::optional<Uuid> optionalUUID(RecordKey key) const;
-    /// The identifiers of a list of texts, in its order; texts that are no identifier are left out.
-    /// A list that holds anything but texts is of another type, and reads as empty.
+    /// The identifiers of a list of texts, in its order; elements that are no identifier are left
+    /// out.
     [[nodiscard]] std::span<const Uuid> identifiers(RecordKey key) const {
         return value(key).asIdentifiers();
     }

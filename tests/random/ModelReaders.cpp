@@ -59,7 +59,6 @@ std::vector<Id> readIds(const JsonValue& record, std::string_view key) {
     const JsonValue* value = record.member(key);
     if (value == nullptr || value->array() == nullptr) return ids;
     for (const JsonValue& element : *value->array()) {
-        if (element.string() == nullptr) return {};
         if (const auto id = idIn(element)) ids.push_back(*id);
     }
     return ids;

@@ -21,9 +21,13 @@ public:
     [[nodiscard]] std::optional<ReceivedPayload> asset(const Record& record, RecordKey key);
 
 private:
-    /// With links resolved when all of it exists, else with dots resolved only. A relative path
-    /// starts at the process's current folder.
-    [[nodiscard]] std::string resolved(std::string_view path);
+    /// Where a path leads: with all links resolved when all of it exists, else as it was written
+    /// but for its dots. A relative path starts at the process's current folder.
+    struct Location {
+        std::string path;
+        bool isResolved;
+    };
+    [[nodiscard]] Location located(std::string_view path);
 
     FileSystem& files_;
     PayloadStorage& payloads_;

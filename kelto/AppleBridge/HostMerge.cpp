@@ -41,25 +41,6 @@ Model* taken(UniqueIndex<Model>& index, const Uuid& identifier) {
 
 }  // namespace
 
-bool isLinked(const Thing& thing) {
-    // Brent's algorithm: a cycle is noticed when the walk meets its last checkpoint again, after
-    // having seen all of the cycle.
-    const Project* checkpoint = nullptr;
-    std::size_t steps = 0;
-    std::size_t limit = 1;
-    for (const Project* project = thing.project(); project != nullptr;
-         project = project->parent()) {
-        if (!project->linkedFolderOwner().empty()) return true;
-        if (project == checkpoint) return false;
-        if (++steps == limit) {
-            checkpoint = project;
-            steps = 0;
-            limit *= 2;
-        }
-    }
-    return false;
-}
-
 HostMerge::HostMerge(ModelContext& context, const ExchangeRequest& request, FileSystem& files)
     : context_(context),
       request_(request),
@@ -132,10 +113,13 @@ void HostMerge::updateProject(Project& project, const Record& record) {
     project.setSortOrder(record.integer(RecordKey::sortOrder));
     project.setCreatedAt(record.date(RecordKey::createdAt));
     // A host that knows nothing of linked folders leaves the key out, and the link as it is.
-    if (const auto owner = record.optionalString(RecordKey::linkedFolderOwner)) {
-        project.setLinkedFolderOwner(*owner);
-    }
-    project.setParent(projectNamed(record.optionalUUID(RecordKey::parent)));
+    const std::string_view owner =
+        record.optionalString(RecordKey::linkedFolderOwner).value_or(project.linkedFolderOwner());
+    Project* const parent = projectNamed(record.optionalUUID(RecordKey::parent));
+    if (owner == project.linkedFolderOwner() && parent == project.parent()) return;
+    project.setLinkedFolderOwner(owner);
+    project.setParent(parent);
+    linkedProjects_.forget();
 }
 
 void HostMerge::updateTag(Tag& tag, const Record& record) {
@@ -157,7 +141,8 @@ bool HostMerge::hostWins(Thing& thing,
     if (newThings_.contains(&thing)) return true;
 
     const auto base = record.optionalString(RecordKey::baseFileFingerprint);
-    if (!base || !isLinked(thing)) return thing.updatedAt() <= record.date(RecordKey::updatedAt);
+    if (!base || !linkedProjects_.isLinked(thing))
+        return thing.updatedAt() <= record.date(RecordKey::updatedAt);
 
     const std::string stored = fileFingerprint(thing);
     const std::string incoming =

@@ -5,6 +5,7 @@
 
 #include "kelto/AppleBridge/AssetReader.hpp"
 #include "kelto/AppleBridge/ExchangeRequest.hpp"
+#include "kelto/AppleBridge/LinkedProjects.hpp"
 #include "kelto/AppleBridge/UniqueIndex.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
@@ -13,9 +14,6 @@
 #include "kelto/platform/FileSystem.hpp"
 
 namespace kelto {
-
-/// Whether an item belongs to a linked folder: its project, or one above it, has a link owner.
-[[nodiscard]] bool isLinked(const Thing& thing);
 
 /// Merges the host's records into the store: three passes over the records in their order (create
 /// what is missing, update fields, delete), a check for cycles, one save. An update wins by time of
@@ -55,6 +53,7 @@ private:
     UniqueIndex<Tag> tags_;
     UniqueIndex<Project> projects_;
     std::unordered_set<const Thing*> newThings_;
+    LinkedProjects linkedProjects_;
     AssetReader assets_;
 };
 

@@ -7,10 +7,17 @@
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/PlatformError.hpp"
 #include "kelto/foundation/Sha256.hpp"
 #include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
+
+namespace {
+
+constexpr std::string_view receivedName = "received";
+
+}  // namespace
 
 SnapshotExport::SnapshotExport(ModelContext& context,
                                const ExchangeRequest& request,
@@ -20,7 +27,7 @@ SnapshotExport::SnapshotExport(ModelContext& context,
       request_(request),
       files_(files),
       random_(random),
-      receivedFolder_(joinedPath(request.directory(), "received")) {
+      receivedFolder_(joinedPath(request.directory(), receivedName)) {
     if (!receivedFolder_.starts_with('/')) {
         receivedFolder_ = joinedPath(files_.currentFolder(), receivedFolder_);
     }
@@ -28,6 +35,7 @@ SnapshotExport::SnapshotExport(ModelContext& context,
 
 std::string SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
     files_.createFolders(receivedFolder_);
+    requireOwnFolder();
 
     RecordWriter envelope(json_);
     envelope.text("directory", request_.directory());
@@ -41,6 +49,18 @@ std::string SnapshotExport::response(std::string_view status, const std::optiona
     envelope.integer("version", bridgeProtocolVersion);
     envelope.close();
     return std::move(json_);
+}
+
+void SnapshotExport::requireOwnFolder() {
+    const auto directory = files_.resolvedPath(withoutLastPathComponent(receivedFolder_));
+    const auto received = files_.resolvedPath(receivedFolder_);
+    if (directory && received == joinedPath(*directory, receivedName)) return;
+    throw PlatformError::described(
+        errorDomain::cocoa,
+        512,  // "a file could not be written", as the platform's own layer numbers it
+        "The folder “received” in the exchange folder is a link to another place. Remove the link, "
+        "so "
+        "that payload files can be written.");
 }
 
 void SnapshotExport::appendProject(const Project& project) {

@@ -32,6 +32,8 @@ public:
                                        const std::optional<Date>& lastSync);
 
 private:
+    /// Nothing is ever written through a link to a folder that is not the host's exchange folder.
+    void requireOwnFolder();
     void appendProject(const Project& project);
     void appendTag(const Tag& tag);
     void appendThing(const Thing& thing);

@@ -37,6 +37,46 @@ std::string_view spokenDomain(std::string_view domain) {
     return domain;
 }
 
+/// Whether the character turns the direction of the text around it, so that a sentence could be
+/// read as another one: U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069.
+bool turnsDirection(std::string_view character) {
+    return character == "\u061C" || character == "\u200E" || character == "\u200F" ||
+           (character >= "\u202A" && character <= "\u202E") ||
+           (character >= "\u2066" && character <= "\u2069");
+}
+
+bool isControl(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character[0]);
+    // U+0080 to U+009F are control characters too; each is C2 and a second byte below A0.
+    return first < 0x20 || first == 0x7F ||
+           (first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
+}
+
+std::size_t lengthOfCharacter(char first) {
+    const auto byte = static_cast<unsigned char>(first);
+    return byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+/// A name as it can stand in a sentence: well-formed UTF-8 of a bearable length, without characters
+/// that could tear the line or hide a part of it.
+std::string spokenText(std::string_view name) {
+    constexpr std::size_t longestName = 255;  // bytes; no file system knows a longer one
+    const std::string wellFormed = repairedUtf8(name);
+    std::string spoken;
+    std::size_t length = 0;
+    for (std::size_t at = 0; at < wellFormed.size(); at += length) {
+        length = lengthOfCharacter(wellFormed[at]);
+        if (spoken.size() + length > longestName) return spoken + "…";
+        const std::string_view character = std::string_view(wellFormed).substr(at, length);
+        if (isControl(character) || turnsDirection(character)) {
+            spoken += '?';
+        } else {
+            spoken += character;
+        }
+    }
+    return spoken;
+}
+
 /// A file's name and the name of its folder as they can stand in a sentence: well-formed UTF-8
 /// without control characters, which could tear the line or hide a part of it.
 struct SpokenPath {
@@ -45,20 +85,7 @@ struct SpokenPath {
 };
 
 std::string spokenName(std::string_view name) {
-    const std::string wellFormed = repairedUtf8(name);
-    std::string spoken;
-    for (std::size_t i = 0; i < wellFormed.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(wellFormed[i]);
-        // U+0080 to U+009F are control characters too; each is C2 and a second byte below A0.
-        const bool twoBytes = byte == 0xC2 && static_cast<unsigned char>(wellFormed[i + 1]) < 0xA0;
-        if (byte < 0x20 || byte == 0x7F || twoBytes) {
-            spoken += '?';
-            i += twoBytes ? 1 : 0;
-        } else {
-            spoken += wellFormed[i];
-        }
-    }
-    return "“" + spoken + "”";
+    return "“" + spokenText(name) + "”";
 }
 
 std::string_view withoutTrailingSlashes(std::string_view path) {
@@ -144,6 +171,10 @@ PlatformError fileError(std::string_view path, int errorNumber, FileFailure fail
 }
 
 }  // namespace
+
+std::string spokenFileName(std::string_view path) {
+    return spokenText(lastComponent(withoutTrailingSlashes(path)));
+}
 
 ErrorDictionary::ErrorDictionary(std::vector<std::pair<std::string, ErrorValue>> all)
     : entries(std::move(all)) {

@@ -61,6 +61,10 @@ public:
     [[nodiscard]] std::string localizedDescription() const;
 };
 
+/// The last component of a path as it can stand in a sentence: well-formed UTF-8, cut after 255
+/// bytes, control characters and direction marks shown as "?".
+[[nodiscard]] std::string spokenFileName(std::string_view path);
+
 /// Whatever the machine refuses: files, the database, unreadable JSON, the account service.
 /// Thrown by value; copies share one ErrorObject and so keep its identity.
 class PlatformError : public std::exception {

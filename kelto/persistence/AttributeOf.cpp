@@ -1,6 +1,7 @@
 #include "kelto/persistence/AttributeOf.hpp"
 
 #include <cstring>
+#include <string>
 
 #include "kelto/foundation/PlatformError.hpp"
 #include "kelto/foundation/Text.hpp"
@@ -9,16 +10,19 @@ namespace kelto::column {
 
 namespace {
 
-/// A value of a fixed size. The store's own constraints keep other sizes out, so another size means
-/// that somebody else has written into the file.
+/// What the store's own constraints and this library keep out: somebody else has written it.
+PlatformError damaged(const std::string& what) {
+    constexpr int corrupt = 11;  // SQLITE_CORRUPT
+    return PlatformError::described(
+        errorDomain::sqlite, corrupt, "The library’s store is damaged: " + what + ".");
+}
+
+/// A value of a fixed size.
 template <typename Array>
 void readExactly(RowReader& row, int at, Array& bytes) {
     const Bytes stored = row.blob(at);
     if (stored.size() != bytes.size()) {
-        throw PlatformError::described(errorDomain::sqlite,
-                                       11,
-                                       "The library’s store is damaged: a stored identifier or "
-                                       "digest has the wrong length.");
+        throw damaged("a stored identifier or digest has the wrong length");
     }
     std::memcpy(bytes.data(), stored.data(), bytes.size());
 }
@@ -30,6 +34,12 @@ void read(RowReader& row, int at, Uuid& value) {
 }
 void read(RowReader& row, int at, Payload& value) {
     readExactly(row, at, value.digest.bytes);
+}
+
+void read(RowReader& row, int at, Date& value) {
+    value = {row.real(at)};
+    // Written into a response, such a moment would end the host's process, at every exchange anew.
+    if (!value.representableMilliseconds()) throw damaged("a stored date is out of range");
 }
 
 void read(RowReader& row, int at, std::string& value) {

@@ -51,9 +51,7 @@ inline void read(RowReader& row, int at, double& value) {
 inline void read(RowReader& row, int at, bool& value) {
     value = row.integer(at) != 0;
 }
-inline void read(RowReader& row, int at, Date& value) {
-    value = {row.real(at)};
-}
+void read(RowReader& row, int at, Date& value);
 
 template <typename Value>
 void write(RowWriter& row, int at, const std::optional<Value>& value) {

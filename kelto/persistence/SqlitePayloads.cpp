@@ -42,33 +42,36 @@ ReceivedPayload SqlitePayloads::receive(File& source) {
 
 ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alreadyRead) {
     const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
-    // Owned from here on, so that a failed read or write leaves no file behind.
-    ReceivedPayload received({}, 0, files_, files_.create(path));
-    Sha256 digest;
-    std::size_t read = alreadyRead;
-    while (read > 0) {
-        const Bytes bytes(buffer_.data(), read);
-        digest.update(bytes);
-        received.temporary_->write(bytes);
-        received.size_ += read;
-        read = read == buffer_.size() ? source.read(buffer_) : 0;
-    }
-    received.payload_ = {digest.finish()};
-    return received;
+    return namingInsteadOf(path, source.path(), [&] {
+        // Owned from here on, so that a failed read or write leaves no file behind.
+        ReceivedPayload received({}, 0, files_, files_.create(path));
+        Sha256 digest;
+        std::size_t read = alreadyRead;
+        while (read > 0) {
+            const Bytes bytes(buffer_.data(), read);
+            digest.update(bytes);
+            received.temporary_->write(bytes);
+            received.size_ += read;
+            read = read == buffer_.size() ? source.read(buffer_) : 0;
+        }
+        received.payload_ = {digest.finish()};
+        return received;
+    });
 }
 
 void SqlitePayloads::keep(ReceivedPayload& received) {
-    {
-        const StatementUse use(select_);
-        select_.blob(0, digestBytes(received.payload_));
-        if (select_.step()) return;
+    const Digest& digest = received.payload_.digest;
+    const std::string path = filePath(digest);
+    if (isStored(received.payload_)) {
+        if (!received.temporary_ || isWhole(path, received.size_)) return;
+        // The stored file was lost or cut by somebody: the same bytes have come again.
+        moveIntoPlace(received, path);
+        files_.syncFolder(externalFolder_);
+        return;
     }
     if (received.temporary_) {
-        const std::string path = filePath(received.payload_.digest);
-        received.temporary_->sync();
-        files_.rename(received.temporary_->path(), path);
-        received.temporary_.reset();
-        arrived_.push_back(received.payload_.digest);
+        moveIntoPlace(received, path);
+        arrived_.push_back(digest);
         insert_.null(2);
     } else {
         insert_.blob(2, bytesOf(received.bytes_));
@@ -76,6 +79,23 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
     insert_.blob(0, digestBytes(received.payload_));
     insert_.integer(1, static_cast<std::int64_t>(received.size_));
     insert_.run();
+}
+
+void SqlitePayloads::moveIntoPlace(ReceivedPayload& received, const std::string& path) {
+    received.temporary_->sync();
+    files_.rename(received.temporary_->path(), path);
+    received.temporary_.reset();
+}
+
+bool SqlitePayloads::isStored(const Payload& payload) {
+    const StatementUse use(select_);
+    select_.blob(0, digestBytes(payload));
+    return select_.step();
+}
+
+bool SqlitePayloads::isWhole(const std::string& path, std::uint64_t size) {
+    const auto status = files_.status(path);
+    return status && status->kind == FileStatus::Kind::regular && status->size == size;
 }
 
 void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
@@ -91,13 +111,17 @@ void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
 }
 
 void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& destination) {
-    const auto source = files_.openForReading(filePath(payload.digest));
-    std::uint64_t copied = 0;
+    const std::string path = filePath(payload.digest);
+    if (!isWhole(path, size)) throw missing(payload);
+    const auto source = files_.openForReading(path);
+    Sha256 digest;
     while (const std::size_t read = source->read(buffer_)) {
-        destination.write(Bytes(buffer_.data(), read));
-        copied += read;
+        const Bytes bytes(buffer_.data(), read);
+        digest.update(bytes);
+        destination.write(bytes);
     }
-    if (copied != size) throw missing(payload);
+    // The host would put wrong bytes in the place of right ones.
+    if (digest.finish() != payload.digest) throw missing(payload);
 }
 
 std::uint64_t SqlitePayloads::size(const Payload& payload) {
@@ -153,7 +177,9 @@ void SqlitePayloads::removeSuspects() noexcept {
 void SqlitePayloads::sweep() {
     for (const std::string& name : files_.list(externalFolder_)) {
         const auto digest = Digest::parse(name);
-        if (!digest || !isNamed(*digest)) removeQuietly(joinedPath(externalFolder_, name));
+        // Only files of our own making: whatever else lies here is not ours to remove.
+        const bool isStray = digest ? !isNamed(*digest) : isTemporaryName(name);
+        if (isStray) removeQuietly(joinedPath(externalFolder_, name));
     }
 }
 
@@ -179,8 +205,8 @@ PlatformError SqlitePayloads::missing(const Payload& payload) const {
     return PlatformError::described(
         errorDomain::sqlite,
         11,
-        "The library’s store is damaged: the bytes of a file are missing (" + payload.digest.hex() +
-            ").");
+        "The library’s store is damaged: the bytes of a file are missing or changed (" +
+            payload.digest.hex() + ").");
 }
 
 }  // namespace kelto

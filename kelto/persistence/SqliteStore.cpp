@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/FilePath.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
 
@@ -65,6 +66,7 @@ SqliteStore::SqliteStore(const Schema& schema,
       files_(std::move(files)),
       random_(std::move(random)),
       database_(openStoreDatabase(schema, *files_, path)) {
+    opened_ = files_->status(path);
     const std::string externalFolder = externalDataFolder(path);
     files_->createFolders(externalFolder);
     payloads_ =
@@ -93,15 +95,29 @@ PersistentStore::Since SqliteStore::begin() {
     if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
     begin_->run();
     try {
+        requireSameFile();
         payloads_->removeSuspects();
         const std::int64_t version = dataVersion();
         const bool unchanged = seenVersion_ == version;
+        if (!unchanged) requireKnownFormat(*database_);
         seenVersion_ = version;
         return unchanged ? Since::unchanged : Since::changedByOthers;
     } catch (...) {
         rollback();  // nobody else knows that it has begun, and the write lock would stay
         throw;
     }
+}
+
+void SqliteStore::requireSameFile() {
+    const auto now = files_->status(database_->path());
+    const bool isSame =
+        now && opened_ && now->device == opened_->device && now->inode == opened_->inode;
+    if (isSame) return;
+    throw PlatformError::described(
+        errorDomain::sqlite,
+        1032,  // SQLITE_READONLY_DBMOVED
+        "The library’s store “" + std::string(lastPathComponent(database_->path())) +
+            "” was moved or replaced while it was in use. Start this application again.");
 }
 
 std::int64_t SqliteStore::dataVersion() {

@@ -62,6 +62,8 @@ private:
     };
 
     void prepare();
+    /// What is written into a file that was moved away or replaced would be lost.
+    void requireSameFile();
     /// A number that another one replaces whenever another connection has committed.
     [[nodiscard]] std::int64_t dataVersion();
     void write(const ChangeSet& changes);
@@ -76,6 +78,7 @@ private:
     std::shared_ptr<FileSystem> files_;
     std::shared_ptr<Random> random_;
     std::unique_ptr<SqliteDatabase> database_;
+    std::optional<FileStatus> opened_;  // the database's file when it was opened
     std::unique_ptr<SqlitePayloads> payloads_;
     std::unique_ptr<SqliteStatement> begin_;
     std::unique_ptr<SqliteStatement> commit_;

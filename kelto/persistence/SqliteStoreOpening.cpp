@@ -111,6 +111,10 @@ std::string externalDataFolder(const std::string& storePath) {
                       "_EXTERNAL_DATA");
 }
 
+void requireKnownFormat(SqliteDatabase& database) {
+    check(declarationOf(database), database.path());
+}
+
 std::unique_ptr<SqliteDatabase> openStoreDatabase(const Schema& schema,
                                                   FileSystem& files,
                                                   const std::string& path) {
@@ -118,9 +122,9 @@ std::unique_ptr<SqliteDatabase> openStoreDatabase(const Schema& schema,
     checkHeader(files, path);
     auto database = std::make_unique<SqliteDatabase>(path, SqliteStore::busyLimit);
     // A newer format may still stand in the write-ahead log alone.
-    check(declarationOf(*database), path);
+    requireKnownFormat(*database);
     createIfEmpty(schema, *database);
-    check(declarationOf(*database), path);
+    requireKnownFormat(*database);
     database->run("PRAGMA journal_mode = WAL");
     database->run("PRAGMA synchronous = FULL");
     database->run("PRAGMA foreign_keys = ON");

@@ -19,4 +19,7 @@ namespace kelto {
                                                                 FileSystem& files,
                                                                 const std::string& path);
 
+/// Refuses a store that a newer version has taken over since it was opened.
+void requireKnownFormat(SqliteDatabase& database);
+
 }  // namespace kelto

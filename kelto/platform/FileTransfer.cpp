@@ -7,6 +7,7 @@
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/HexDigits.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/Text.hpp"
 
 namespace kelto {
 
@@ -38,6 +39,9 @@ private:
     FileSystem& files_;
     std::string path_;
 };
+
+constexpr std::string_view temporaryPrefix = ".kelto-";
+constexpr std::string_view temporarySuffix = ".part";
 
 std::string hexText(std::uint64_t bits) {
     std::string text;
@@ -76,18 +80,47 @@ void writeAtomically(FileSystem& files,
                      Durability durability,
                      const std::function<void(File&)>& fill) {
     const std::string temporaryPath = temporaryPathBeside(path, random);
-    std::unique_ptr<File> file = files.create(temporaryPath);
-    TemporaryFile temporary(files, temporaryPath);
-    fill(*file);
-    if (durability == Durability::flushed) file->sync();
-    file.reset();
-    temporary.moveTo(path);
+    namingInsteadOf(temporaryPath, path, [&] {
+        std::unique_ptr<File> file = files.create(temporaryPath);
+        TemporaryFile temporary(files, temporaryPath);
+        fill(*file);
+        if (durability == Durability::flushed) file->sync();
+        file.reset();
+        temporary.moveTo(path);
+    });
     if (durability == Durability::flushed) files.syncFolder(withoutLastPathComponent(path));
 }
 
 std::string temporaryPathBeside(std::string_view path, Random& random) {
     // Of a fixed length: made from the name itself, it could become longer than a name may be.
-    return joinedPath(withoutLastPathComponent(path), ".kelto-" + hexText(random.bits()) + ".part");
+    std::string name(temporaryPrefix);
+    name += hexText(random.bits());
+    name += temporarySuffix;
+    return joinedPath(withoutLastPathComponent(path), name);
+}
+
+bool isTemporaryName(std::string_view name) {
+    return name.starts_with(temporaryPrefix) && name.ends_with(temporarySuffix);
+}
+
+PlatformError namedInsteadOf(std::string_view temporaryPath,
+                             std::string_view path,
+                             const PlatformError& failure) {
+    const std::string_view temporaryName = lastPathComponent(temporaryPath);
+    if (failure.localizedDescription().find(temporaryName) == std::string::npos) return failure;
+    ErrorDictionary userInfo;
+    for (const auto& [key, value] : failure.object()->userInfo.entries) {
+        const auto* text = std::get_if<std::string>(&value);
+        if (key == errorKey::filePath) {
+            userInfo.entries.emplace_back(key, std::string(path));
+        } else if (text != nullptr) {
+            userInfo.entries.emplace_back(key,
+                                          replacingAll(*text, temporaryName, spokenFileName(path)));
+        } else {
+            userInfo.entries.emplace_back(key, value);
+        }
+    }
+    return {failure.domain(), failure.code(), std::move(userInfo)};
 }
 
 }  // namespace kelto

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "kelto/foundation/PlatformError.hpp"
 #include "kelto/platform/FileSystem.hpp"
 #include "kelto/platform/Random.hpp"
 
@@ -33,5 +34,24 @@ void writeAtomically(FileSystem& files,
 
 /// The name of a temporary file beside `path`, different every time.
 [[nodiscard]] std::string temporaryPathBeside(std::string_view path, Random& random);
+
+/// Whether a file of that name was made by temporaryPathBeside().
+[[nodiscard]] bool isTemporaryName(std::string_view name);
+
+/// `failure`, but with the name of `path` where it names the temporary file: nobody has ever heard
+/// of that one. Other failures come back as they are.
+[[nodiscard]] PlatformError namedInsteadOf(std::string_view temporaryPath,
+                                           std::string_view path,
+                                           const PlatformError& failure);
+
+/// Runs `work`, and passes its failures on as namedInsteadOf() makes them.
+template <typename Work>
+auto namingInsteadOf(std::string_view temporaryPath, std::string_view path, Work work) {
+    try {
+        return work();
+    } catch (const PlatformError& failure) {
+        throw namedInsteadOf(temporaryPath, path, failure);
+    }
+}
 
 }  // namespace kelto

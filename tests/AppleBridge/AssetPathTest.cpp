@@ -100,6 +100,13 @@ constexpr PathCase pathsOutside[] = {
     {"SiblingOfTheSameBeginning", "E2/file"},
     {"LinkLeadingOut", "E/linkOutside"},
     {"FolderLinkLeadingOut", "E/folderOutside/outside"},
+    // What cannot be resolved as it is written may still lead out once it is cleaned of its dots.
+    {"LinkLeadingOutWithASlash", "E/linkOutside/"},
+    {"FolderLinkLeadingOutWithASlash", "E/folderOutside/outside/"},
+    {"FolderLinkLeadingOutWithADot", "E/folderOutside/outside/."},
+    {"LinkLeadingOutBehindAFolderThatIsNot", "E/missing/../linkOutside"},
+    {"LinkLeadingOutBehindAFile", "E/file/../linkOutside"},
+    {"LinkLeadingOutWithAStepBack", "E/linkOutside/x/.."},
     {"ClimbingOutBehindALink", "E/folderInside/../../outside"},
 };
 INSTANTIATE_TEST_SUITE_P(AssetPath,
@@ -121,6 +128,7 @@ constexpr PathCase pathsInside[] = {
     {"DotDotInside", "E/sub/../file"},
     {"OutAndInAgain", "E/../exchange/file"},
     {"DoubleSlash", "E//file"},
+    {"SlashAtTheEnd", "E/file/"},
     {"LinkLeadingInside", "E/linkInside"},
     {"FolderLinkLeadingInside", "E/folderInside/file"},
     {"OutAndInAgainThroughALink", "E/folderOutside/exchange/file"},

@@ -89,6 +89,25 @@ TEST(FieldMerge, UpdatesProjectsAndTagsWhateverTheirAge) {
 // --- Fields
 // ---------------------------------------------------------------------------------------
 
+TEST(FieldMerge, ResetsTheFieldsOfAProjectAndATagThatTheHostLeavesOut) {
+    TestLibrary library;
+    const std::string tag = identifier(2);
+    (void)library.exchange(
+        RequestBuilder()
+            .record(RecordBuilder::project(id)
+                        .with("name", "a")
+                        .with("sortOrder", 5)
+                        .with("createdAt", 1000))
+            .record(RecordBuilder::tag(tag).with("name", "b").with("createdAt", 1000)));
+    const Response response = library.exchange(
+        RequestBuilder().record(RecordBuilder::project(id)).record(RecordBuilder::tag(tag)));
+    EXPECT_EQ(response.string(id, "name"), "");
+    EXPECT_EQ(response.integer(id, "sortOrder"), 0);
+    EXPECT_EQ(response.integer(id, "createdAt"), 0);
+    EXPECT_EQ(response.string(tag, "name"), "");
+    EXPECT_EQ(response.integer(tag, "createdAt"), 0);
+}
+
 TEST(FieldMerge, ResetsEveryFieldOfAThingThatTheHostLeavesOut) {
     TestLibrary library;
     const std::string file = library.putFile("in", "bytes");

@@ -417,5 +417,18 @@ TEST(SnapshotExport, FailsWithTheFileSystemsErrorWhenAPayloadCannotBeWritten) {
     expectSaved(library);
 }
 
+TEST(SnapshotExport, WritesNothingThroughALinkInThePlaceOfReceived) {
+    TestLibrary library;
+    const std::string outside = library.platform().folder.path("elsewhere");
+    std::filesystem::create_directories(outside);
+    std::filesystem::create_directory_symlink(outside, library.receivedFolder());
+    library.putFile("file", "bytes");
+    const Response response = library.exchange(RequestBuilder().record(
+        RecordBuilder::thing(id).with("data", library.exchangeFolder() + "/file")));
+    EXPECT_THAT(response.error(),
+                testing::HasSubstr("“received” in the exchange folder is a link"));
+    EXPECT_TRUE(std::filesystem::is_empty(outside));
+}
+
 }  // namespace
 }  // namespace kelto

@@ -316,5 +316,18 @@ const auto nameOfCase = [](const auto& tested) { return std::string(tested.param
 INSTANTIATE_TEST_SUITE_P(Read, FileFailures, testing::ValuesIn(readFailures), nameOfCase);
 INSTANTIATE_TEST_SUITE_P(Write, FileFailures, testing::ValuesIn(writeFailures), nameOfCase);
 
+TEST(SpokenFileName, ShowsWhatTurnsTheDirectionOfATextAsQuestionMarks) {
+    EXPECT_EQ(spokenFileName("/y/a\u202Egpj.exe"), "a?gpj.exe");
+    EXPECT_EQ(spokenFileName("/y/\u2066x\u2069\u061C\u200E"), "?x???");
+}
+
+TEST(SpokenFileName, IsCutAfterTheLengthOfTheLongestName) {
+    std::string name(3'000'000, 'x');
+    EXPECT_EQ(spokenFileName(name).size(), 255 + std::string("…").size());
+    name.resize(254);
+    name += "é";
+    EXPECT_TRUE(spokenFileName(name).ends_with("xx…")) << "no character is cut in two";
+}
+
 }  // namespace
 }  // namespace kelto

@@ -228,5 +228,45 @@ TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseFileIsShort) {
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr("damaged")));
 }
 
+TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseBytesHaveChanged) {
+    Payload payload;
+    {
+        ModelContext context(library.container());
+        payload = *addThing(context, large).data();
+        context.save();
+    }
+    std::string changed = large;
+    changed[1000] ^= 1;
+    SeededRandom random(7);
+    writeAtomically(library.files(),
+                    random,
+                    joinedPath(library.externalFolder(), payload.digest.hex()),
+                    Durability::relaxed,
+                    [&](File& file) { file.write(bytesOf(changed)); });
+    EXPECT_THAT([&] { (void)library.bytes(payload); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+}
+
+TEST_F(SqlitePayloadsTest, TakesLostBytesBackWhenTheyComeAgain) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, large).data();
+    context.save();
+    library.files().remove(joinedPath(library.externalFolder(), payload.digest.hex()));
+    (void)library.keep(context, large);
+    context.save();
+    EXPECT_EQ(library.bytes(payload), large);
+}
+
+TEST_F(SqlitePayloadsTest, LeavesWhatIsNotItsOwnInTheExternalFolder) {
+    SeededRandom random(7);
+    writeAtomically(library.files(),
+                    random,
+                    joinedPath(library.externalFolder(), "backup.tar"),
+                    Durability::relaxed,
+                    [](File& file) { file.write(bytesOf("precious")); });
+    library.reopen();
+    EXPECT_EQ(library.externalFileCount(), 1U);
+}
+
 }  // namespace
 }  // namespace kelto

@@ -102,6 +102,43 @@ TEST_F(SqliteStoreTest, RefusesIdentifiersOfTheWrongLength) {
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr("damaged")));
 }
 
+TEST_F(SqliteStoreTest, RefusesAStoredDateThatNoResponseCouldName) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("UPDATE Thing SET trashedAt = 9e999");
+    ModelContext next(library.container());
+    EXPECT_THAT([&] { (void)next.fetch<Thing>(); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr("date is out of range")));
+}
+
+TEST_F(SqliteStoreTest, RefusesToWriteIntoAFileThatWasMovedAway) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    library.files().rename(library.storePath(), library.storePath() + " backup");
+    ModelContext next(library.container());
+    EXPECT_THAT([&] { next.insert<Thing>(ThingKind::note, "lost"); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr("moved or replaced")));
+}
+
+TEST_F(SqliteStoreTest, RefusesAStoreThatANewerVersionHasTakenOver) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("PRAGMA user_version = 2");
+    ModelContext next(library.container());
+    EXPECT_THAT([&] { (void)next.fetch<Thing>(); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr("newer version")));
+}
+
+TEST_F(SqliteStoreTest, IsFreeForOthersAfterAUnitOfWorkThatCouldNotBegin) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("PRAGMA user_version = 2");
+    ModelContext next(library.container());
+    EXPECT_THROW((void)next.fetch<Thing>(), PlatformError);
+    execute("PRAGMA user_version = 1");
+    EXPECT_EQ(next.fetch<Thing>().size(), 1U);
+}
+
 TEST_F(SqliteStoreTest, WritesOnlyRowsThatHaveChanged) {
     storedAndRead([](Thing&) {});
     context->insert<Thing>(ThingKind::note, "second");

@@ -143,5 +143,22 @@ TEST_F(FileTransferTest, NamesEveryTemporaryDifferently) {
     EXPECT_EQ(names.size(), 100U);
 }
 
+TEST_F(FileTransferTest, NamesTheFileAndNotTheTemporaryOneInItsFailures) {
+    files.fail({.operation = FileOperation::fileWrite, .errorNumber = ENOSPC});
+    try {
+        replace("contents");
+        FAIL();
+    } catch (const PlatformError& error) {
+        EXPECT_THAT(error.localizedDescription(),
+                    testing::StartsWith("The file “target” couldn’t"));
+        EXPECT_THAT(error.localizedDescription(), testing::Not(testing::HasSubstr(".kelto-")));
+    }
+}
+
+TEST_F(FileTransferTest, KnowsTheNamesOfItsTemporaryFiles) {
+    EXPECT_TRUE(isTemporaryName(lastPathComponent(temporaryPathBeside(target, random))));
+    EXPECT_FALSE(isTemporaryName("target.part"));
+}
+
 }  // namespace
 }  // namespace kelto

@@ -43,7 +43,8 @@ ReceivedPayload SqlitePayloads::receive(File& source) {
 ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alreadyRead) {
     const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
     return namingInsteadOf(path, source.path(), [&] {
-        files_.createFolders(externalFolder_);  // somebody may have tidied it away when it was empty
+        files_.createFolders(
+            externalFolder_);  // somebody may have tidied it away when it was empty
         // Owned from here on, so that a failed read or write leaves no file behind.
         ReceivedPayload received({}, 0, files_, files_.create(path));
         Sha256 digest;

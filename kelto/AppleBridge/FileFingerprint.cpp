@@ -45,6 +45,7 @@ std::string fileFingerprint(const FileFacts& facts) {
 }
 
 std::string fileFingerprint(const Thing& thing) {
+    if (thing.derivedDigests()) return thing.derivedDigests()->file.hex();
     return fileFingerprint(FileFacts::of(thing));
 }
 

@@ -3,12 +3,10 @@
 #include <utility>
 
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
-#include "kelto/AppleBridge/FileFingerprint.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
-#include "kelto/foundation/Sha256.hpp"
 #include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
@@ -81,8 +79,9 @@ void SnapshotExport::appendTag(const Tag& tag) {
 }
 
 void SnapshotExport::appendThing(const Thing& thing) {
-    const std::string fileDigest = fileFingerprint(thing);
-    const std::string fingerprint = sha256(canonicalThingRecord(thing, fileDigest)).hex();
+    const DerivedDigests digests = fingerprintsOf(thing);
+    const std::string fileDigest = digests.file.hex();
+    const std::string fingerprint = digests.record.hex();
     const std::string pathPrefix = joinedPath(receivedFolder_, thing.uuid().lowerCaseText()) + ".";
     // The host holds this version of the thing, files included: nothing to write.
     if (request_.knownFingerprint(thing.uuid()) != fingerprint) writePayloads(thing, pathPrefix);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <vector>
 
+#include "kelto/AppleBridge/FileFingerprint.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/foundation/JsonWriter.hpp"
+#include "kelto/foundation/Sha256.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 
@@ -85,6 +87,15 @@ std::string canonicalThingRecord(const Thing& thing, std::string_view fileFinger
                      out += '"';
                  });
     return json;
+}
+
+DerivedDigests fingerprintsOf(const Thing& thing) {
+    if (thing.derivedDigests()) return *thing.derivedDigests();
+    DerivedDigests digests;
+    digests.file = sha256(canonicalJson(FileFacts::of(thing)));
+    digests.record = sha256(canonicalThingRecord(thing, digests.file.hex()));
+    thing.remember(digests);
+    return digests;
 }
 
 void appendThingRecord(std::string& out,

@@ -23,6 +23,10 @@ struct PayloadField {
 [[nodiscard]] std::string canonicalThingRecord(const Thing& thing,
                                                std::string_view fileFingerprint);
 
+/// The fingerprints of a thing: of its file (see FileFingerprint.hpp), and of its canonical record.
+/// Worked out once and remembered by the thing until it changes.
+[[nodiscard]] DerivedDigests fingerprintsOf(const Thing& thing);
+
 /// Appends the record as the host receives it. `payloadPathPrefix` followed by a payload's key is
 /// the path of its file.
 void appendThingRecord(std::string& out,

@@ -21,6 +21,7 @@ void ModelObject::noteChangedLists() {
 }
 
 void ModelObject::noteChange() {
+    derivedDigests_.reset();
     if (state_ != State::stored || rowChanged_ || listsChanged_) return;
     environment_->changedObjects.push_back(this);
 }

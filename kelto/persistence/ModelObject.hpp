@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "kelto/foundation/Sha256.hpp"
 #include "kelto/persistence/ObjectEnvironment.hpp"
 #include "kelto/persistence/Schema.hpp"
 
@@ -17,6 +18,12 @@ struct PersistentIdentifier {
     std::int64_t row = 0;
 
     friend bool operator==(const PersistentIdentifier&, const PersistentIdentifier&) = default;
+};
+
+/// Digests over what an object holds: dear to compute, and asked for at every exchange.
+struct DerivedDigests {
+    Digest file;    ///< Of the part that makes up the object's file.
+    Digest record;  ///< Of all of it.
 };
 
 /// The base of everything that the store keeps: one object is one thing of the library, is owned by
@@ -43,6 +50,14 @@ public:
     [[nodiscard]] bool hasChangedRow() const { return rowChanged_; }
     [[nodiscard]] bool hasChangedLists() const { return listsChanged_; }
 
+    /// What somebody has worked out from this object and told it to remember; forgotten at its next
+    /// change. Others that it depends on, such as the identifiers of related objects, must be
+    /// fixed.
+    [[nodiscard]] const std::optional<DerivedDigests>& derivedDigests() const {
+        return derivedDigests_;
+    }
+    void remember(const DerivedDigests& digests) const { derivedDigests_ = digests; }
+
 protected:
     ModelObject(const EntityDescription& entity, ObjectEnvironment& environment, std::int64_t row)
         : entity_(&entity), environment_(&environment), row_(row) {}
@@ -59,7 +74,8 @@ protected:
     /// The same for a payload: the one that is let go of may be nobody's any more.
     void assignPayload(std::optional<Payload>& field, const std::optional<Payload>& value);
 
-    /// An attribute or a to-one relationship has changed.
+    /// An attribute or a to-one relationship has changed. Every change of a field goes through here
+    /// or through noteChangedLists(), whatever the state.
     void noteChangedRow();
     /// The list of a to-many relationship that is stored on this side has changed.
     void noteChangedLists();
@@ -76,6 +92,7 @@ private:
     State state_ = State::detached;
     bool rowChanged_ = false;
     bool listsChanged_ = false;
+    mutable std::optional<DerivedDigests> derivedDigests_;
 };
 
 }  // namespace kelto

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "kelto/foundation/Text.hpp"
+
 namespace kelto {
 namespace {
 
@@ -15,17 +17,6 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
 std::size_t lastComponentStart(std::string_view trimmed) {
     const std::size_t slash = trimmed.rfind('/');
     return slash == std::string_view::npos ? 0 : slash + 1;
-}
-
-/// Whether `text` begins with U+061C, U+200E, U+200F, U+202A to U+202E or U+2066 to U+2069.
-bool beginsWithDirectionMark(std::string_view text) {
-    if (text.starts_with("\xD8\x9C")) return true;
-    if (text.size() < 3) return false;
-    const auto last = static_cast<unsigned char>(text[2]);
-    if (text.starts_with("\xE2\x80")) {
-        return last == 0x8E || last == 0x8F || (last >= 0xAA && last <= 0xAE);
-    }
-    return text.starts_with("\xE2\x81") && last >= 0xA6 && last <= 0xA9;
 }
 
 /// A blank ends a word, and a direction mark lets a name pass for another one on screen

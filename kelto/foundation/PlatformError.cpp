@@ -37,14 +37,6 @@ std::string_view spokenDomain(std::string_view domain) {
     return domain;
 }
 
-/// Whether the character turns the direction of the text around it, so that a sentence could be
-/// read as another one: U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069.
-bool turnsDirection(std::string_view character) {
-    return character == "\u061C" || character == "\u200E" || character == "\u200F" ||
-           (character >= "\u202A" && character <= "\u202E") ||
-           (character >= "\u2066" && character <= "\u2069");
-}
-
 bool isControl(std::string_view character) {
     const auto first = static_cast<unsigned char>(character[0]);
     // U+0080 to U+009F are control characters too; each is C2 and a second byte below A0.
@@ -68,7 +60,7 @@ std::string spokenText(std::string_view name) {
         length = lengthOfCharacter(wellFormed[at]);
         if (spoken.size() + length > longestName) return spoken + "…";
         const std::string_view character = std::string_view(wellFormed).substr(at, length);
-        if (isControl(character) || turnsDirection(character)) {
+        if (isControl(character) || beginsWithDirectionMark(character)) {
             spoken += '?';
         } else {
             spoken += character;

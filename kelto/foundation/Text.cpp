@@ -326,4 +326,14 @@ std::string replacingAll(std::string_view text,
     return replaced;
 }
 
+bool beginsWithDirectionMark(std::string_view text) {
+    if (text.starts_with("\xD8\x9C")) return true;
+    if (text.size() < 3) return false;
+    const auto last = static_cast<unsigned char>(text[2]);
+    if (text.starts_with("\xE2\x80")) {
+        return last == 0x8E || last == 0x8F || (last >= 0xAA && last <= 0xAE);
+    }
+    return text.starts_with("\xE2\x81") && last >= 0xA6 && last <= 0xA9;
+}
+
 }  // namespace kelto

@@ -40,4 +40,9 @@ namespace kelto {
                                        std::string_view pattern,
                                        std::string_view replacement);
 
+/// Whether `text` begins with a character that turns the direction of the text around it, so that a
+/// name or a sentence could be read as another one: U+061C, U+200E, U+200F, U+202A to U+202E,
+/// U+2066 to U+2069.
+[[nodiscard]] bool beginsWithDirectionMark(std::string_view text);
+
 }  // namespace kelto

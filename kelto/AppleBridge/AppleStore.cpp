@@ -52,16 +52,13 @@ Task<std::string> AppleStore::exchange(std::string text) {
 std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {
     const auto group = platform_.groupContainer->path(platform_.identity.appGroup);
     if (group) {
-        std::string expected = standardizedPath(absolutePath(joinedPath(*group, storeInGroup)));
-        if (standardizedPath(absolutePath(request.storePath())) == expected) return expected;
+        FileSystem& files = *platform_.files;
+        std::string expected =
+            standardizedPath(absolutePath(files, joinedPath(*group, storeInGroup)));
+        const std::string requested = standardizedPath(absolutePath(files, request.storePath()));
+        if (requested == expected) return expected;
     }
     throw BridgeError("The iCloud store must be in Kelto’s App Group.");
-}
-
-std::string AppleStore::absolutePath(const std::string& path) const {
-    // The current folder is asked for only when it matters: it may have been removed.
-    if (path.starts_with('/')) return path;
-    return joinedPath(platform_.files->currentFolder(), path);
 }
 
 Task<std::string> AppleStore::accountName() {

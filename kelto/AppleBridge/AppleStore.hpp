@@ -39,8 +39,6 @@ public:
 private:
     /// The store's own location; a request that names another is refused.
     [[nodiscard]] std::string fixedStorePath(const ExchangeRequest& request) const;
-    /// The path, or, when it is relative, where it leads from the process's current folder.
-    [[nodiscard]] std::string absolutePath(const std::string& path) const;
     [[nodiscard]] Task<std::string> accountName();
     /// The container, opened on first use.
     [[nodiscard]] ModelContainer& container(const ExchangeRequest& request,

@@ -23,8 +23,7 @@ std::optional<ReceivedPayload> AssetReader::asset(const Record& record, RecordKe
 }
 
 AssetReader::Location AssetReader::located(std::string_view path) {
-    const std::string absolute =
-        path.starts_with('/') ? std::string(path) : joinedPath(files_.currentFolder(), path);
+    const std::string absolute = absolutePath(files_, path);
     if (auto resolved = files_.resolvedPath(absolute)) return {*resolved, true};
     // Not all of it is there as it was written: without its dots and its last slash it may be.
     const std::string standardized = standardizedPath(absolute);

@@ -25,11 +25,7 @@ SnapshotExport::SnapshotExport(ModelContext& context,
       request_(request),
       files_(files),
       random_(random),
-      receivedFolder_(joinedPath(request.directory(), receivedName)) {
-    if (!receivedFolder_.starts_with('/')) {
-        receivedFolder_ = joinedPath(files_.currentFolder(), receivedFolder_);
-    }
-}
+      receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
 
 std::string SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
     files_.createFolders(receivedFolder_);
@@ -57,8 +53,7 @@ void SnapshotExport::requireOwnFolder() {
         errorDomain::cocoa,
         512,  // "a file could not be written", as the platform's own layer numbers it
         "The folder “received” in the exchange folder is a link to another place. Remove the link, "
-        "so "
-        "that payload files can be written.");
+        "so that payload files can be written.");
 }
 
 void SnapshotExport::appendProject(const Project& project) {

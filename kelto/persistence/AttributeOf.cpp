@@ -1,28 +1,20 @@
 #include "kelto/persistence/AttributeOf.hpp"
 
 #include <cstring>
-#include <string>
 
-#include "kelto/foundation/PlatformError.hpp"
 #include "kelto/foundation/Text.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto::column {
 
 namespace {
-
-/// What the store's own constraints and this library keep out: somebody else has written it.
-PlatformError damaged(const std::string& what) {
-    constexpr int corrupt = 11;  // SQLITE_CORRUPT
-    return PlatformError::described(
-        errorDomain::sqlite, corrupt, "The library’s store is damaged: " + what + ".");
-}
 
 /// A value of a fixed size.
 template <typename Array>
 void readExactly(RowReader& row, int at, Array& bytes) {
     const Bytes stored = row.blob(at);
     if (stored.size() != bytes.size()) {
-        throw damaged("a stored identifier or digest has the wrong length");
+        throw damagedStore("a stored identifier or digest has the wrong length");
     }
     std::memcpy(bytes.data(), stored.data(), bytes.size());
 }
@@ -39,7 +31,7 @@ void read(RowReader& row, int at, Payload& value) {
 void read(RowReader& row, int at, Date& value) {
     value = {row.real(at)};
     // Written into a response, such a moment would end the host's process, at every exchange anew.
-    if (!value.representableMilliseconds()) throw damaged("a stored date is out of range");
+    if (!value.representableMilliseconds()) throw damagedStore("a stored date is out of range");
 }
 
 void read(RowReader& row, int at, std::string& value) {

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
-#include "kelto/foundation/PlatformError.hpp"
 #include "kelto/persistence/ModelObject.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto {
 
@@ -22,11 +22,7 @@ ModelObject* find(const std::vector<std::unique_ptr<ModelObject>>& objects, std:
 
 ModelObject& linked(ModelObject* object) {
     if (object == nullptr) {
-        // The store's foreign keys keep this out, so somebody has written without them.
-        throw PlatformError::described(
-            errorDomain::sqlite,
-            11,
-            "The library’s store is damaged: a record refers to one that is not there.");
+        throw damagedStore("a record refers to one that is not there");
     }
     return *object;
 }

@@ -5,7 +5,7 @@
 #include <sqlite3.h>
 
 #include "kelto/foundation/FatalError.hpp"
-#include "kelto/foundation/FilePath.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto {
 
@@ -13,7 +13,7 @@ namespace {
 
 /// What went wrong and what to do, for a person.
 std::string sentence(const std::string& path, int code, const char* detail) {
-    const std::string name = "The library’s store “" + std::string(lastPathComponent(path)) + "” ";
+    const std::string name = storeNamed(path);
     switch (code & 0xff) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:

@@ -6,6 +6,7 @@
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 #include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
@@ -14,6 +15,11 @@ namespace {
 
 Bytes digestBytes(const Payload& payload) {
     return std::as_bytes(std::span(payload.digest.bytes));
+}
+
+PlatformError missing(const Payload& payload) {
+    return damagedStore("the bytes of a file are missing or changed (" + payload.digest.hex() +
+                        ")");
 }
 
 }  // namespace
@@ -43,8 +49,8 @@ ReceivedPayload SqlitePayloads::receive(File& source) {
 ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alreadyRead) {
     const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
     return namingInsteadOf(path, source.path(), [&] {
-        files_.createFolders(
-            externalFolder_);  // somebody may have tidied it away when it was empty
+        // Somebody may have tidied the folder away while it was empty.
+        files_.createFolders(externalFolder_);
         // Owned from here on, so that a failed read or write leaves no file behind.
         ReceivedPayload received({}, 0, files_, files_.create(path));
         Sha256 digest;
@@ -63,16 +69,15 @@ ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alread
 
 void SqlitePayloads::keep(ReceivedPayload& received) {
     const Digest& digest = received.payload_.digest;
-    const std::string path = filePath(digest);
-    if (isStored(received.payload_)) {
-        if (!received.temporary_ || isWhole(path, received.size_)) return;
+    if (find(digest)) {
+        if (!received.temporary_ || isWhole(filePath(digest), received.size_)) return;
         // The stored file was lost or cut by somebody: the same bytes have come again.
-        moveIntoPlace(received, path);
+        moveIntoPlace(received);
         files_.syncFolder(externalFolder_);
         return;
     }
     if (received.temporary_) {
-        moveIntoPlace(received, path);
+        moveIntoPlace(received);
         arrived_.push_back(digest);
         insert_.null(2);
     } else {
@@ -83,16 +88,17 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
     insert_.run();
 }
 
-void SqlitePayloads::moveIntoPlace(ReceivedPayload& received, const std::string& path) {
+void SqlitePayloads::moveIntoPlace(ReceivedPayload& received) {
     received.temporary_->sync();
-    files_.rename(received.temporary_->path(), path);
+    files_.rename(received.temporary_->path(), filePath(received.payload_.digest));
     received.temporary_.reset();
 }
 
-bool SqlitePayloads::isStored(const Payload& payload) {
+std::optional<SqlitePayloads::Stored> SqlitePayloads::find(const Digest& digest) {
     const StatementUse use(select_);
-    select_.blob(0, digestBytes(payload));
-    return select_.step();
+    select_.blob(0, std::as_bytes(std::span(digest.bytes)));
+    if (!select_.step()) return std::nullopt;
+    return Stored{static_cast<std::uint64_t>(select_.integer(0)), select_.isNull(1)};
 }
 
 bool SqlitePayloads::isWhole(const std::string& path, std::uint64_t size) {
@@ -127,10 +133,8 @@ void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& 
 }
 
 std::uint64_t SqlitePayloads::size(const Payload& payload) {
-    const StatementUse use(select_);
-    select_.blob(0, digestBytes(payload));
-    if (!select_.step()) throw missing(payload);
-    return static_cast<std::uint64_t>(select_.integer(0));
+    if (const auto stored = find(payload.digest)) return stored->size;
+    throw missing(payload);
 }
 
 void SqlitePayloads::dropUnused(const std::vector<Payload>& released) {
@@ -186,9 +190,8 @@ void SqlitePayloads::sweep() {
 }
 
 bool SqlitePayloads::isNamed(const Digest& digest) {
-    const StatementUse use(select_);
-    select_.blob(0, std::as_bytes(std::span(digest.bytes)));
-    return select_.step() && select_.isNull(1);
+    const auto stored = find(digest);
+    return stored && stored->isInFile;
 }
 
 void SqlitePayloads::removeQuietly(const std::string& path) noexcept {
@@ -201,14 +204,6 @@ void SqlitePayloads::removeQuietly(const std::string& path) noexcept {
 
 std::string SqlitePayloads::filePath(const Digest& digest) const {
     return joinedPath(externalFolder_, digest.hex());
-}
-
-PlatformError SqlitePayloads::missing(const Payload& payload) const {
-    return PlatformError::described(
-        errorDomain::sqlite,
-        11,
-        "The library’s store is damaged: the bytes of a file are missing or changed (" +
-            payload.digest.hex() + ").");
 }
 
 }  // namespace kelto

@@ -61,15 +61,18 @@ private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
     [[nodiscard]] ReceivedPayload receiveIntoFile(File& source, std::size_t alreadyRead);
     void copyFile(const Payload& payload, std::uint64_t size, File& destination);
-    void moveIntoPlace(ReceivedPayload& received, const std::string& path);
-    /// Whether there is a row for the payload.
-    [[nodiscard]] bool isStored(const Payload& payload);
+    /// What the row of a payload says.
+    struct Stored {
+        std::uint64_t size;
+        bool isInFile;
+    };
+    [[nodiscard]] std::optional<Stored> find(const Digest& digest);
+    void moveIntoPlace(ReceivedPayload& received);
     /// Whether a file of that size stands there.
     [[nodiscard]] bool isWhole(const std::string& path, std::uint64_t size);
     /// Whether a row names the digest as one whose bytes lie in a file.
     [[nodiscard]] bool isNamed(const Digest& digest);
     void removeQuietly(const std::string& path) noexcept;
-    [[nodiscard]] PlatformError missing(const Payload& payload) const;
 
     FileSystem& files_;
     Random& random_;

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
-#include "kelto/foundation/FilePath.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto {
 
@@ -116,8 +116,8 @@ void SqliteStore::requireSameFile() {
     throw PlatformError::described(
         errorDomain::sqlite,
         1032,  // SQLITE_READONLY_DBMOVED
-        "The library’s store “" + std::string(lastPathComponent(database_->path())) +
-            "” was moved or replaced while it was in use. Start this application again.");
+        storeNamed(database_->path()) +
+            "was moved or replaced while it was in use. Start this application again.");
 }
 
 std::int64_t SqliteStore::dataVersion() {

@@ -7,6 +7,7 @@
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto {
 
@@ -15,15 +16,11 @@ namespace {
 /// "Persistent store of an incompatible version", as the platform's own layer numbers it.
 constexpr std::int64_t incompatibleVersionCode = 134100;
 
-std::string named(const std::string& path) {
-    return "The library’s store “" + std::string(lastPathComponent(path)) + "” ";
-}
-
 PlatformError newerFormat(const std::string& path) {
     return PlatformError::described(
         errorDomain::cocoa,
         incompatibleVersionCode,
-        named(path) +
+        storeNamed(path) +
             "was written by a newer version of Kelto. Update this application to open it.");
 }
 
@@ -31,7 +28,7 @@ PlatformError notAStore(const std::string& path) {
     return PlatformError::described(
         errorDomain::sqlite,
         26,  // SQLITE_NOTADB
-        named(path) +
+        storeNamed(path) +
             "couldn’t be opened because the file there isn’t a library store. Move it "
             "away to start an empty library.");
 }

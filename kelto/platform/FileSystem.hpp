@@ -74,4 +74,8 @@ public:
     virtual void syncFolder(std::string_view path) = 0;
 };
 
+/// The path itself when it is absolute, else below the process's current folder, which is asked for
+/// only then: it may have been removed.
+[[nodiscard]] std::string absolutePath(FileSystem& files, std::string_view path);
+
 }  // namespace kelto

@@ -5,24 +5,12 @@
 #include <memory>
 #include <unordered_set>
 
-#include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/Text.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 #include "kelto/persistence/AttributeOf.hpp"
 
 namespace kelto {
-
-namespace {
-
-constexpr std::size_t displayTitleLength = 80;  // characters as a person counts them
-constexpr std::string_view unknownExtension = "bin";
-
-std::string untitled(std::string_view what) {
-    return "Untitled " + std::string(what);
-}
-
-}  // namespace
 
 const EntityDescription& Thing::description() {
     static const EntityDescription entity{
@@ -167,11 +155,7 @@ std::optional<ContentType> Thing::contentType() const {
 }
 
 std::string Thing::fileExtension() const {
-    if (const auto extension = pathExtension(fileName_); !extension.empty()) {
-        return std::string(extension);
-    }
-    const auto type = contentType();
-    return std::string(type ? type->preferredFileExtension().value_or("") : "");
+    return shownTexts().fileExtension();
 }
 
 std::vector<Tag*> Thing::tagList() const {
@@ -183,60 +167,19 @@ std::vector<Tag*> Thing::tagList() const {
 }
 
 std::string Thing::displayTitle() const {
-    if (!title_.empty()) return title_;
-    const ThingKind shownKind = kind();
-    switch (shownKind) {
-        case ThingKind::image:
-        case ThingKind::video:
-        case ThingKind::document:
-            if (!fileName_.empty()) return fileName_;
-            break;
-        case ThingKind::link:
-        case ThingKind::github:
-            if (!subtitle_.empty()) return subtitle_;
-            if (!urlString_.empty()) return urlString_;
-            // A repository without any text is no more to a person than a link.
-            return untitled(kelto::title(ThingKind::link));
-        case ThingKind::tweet:
-        case ThingKind::quote:
-        case ThingKind::note:
-            if (const auto line = firstNonEmptyLine(content_); !line.empty()) {
-                return std::string(graphemePrefix(line, displayTitleLength));
-            }
-            break;
-    }
-    return untitled(kelto::title(shownKind));
+    return shownTexts().displayTitle();
 }
 
 std::string Thing::badgeText() const {
-    const ThingKind shownKind = kind();
-    switch (shownKind) {
-        case ThingKind::link:
-            return "URL";
-        case ThingKind::tweet:
-            return "TWEET";
-        case ThingKind::github:
-            return "REPO";
-        case ThingKind::quote:
-            return "QUOTE";
-        case ThingKind::note:
-            return "NOTE";
-        case ThingKind::image:
-        case ThingKind::video:
-        case ThingKind::document:
-            break;
-    }
-    const std::string extension = fileExtension();
-    return upperCased(extension.empty() ? kelto::title(shownKind) : extension);
+    return shownTexts().badgeText();
 }
 
 std::string Thing::exportFileName() const {
-    if (!fileName_.empty()) return fileName_;
-    std::string name = replacingAll(displayTitle(), "/", "-");
-    const std::string extension = fileExtension();
-    name += '.';
-    name += extension.empty() ? unknownExtension : extension;
-    return name;
+    return shownTexts().exportFileName();
+}
+
+ShownTexts Thing::shownTexts() const {
+    return {kind(), title_, subtitle_, content_, urlString_, fileName_, typeIdentifier_};
 }
 
 std::string Thing::searchableText() const {

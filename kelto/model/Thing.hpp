@@ -10,6 +10,7 @@
 #include "kelto/foundation/Date.hpp"
 #include "kelto/foundation/Url.hpp"
 #include "kelto/foundation/Uuid.hpp"
+#include "kelto/model/ShownTexts.hpp"
 #include "kelto/model/ThingKind.hpp"
 #include "kelto/model/ThingMetadata.hpp"
 #include "kelto/persistence/ModelObject.hpp"
@@ -104,6 +105,7 @@ public:
     void restore();
 
 private:
+    [[nodiscard]] ShownTexts shownTexts() const;
     friend class Tag;
 
     /// A blank item for a row that is being read: asks neither the clock nor for a random uuid.

@@ -1,71 +1,33 @@
 #include "tools/keltoctl/ThingTexts.hpp"
 
-#include "kelto/foundation/ContentType.hpp"
-#include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/Text.hpp"
 
 namespace kelto::ctl {
-
-namespace {
-
-constexpr std::size_t titlePrefixLength = 80;
-
-std::string untitled(ThingKind kind) {
-    return "Untitled " + std::string(title(kind));
-}
-
-}  // namespace
 
 ThingKind kindOf(const ThingRecord& thing) {
     return thingKind(thing.kind).value_or(ThingKind::note);
 }
 
-std::string fileExtension(const ThingRecord& thing) {
-    if (const auto extension = pathExtension(thing.fileName); !extension.empty())
-        return std::string(extension);
-    const auto type = ContentType::fromIdentifier(thing.typeIdentifier);
-    return type ? std::string(type->preferredFileExtension().value_or("")) : "";
+ShownTexts shownTexts(const ThingRecord& thing) {
+    return {kindOf(thing),
+            thing.title,
+            thing.subtitle,
+            thing.content,
+            thing.urlString,
+            thing.fileName,
+            thing.typeIdentifier};
 }
 
 std::string displayTitle(const ThingRecord& thing) {
-    if (!thing.title.empty()) return thing.title;
-    const ThingKind kind = kindOf(thing);
-    if (isFileBacked(kind)) return thing.fileName.empty() ? untitled(kind) : thing.fileName;
-    if (kind == ThingKind::link || kind == ThingKind::github) {
-        if (!thing.subtitle.empty()) return thing.subtitle;
-        return thing.urlString.empty() ? "Untitled Link" : thing.urlString;
-    }
-    const std::string_view line = firstNonEmptyLine(thing.content);
-    return line.empty() ? untitled(kind) : std::string(graphemePrefix(line, titlePrefixLength));
+    return shownTexts(thing).displayTitle();
 }
 
 std::string badgeText(const ThingRecord& thing) {
-    const ThingKind kind = kindOf(thing);
-    switch (kind) {
-        case ThingKind::link:
-            return "URL";
-        case ThingKind::tweet:
-            return "TWEET";
-        case ThingKind::github:
-            return "REPO";
-        case ThingKind::quote:
-            return "QUOTE";
-        case ThingKind::note:
-            return "NOTE";
-        case ThingKind::image:
-        case ThingKind::video:
-        case ThingKind::document:
-            break;
-    }
-    const std::string extension = fileExtension(thing);
-    return upperCased(extension.empty() ? title(kind) : std::string_view(extension));
+    return shownTexts(thing).badgeText();
 }
 
 std::string exportFileName(const ThingRecord& thing) {
-    if (!thing.fileName.empty()) return thing.fileName;
-    std::string extension = fileExtension(thing);
-    if (extension.empty()) extension = "bin";
-    return replacingAll(displayTitle(thing), "/", "-") + "." + extension;
+    return shownTexts(thing).exportFileName();
 }
 
 std::string folded(std::string_view text) {

@@ -2,19 +2,20 @@
 
 #include <string>
 
+#include "kelto/model/ShownTexts.hpp"
 #include "kelto/model/ThingKind.hpp"
 #include "tools/keltoctl/Records.hpp"
 #include "tools/keltoctl/Snapshot.hpp"
 
 namespace kelto::ctl {
 
-// The derived texts of a thing as the library's own model gives them, from a record instead of from
-// a stored object: a host only ever holds records.
+// The texts of a thing from a record instead of from a stored object: a host only ever holds
+// records.
 
 /// An unknown kind reads as a note.
 [[nodiscard]] ThingKind kindOf(const ThingRecord& thing);
-/// The extension of the file name, else the preferred one of the content type, else "".
-[[nodiscard]] std::string fileExtension(const ThingRecord& thing);
+/// What the library's own model makes its texts of. Borrows from `thing`.
+[[nodiscard]] ShownTexts shownTexts(const ThingRecord& thing);
 [[nodiscard]] std::string displayTitle(const ThingRecord& thing);
 /// A short upper-case label: "PNG", "URL", "NOTE".
 [[nodiscard]] std::string badgeText(const ThingRecord& thing);

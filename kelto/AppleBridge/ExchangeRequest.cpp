@@ -8,6 +8,7 @@
 #include "kelto/AppleBridge/BridgeError.hpp"
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 
 namespace kelto {
 
@@ -112,6 +113,7 @@ void ExchangeRequest::readRecords() {
 }
 
 void ExchangeRequest::readRecord() {
+    countWork(Work::recordsRead);
     Record& record = records_.emplace_back();
     reader_.enterObject();
     while (const auto text = reader_.nextKey()) {

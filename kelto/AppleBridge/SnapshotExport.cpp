@@ -7,6 +7,7 @@
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
@@ -97,6 +98,7 @@ void SnapshotExport::writePayloads(const Thing& thing, const std::string& pathPr
 }
 
 void SnapshotExport::separate() {
+    countWork(Work::recordsPrinted);
     if (json_.back() != '[') json_ += ',';
 }
 

@@ -6,6 +6,7 @@
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/HexDigits.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 
 namespace kelto {
 
@@ -37,6 +38,7 @@ struct Sha256::State {
     void update(Bytes bytes) { require(EVP_DigestUpdate(context, bytes.data(), bytes.size())); }
 
     Digest finish() {
+        countWork(Work::digests);
         Digest digest;
         require(EVP_DigestFinal_ex(context, digest.bytes.data(), nullptr));
         require(EVP_DigestInit_ex2(context, nullptr, nullptr));  // the same algorithm again

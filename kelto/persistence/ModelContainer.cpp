@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
 
@@ -73,6 +74,7 @@ void ModelContainer::loadObjects(Population& population) {
     const EntityDescription& entity = *population.entity;
     store_->load(entity, [&](std::int64_t row, RowReader& values) {
         auto object = entity.make(environment_, row);
+        countWork(Work::objectsLoaded);
         int column = 0;
         for (const AttributeDescription& attribute : entity.attributes) {
             attribute.read(*object, values, column++);
@@ -112,6 +114,7 @@ void ModelContainer::linkColumns() {
 
 void ModelContainer::forget() noexcept {
     isLoaded_ = false;
+    ++populationNumber_;
     waitingLinks_.clear();
     environment_.changedObjects.clear();
     environment_.releasedPayloads.clear();

@@ -25,6 +25,9 @@ public:
     ModelContainer& operator=(const ModelContainer&) = delete;
 
     [[nodiscard]] PayloadStorage& payloads() { return store_->payloads(); }
+    /// Another number whenever an object was added to those of the container or has left them.
+    /// While it stays, pointers to objects stay good.
+    [[nodiscard]] std::uint64_t populationNumber() const { return populationNumber_; }
 
 private:
     friend class ModelContext;
@@ -57,6 +60,7 @@ private:
     ObjectEnvironment environment_;
     std::vector<Population> populations_;
     std::vector<WaitingLink> waitingLinks_;
+    std::uint64_t populationNumber_ = 0;
     bool isLoaded_ = false;
 };
 

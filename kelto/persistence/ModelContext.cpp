@@ -38,6 +38,7 @@ std::vector<ModelObject*> ModelContext::liveObjects(const EntityDescription& ent
 
 void ModelContext::adopt(std::unique_ptr<ModelObject> object) {
     object->state_ = State::inserted;
+    ++container_.populationNumber_;
     inserted_.push_back(object.get());
     container_.population(object->entity()).objects.push_back(std::move(object));
 }
@@ -129,6 +130,7 @@ void ModelContext::settle() noexcept {
     changed.clear();
     container_.environment_.releasedPayloads.clear();
     if (!deleted_.empty() || !unstored_.empty()) {
+        ++container_.populationNumber_;
         for (auto& population : container_.populations_) {
             std::erase_if(population.objects,
                           [](const auto& object) { return object->state() == State::deleted; });

@@ -57,6 +57,8 @@ public:
     [[nodiscard]] std::vector<const ModelObject*> insertedAndChanged() const;
 
     [[nodiscard]] PayloadStorage& payloads() { return container_.payloads(); }
+    /// As the container's, of now: asked for inside the unit of work.
+    [[nodiscard]] std::uint64_t populationNumber() const { return container_.populationNumber(); }
 
 private:
     [[nodiscard]] ObjectEnvironment& environment();

@@ -22,6 +22,7 @@ void ModelObject::noteChangedLists() {
 
 void ModelObject::noteChange() {
     derivedDigests_.reset();
+    changeNumber_ = environment_->nextChange();
     if (state_ != State::stored || rowChanged_ || listsChanged_) return;
     environment_->changedObjects.push_back(this);
 }

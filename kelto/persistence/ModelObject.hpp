@@ -50,6 +50,10 @@ public:
     [[nodiscard]] bool hasChangedRow() const { return rowChanged_; }
     [[nodiscard]] bool hasChangedLists() const { return listsChanged_; }
 
+    /// The number of the object's last change of any kind, its making and loading included. Two
+    /// equal numbers of one object mean that nothing about it has changed in between.
+    [[nodiscard]] std::uint64_t changeNumber() const { return changeNumber_; }
+
     /// What somebody has worked out from this object and told it to remember; forgotten at its next
     /// change. Others that it depends on, such as the identifiers of related objects, must be
     /// fixed.
@@ -60,7 +64,10 @@ public:
 
 protected:
     ModelObject(const EntityDescription& entity, ObjectEnvironment& environment, std::int64_t row)
-        : entity_(&entity), environment_(&environment), row_(row) {}
+        : entity_(&entity),
+          environment_(&environment),
+          row_(row),
+          changeNumber_(environment.nextChange()) {}
 
     [[nodiscard]] ObjectEnvironment& environment() const { return *environment_; }
 
@@ -89,6 +96,7 @@ private:
     const EntityDescription* entity_;
     ObjectEnvironment* environment_;
     std::int64_t row_;
+    std::uint64_t changeNumber_;
     State state_ = State::detached;
     bool rowChanged_ = false;
     bool listsChanged_ = false;

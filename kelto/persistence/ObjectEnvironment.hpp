@@ -34,6 +34,9 @@ public:
     /// From now on rows above `row` are unused.
     void setLastRow(const EntityDescription& entity, std::int64_t row);
 
+    /// A number for a change: higher than that of every change before it.
+    [[nodiscard]] std::uint64_t nextChange() { return ++lastChange_; }
+
     /// Stored objects with a change that is not saved yet, in the order of their first change.
     std::vector<ModelObject*> changedObjects;
     /// Payloads that an object has let go of since the last save; others may still hold them.
@@ -43,6 +46,7 @@ private:
     std::shared_ptr<Clock> clock_;
     std::shared_ptr<Random> random_;
     std::map<const EntityDescription*, std::int64_t> lastRows_;
+    std::uint64_t lastChange_ = 0;
 };
 
 }  // namespace kelto

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "kelto/foundation/FilePath.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
 #include "kelto/platform/FileTransfer.hpp"
@@ -41,6 +42,7 @@ SqlitePayloads::SqlitePayloads(const Schema& schema,
 
 ReceivedPayload SqlitePayloads::receive(File& source) {
     const std::size_t read = source.read(buffer_);
+    countWork(Work::payloadBytesRead, read);
     if (read > inlineLimitBytes) return receiveIntoFile(source, read);
     const Bytes bytes(buffer_.data(), read);
     return {Payload{sha256(bytes)}, std::string(textOf(bytes))};
@@ -59,8 +61,10 @@ ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alread
             const Bytes bytes(buffer_.data(), read);
             digest.update(bytes);
             received.temporary_->write(bytes);
+            countWork(Work::payloadBytesWritten, read);
             received.size_ += read;
             read = read == buffer_.size() ? source.read(buffer_) : 0;
+            if (read > 0) countWork(Work::payloadBytesRead, read);
         }
         received.payload_ = {digest.finish()};
         return received;
@@ -82,10 +86,12 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
         insert_.null(2);
     } else {
         insert_.blob(2, bytesOf(received.bytes_));
+        countWork(Work::payloadBytesWritten, received.size_);
     }
     insert_.blob(0, digestBytes(received.payload_));
     insert_.integer(1, static_cast<std::int64_t>(received.size_));
     insert_.run();
+    countWork(Work::rowsWritten);
 }
 
 void SqlitePayloads::moveIntoPlace(ReceivedPayload& received) {
@@ -115,6 +121,7 @@ void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
         copyFile(payload, size, destination);
     } else {
         destination.write(select_.blob(1));
+        countWork(Work::payloadBytesWritten, size);
     }
 }
 
@@ -127,6 +134,8 @@ void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& 
         const Bytes bytes(buffer_.data(), read);
         digest.update(bytes);
         destination.write(bytes);
+        countWork(Work::payloadBytesRead, read);
+        countWork(Work::payloadBytesWritten, read);
     }
     // The host would put wrong bytes in the place of right ones.
     if (digest.finish() != payload.digest) throw missing(payload);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
@@ -196,6 +197,7 @@ void SqliteStore::insertRow(const ModelObject& object) {
     insert.integer(0, object.row());
     bindFields(object, insert, 1);
     insert.run();
+    countWork(Work::rowsWritten);
 }
 
 void SqliteStore::updateRow(const ModelObject& object) {
@@ -203,6 +205,7 @@ void SqliteStore::updateRow(const ModelObject& object) {
     const int next = bindFields(object, update, 0);
     update.integer(next, object.row());
     update.run();
+    countWork(Work::rowsWritten);
 }
 
 void SqliteStore::deleteRow(const ModelObject& object) {
@@ -213,6 +216,7 @@ void SqliteStore::deleteRow(const ModelObject& object) {
     }
     prepared.remove.integer(0, object.row());
     prepared.remove.run();
+    countWork(Work::rowsWritten);
 }
 
 void SqliteStore::writeLinks(const ModelObject& object) {
@@ -227,6 +231,7 @@ void SqliteStore::writeLinks(const ModelObject& object) {
             links->insert.integer(1, place++);
             links->insert.integer(2, other->row());
             links->insert.run();
+            countWork(Work::rowsWritten);
         }
     }
 }

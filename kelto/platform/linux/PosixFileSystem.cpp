@@ -12,6 +12,7 @@
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/platform/linux/FileDescriptor.hpp"
 #include "kelto/platform/linux/PosixFile.hpp"
 
@@ -82,6 +83,7 @@ bool isMissing(const std::string& path) {
 }  // namespace
 
 std::unique_ptr<File> PosixFileSystem::openForReading(std::string_view path) {
+    countWork(Work::filesExamined);
     std::string name = readablePath(path);
     // Without O_NONBLOCK, opening a FIFO would wait until somebody writes to it.
     constexpr int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -104,6 +106,7 @@ std::unique_ptr<File> PosixFileSystem::openForReading(std::string_view path) {
 }
 
 std::unique_ptr<File> PosixFileSystem::create(std::string_view path) {
+    countWork(Work::filesWritten);
     std::string name = writablePath(path);
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     FileDescriptor descriptor(
@@ -121,6 +124,7 @@ std::unique_ptr<File> PosixFileSystem::create(std::string_view path) {
 }
 
 std::optional<FileStatus> PosixFileSystem::status(std::string_view path) {
+    countWork(Work::filesExamined);
     if (holdsNul(path)) return std::nullopt;
     struct stat answer {};
     if (::stat(std::string(path).c_str(), &answer) == 0) return fileStatusOf(answer);

@@ -15,7 +15,12 @@ namespace kelto {
 
 /// What the file system says of one file or folder.
 struct FileStatus {
-    enum class Kind : std::uint8_t { regular, folder, other };
+    enum class Kind : std::uint8_t {
+        regular,
+        folder,
+        link,  ///< A symbolic link; only where links are not followed.
+        other
+    };
 
     Kind kind = Kind::other;
     std::uint64_t device = 0;
@@ -42,6 +47,20 @@ public:
     virtual void sync() = 0;
 };
 
+/// One open folder. The names in it lead to what lies in it and nowhere else, whatever happens to
+/// its path meanwhile. A name is a single component, neither "." nor "..". Every failure is a
+/// PlatformError that names the path.
+class Folder {
+public:
+    virtual ~Folder() = default;
+    /// The path under which the folder was opened.
+    [[nodiscard]] virtual const std::string& path() const = 0;
+    /// None when nothing stands under that name. A link is not followed.
+    [[nodiscard]] virtual std::optional<FileStatus> status(std::string_view name) = 0;
+    /// Like FileSystem::openForReading(), but a link is refused (ELOOP).
+    [[nodiscard]] virtual std::unique_ptr<File> openForReading(std::string_view name) = 0;
+};
+
 /// Files and folders by path. Paths are absolute UTF-8 texts; one that holds a NUL names nothing
 /// (ENOENT). Every failure is a PlatformError that names the path and the cause. What is created is
 /// readable by the user alone: files 0600, folders 0700.
@@ -52,6 +71,8 @@ public:
     /// An existing regular file, read from its start. Links are followed. A folder, FIFO, device or
     /// socket is refused, without waiting for anybody at its other end.
     [[nodiscard]] virtual std::unique_ptr<File> openForReading(std::string_view path) = 0;
+    /// An existing folder; refused (ELOOP) when any component of its path is a link.
+    [[nodiscard]] virtual std::unique_ptr<Folder> openFolder(std::string_view path) = 0;
     /// A new, empty file for writing; refused when anything stands at `path`, a link included.
     [[nodiscard]] virtual std::unique_ptr<File> create(std::string_view path) = 0;
 

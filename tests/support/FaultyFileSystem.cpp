@@ -8,6 +8,7 @@
 
 #include <fnmatch.h>
 
+#include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
 
 namespace kelto {
@@ -17,6 +18,7 @@ namespace {
 bool isReading(FileOperation operation) {
     switch (operation) {
         case FileOperation::openForReading:
+        case FileOperation::openFolder:
         case FileOperation::status:
         case FileOperation::resolvedPath:
         case FileOperation::list:
@@ -113,6 +115,26 @@ private:
     std::shared_ptr<Faults> faults_;
 };
 
+class FaultyFileSystem::WatchedFolder final : public Folder {
+public:
+    WatchedFolder(std::unique_ptr<Folder> inner, std::shared_ptr<Faults> faults)
+        : inner_(std::move(inner)), faults_(std::move(faults)) {}
+
+    [[nodiscard]] const std::string& path() const override { return inner_->path(); }
+    [[nodiscard]] std::optional<FileStatus> status(std::string_view name) override {
+        faults_->meet(FileOperation::status, joinedPath(path(), name));
+        return inner_->status(name);
+    }
+    [[nodiscard]] std::unique_ptr<File> openForReading(std::string_view name) override {
+        faults_->meet(FileOperation::openForReading, joinedPath(path(), name));
+        return std::make_unique<WatchedFile>(inner_->openForReading(name), faults_);
+    }
+
+private:
+    std::unique_ptr<Folder> inner_;
+    std::shared_ptr<Faults> faults_;
+};
+
 FaultyFileSystem::FaultyFileSystem(std::shared_ptr<FileSystem> inner)
     : inner_(std::move(inner)), faults_(std::make_shared<Faults>()) {}
 
@@ -137,6 +159,11 @@ std::uint64_t FaultyFileSystem::count(FileOperation operation) const {
 std::unique_ptr<File> FaultyFileSystem::openForReading(std::string_view path) {
     faults_->meet(FileOperation::openForReading, path);
     return std::make_unique<WatchedFile>(inner_->openForReading(path), faults_);
+}
+
+std::unique_ptr<Folder> FaultyFileSystem::openFolder(std::string_view path) {
+    faults_->meet(FileOperation::openFolder, path);
+    return std::make_unique<WatchedFolder>(inner_->openFolder(path), faults_);
 }
 
 std::unique_ptr<File> FaultyFileSystem::create(std::string_view path) {

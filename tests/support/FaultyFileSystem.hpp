@@ -12,9 +12,10 @@ namespace kelto {
 
 /// Every call that a file system or one of its files can be asked for.
 enum class FileOperation : std::uint8_t {
-    openForReading,
+    openForReading,  ///< Also in an open folder.
+    openFolder,
     create,
-    status,
+    status,  ///< Also in an open folder.
     resolvedPath,
     list,
     currentFolder,
@@ -53,6 +54,7 @@ public:
     [[nodiscard]] std::uint64_t count(FileOperation operation) const;
 
     [[nodiscard]] std::unique_ptr<File> openForReading(std::string_view path) override;
+    [[nodiscard]] std::unique_ptr<Folder> openFolder(std::string_view path) override;
     [[nodiscard]] std::unique_ptr<File> create(std::string_view path) override;
     [[nodiscard]] std::optional<FileStatus> status(std::string_view path) override;
     [[nodiscard]] std::optional<std::string> resolvedPath(std::string_view path) override;
@@ -67,6 +69,7 @@ public:
 private:
     class Faults;
     class WatchedFile;
+    class WatchedFolder;
 
     std::shared_ptr<FileSystem> inner_;
     std::shared_ptr<Faults> faults_;

@@ -18,6 +18,7 @@ std::int64_t nanoseconds(const timespec& time) {
 
 FileStatus::Kind kindOf(mode_t mode) {
     if (S_ISREG(mode)) return FileStatus::Kind::regular;
+    if (S_ISLNK(mode)) return FileStatus::Kind::link;
     return S_ISDIR(mode) ? FileStatus::Kind::folder : FileStatus::Kind::other;
 }
 
@@ -36,6 +37,25 @@ FileStatus fileStatusOf(const struct stat& answer) {
 
 PosixFile::PosixFile(FileDescriptor descriptor, std::string path)
     : descriptor_(std::move(descriptor)), path_(std::move(path)) {}
+
+std::unique_ptr<File> PosixFile::regular(FileDescriptor descriptor, std::string path) {
+    if (!descriptor.isOpen()) {
+        // Sockets, and devices that nobody drives, cannot even be opened.
+        const bool isSpecial = errno == ENXIO || errno == ENODEV;
+        throw PlatformError::fileRead(path, isSpecial ? EACCES : errno);
+    }
+    auto file = std::make_unique<PosixFile>(std::move(descriptor), std::move(path));
+    switch (file->status().kind) {
+        case FileStatus::Kind::regular:
+            return file;
+        case FileStatus::Kind::folder:
+            throw PlatformError::fileRead(file->path(), EISDIR);
+        case FileStatus::Kind::link:
+        case FileStatus::Kind::other:
+            break;
+    }
+    throw PlatformError::fileRead(file->path(), EACCES);
+}
 
 FileStatus PosixFile::status() {
     struct stat answer {};

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <string>
+
+#include <fcntl.h>
 
 #include "kelto/platform/FileSystem.hpp"
 #include "kelto/platform/linux/FileDescriptor.hpp"
@@ -16,7 +19,15 @@ namespace kelto {
 /// work, are continued.
 class PosixFile final : public File {
 public:
+    /// How a file is opened for reading. Without O_NONBLOCK, opening a FIFO would wait until
+    /// somebody writes to it.
+    static constexpr int readingFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
     PosixFile(FileDescriptor descriptor, std::string path);
+
+    /// The file behind a descriptor that was just opened for reading, or not (errno says why).
+    /// Throws unless it is a regular file.
+    [[nodiscard]] static std::unique_ptr<File> regular(FileDescriptor descriptor, std::string path);
 
     [[nodiscard]] const std::string& path() const override { return path_; }
     [[nodiscard]] FileStatus status() override;

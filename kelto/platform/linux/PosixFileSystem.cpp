@@ -15,6 +15,7 @@
 #include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/platform/linux/FileDescriptor.hpp"
 #include "kelto/platform/linux/PosixFile.hpp"
+#include "kelto/platform/linux/PosixFolder.hpp"
 
 namespace kelto {
 
@@ -85,24 +86,13 @@ bool isMissing(const std::string& path) {
 std::unique_ptr<File> PosixFileSystem::openForReading(std::string_view path) {
     countWork(Work::filesExamined);
     std::string name = readablePath(path);
-    // Without O_NONBLOCK, opening a FIFO would wait until somebody writes to it.
-    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    FileDescriptor descriptor(uninterrupted([&] { return ::open(name.c_str(), flags); }));
-    if (!descriptor.isOpen()) {
-        // Sockets, and devices that nobody drives, cannot even be opened.
-        const bool isSpecial = errno == ENXIO || errno == ENODEV;
-        throw PlatformError::fileRead(path, isSpecial ? EACCES : errno);
-    }
-    auto file = std::make_unique<PosixFile>(std::move(descriptor), std::move(name));
-    switch (file->status().kind) {
-        case FileStatus::Kind::regular:
-            return file;
-        case FileStatus::Kind::folder:
-            throw PlatformError::fileRead(path, EISDIR);
-        case FileStatus::Kind::other:
-            break;
-    }
-    throw PlatformError::fileRead(path, EACCES);
+    FileDescriptor descriptor(
+        uninterrupted([&] { return ::open(name.c_str(), PosixFile::readingFlags); }));
+    return PosixFile::regular(std::move(descriptor), std::move(name));
+}
+
+std::unique_ptr<Folder> PosixFileSystem::openFolder(std::string_view path) {
+    return PosixFolder::open(readablePath(path));
 }
 
 std::unique_ptr<File> PosixFileSystem::create(std::string_view path) {

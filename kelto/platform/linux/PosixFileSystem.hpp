@@ -8,6 +8,7 @@ namespace kelto {
 class PosixFileSystem final : public FileSystem {
 public:
     [[nodiscard]] std::unique_ptr<File> openForReading(std::string_view path) override;
+    [[nodiscard]] std::unique_ptr<Folder> openFolder(std::string_view path) override;
     [[nodiscard]] std::unique_ptr<File> create(std::string_view path) override;
     [[nodiscard]] std::optional<FileStatus> status(std::string_view path) override;
     [[nodiscard]] std::optional<std::string> resolvedPath(std::string_view path) override;

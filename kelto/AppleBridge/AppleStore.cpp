@@ -31,8 +31,8 @@ AppleStore& AppleStore::shared() {
 
 AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
-Task<std::string> AppleStore::exchange(std::string text) {
-    const ExchangeRequest request(std::move(text));
+Task<ResponseText> AppleStore::exchange(std::string text) {
+    ExchangeRequest request(std::move(text), requestMemory_);
     if (cloudAvailable(platform_) == 0) {
         throw BridgeError("This build is not provisioned for iCloud.");
     }
@@ -42,11 +42,29 @@ Task<std::string> AppleStore::exchange(std::string text) {
     // From here on nothing waits: no other exchange can come between.
     bindToAccount(
         *platform_.files, *platform_.random, withoutLastPathComponent(fixedPath), account);
-    ModelContainer& library = container(request, fixedPath);
+    co_return mergedSnapshot(container(request, fixedPath), request);
+}
+
+ResponseText AppleStore::mergedSnapshot(ModelContainer& library, ExchangeRequest& request) {
+    FileSystem& files = *platform_.files;
     ModelContext context(library);
-    HostMerge(context, request, *platform_.files).run();
-    co_return SnapshotExport(context, request, *platform_.files, *platform_.random)
-        .response(status(), lastSync());
+    try {
+        auto memory = HostMerge(context, request, files, index_).run();
+        auto response = SnapshotExport(context, request, files, *platform_.random, responseMemory_)
+                            .response(status(), lastSync());
+        std::move(request).moveInto(*memory);
+        const bool isKept = memory->text->size() <= RequestMemory::textLimitBytes;
+        requestMemory_ = isKept ? std::move(memory) : nullptr;
+        return response;
+    } catch (...) {
+        forgetLastExchange();
+        throw;
+    }
+}
+
+void AppleStore::forgetLastExchange() {
+    requestMemory_.reset();
+    responseMemory_ = {};
 }
 
 std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {

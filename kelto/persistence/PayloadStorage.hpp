@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -44,6 +45,8 @@ class PayloadStorage {
 public:
     virtual ~PayloadStorage() = default;
 
+    [[nodiscard]] virtual std::optional<Payload> seenBefore(const FileStatus&) { return {}; }
+    [[nodiscard]] ReceivedPayload receive(std::unique_ptr<File> source) { return receive(*source); }
     /// Reads `source` to its end through a fixed buffer and hashes it.
     [[nodiscard]] virtual ReceivedPayload receive(File& source) = 0;
     /// Makes the bytes part of this unit of work: they are stored when it commits.

@@ -29,6 +29,7 @@ public:
                    Random& random,
                    std::string externalFolder);
 
+    using PayloadStorage::receive;
     [[nodiscard]] ReceivedPayload receive(File& source) override;
     void keep(ReceivedPayload& received) override;
     void copyTo(const Payload& payload, File& destination) override;

@@ -19,7 +19,7 @@ std::optional<ReceivedPayload> AssetReader::asset(const Record& record, RecordKe
     if (!file.path.starts_with(*directoryPrefix_)) throw BridgeError("Invalid asset path.");
     // Never opened by a path whose links are not known: one of them could lead out of the folder.
     if (!file.isResolved) throw PlatformError::fileRead(file.path, ENOENT);
-    return payloads_.receive(*files_.openForReading(file.path));
+    return payloads_.receive(files_.openForReading(file.path));
 }
 
 AssetReader::Location AssetReader::located(std::string_view path) {

@@ -105,7 +105,7 @@ ModelContainer& AppleStore::container(const ExchangeRequest& request,
     container_ = std::make_unique<ModelContainer>(
         librarySchema(),
         std::make_unique<SqliteStore>(
-            librarySchema(), platform_.files, platform_.random, fixedPath),
+            librarySchema(), platform_.files, platform_.clock, platform_.random, fixedPath),
         platform_.clock,
         platform_.random);
     storePath_ = request.storePath();

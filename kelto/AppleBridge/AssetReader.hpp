@@ -22,8 +22,6 @@ struct FilePlace {
 class IncomingFile {
 public:
     [[nodiscard]] const Payload& payload() const { return payload_; }
-    /// Whether what was known of the file was enough so far.
-    [[nodiscard]] bool isUnread() const { return !received_.has_value(); }
     /// Where the file can be asked for again; none when the way to it leads over a link or is
     /// spelled in an unusual manner. Borrowed from the record.
     [[nodiscard]] const std::optional<FilePlace>& place() const { return place_; }
@@ -32,6 +30,7 @@ private:
     friend class AssetReader;
 
     Payload payload_;
+    std::uint64_t size_ = 0;
     std::optional<FilePlace> place_;
     std::shared_ptr<Folder> folder_;
     std::optional<ReceivedPayload> received_;  // none as long as its identity was enough
@@ -50,12 +49,14 @@ public:
     /// file system's error.
     [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
 
-    /// The payload of the file that stands at this place, without opening it; none unless its bytes
-    /// were seen before. Never throws for what stands there: asset() will say it.
-    [[nodiscard]] std::optional<Payload> seenAt(const FilePlace& place);
+    /// Whether the file that stands at this place still holds these bytes, by what the file system
+    /// says of it alone, and the storage does so as well. Never throws for what stands there:
+    /// asset() will say it.
+    [[nodiscard]] bool isUnchanged(const FilePlace& place, const Payload& payload);
 
-    /// Makes the bytes part of the unit of work, and answers their payload.
-    [[nodiscard]] Payload keep(IncomingFile& file);
+    /// Makes the bytes part of the unit of work, unless `stored` are the same, and answers their
+    /// payload.
+    [[nodiscard]] Payload keep(IncomingFile& file, const std::optional<Payload>& stored);
 
 private:
     /// Folders that are held open at a time. Hosts use one or two; a folder for each item must not

@@ -150,7 +150,7 @@ bool HostMerge::isSettled(const Record& record, const SeenRecord& note) {
     if (note.object->changeNumber() != before->changeNumber) return false;
     for (const SeenFile& file : memory.filesOf(*before)) {
         const FilePlace place{memory.folders[file.folder], memory.nameOf(file)};
-        if (assets_.seenAt(place) != file.payload) return false;
+        if (!assets_.isUnchanged(place, file.payload)) return false;
     }
     return true;
 }
@@ -243,8 +243,7 @@ std::optional<IncomingFile> HostMerge::asset(const Record& record, RecordKey key
 std::optional<Payload> HostMerge::kept(const std::optional<Payload>& stored,
                                        std::optional<IncomingFile> incoming) {
     if (!incoming) return std::nullopt;
-    if (incoming->isUnread() && incoming->payload() == stored) return stored;
-    return assets_.keep(*incoming);
+    return assets_.keep(*incoming, stored);
 }
 
 Project* HostMerge::projectNamed(const std::optional<Uuid>& identifier) const {

@@ -11,8 +11,9 @@
 
 namespace kelto {
 
-/// Bytes that were read and hashed but belong to no object yet. What it holds (a small buffer, or a
-/// temporary file) goes with it unless the storage keeps it.
+/// The bytes of a file that belong to no object yet: read and hashed, or known from an earlier
+/// reading. What it holds (a small buffer, a temporary file, the open file) goes with it unless the
+/// storage keeps it.
 class ReceivedPayload {
 public:
     /// Few enough bytes to be held in memory.
@@ -22,8 +23,10 @@ public:
                     std::uint64_t size,
                     FileSystem& files,
                     std::unique_ptr<File> temporary);
+    /// Bytes that were hashed before, in a file that is open at its start.
+    ReceivedPayload(Payload payload, std::uint64_t size, std::unique_ptr<File> unread);
     ReceivedPayload(ReceivedPayload&& other) = default;
-    ReceivedPayload& operator=(ReceivedPayload&&) = delete;
+    ReceivedPayload& operator=(ReceivedPayload&& other) noexcept;
     ~ReceivedPayload();
 
     [[nodiscard]] const Payload& payload() const { return payload_; }
@@ -37,6 +40,7 @@ private:
     std::string bytes_;
     FileSystem* files_ = nullptr;
     std::unique_ptr<File> temporary_;
+    std::unique_ptr<File> unread_;
 };
 
 /// Where payload bytes live. The same bytes are stored once. receive() and keep() belong to a unit
@@ -45,11 +49,19 @@ class PayloadStorage {
 public:
     virtual ~PayloadStorage() = default;
 
-    [[nodiscard]] virtual std::optional<Payload> seenBefore(const FileStatus&) { return {}; }
-    [[nodiscard]] ReceivedPayload receive(std::unique_ptr<File> source) { return receive(*source); }
-    /// Reads `source` to its end through a fixed buffer and hashes it.
-    [[nodiscard]] virtual ReceivedPayload receive(File& source) = 0;
-    /// Makes the bytes part of this unit of work: they are stored when it commits.
+    /// The payload of a file that was read before and has not changed since, by what the file
+    /// system says of it: the same device, inode, size, modification and change time. None when it
+    /// has to be read. No file is looked at.
+    [[nodiscard]] virtual std::optional<Payload> seenBefore(const FileStatus& status) = 0;
+    /// The payload of `source`, which is open at its start: by seenBefore(), and then the file is
+    /// left unread, else it is read to its end through a fixed buffer and hashed.
+    [[nodiscard]] virtual ReceivedPayload receive(std::unique_ptr<File> source) = 0;
+    /// Whether the storage still has the bytes of a payload that it was given, of this size, as far
+    /// as a look at the file of a large one tells. If not, keep() brings them back.
+    [[nodiscard]] virtual bool isSound(const Payload& payload, std::uint64_t size) = 0;
+    /// Makes the bytes part of this unit of work: they are stored when it commits. A file that was
+    /// left unread is read now if the storage lacks its bytes; should they turn out to be others,
+    /// `received` becomes what was read, so the payload is asked for after this call.
     virtual void keep(ReceivedPayload& received) = 0;
     /// Writes the stored bytes of `payload` to `destination`. A PlatformError when they are missing
     /// or fewer than they were.

@@ -28,19 +28,37 @@ PlatformError missing(const Payload& payload) {
 SqlitePayloads::SqlitePayloads(const Schema& schema,
                                SqliteDatabase& database,
                                FileSystem& files,
+                               Clock& clock,
                                Random& random,
                                std::string externalFolder)
     : files_(files),
       random_(random),
       externalFolder_(std::move(externalFolder)),
       buffer_(transferBufferBytes),
+      identities_(database, clock),
       select_(database, R"(SELECT "size", "bytes" FROM "Payload" WHERE "digest" = ?)"),
       insert_(database, R"(INSERT INTO "Payload" ("digest", "size", "bytes") VALUES (?, ?, ?))"),
       deleteUnused_(database, sql::deleteUnusedPayload(schema)) {
     static_assert(inlineLimitBytes < transferBufferBytes);
 }
 
-ReceivedPayload SqlitePayloads::receive(File& source) {
+std::optional<Payload> SqlitePayloads::seenBefore(const FileStatus& status) {
+    const Digest* digest = identities_.find(status);
+    return digest != nullptr ? std::optional(Payload{*digest}) : std::nullopt;
+}
+
+ReceivedPayload SqlitePayloads::receive(std::unique_ptr<File> source) {
+    const FileStatus before = source->status();
+    if (const auto payload = seenBefore(before)) return {*payload, before.size, std::move(source)};
+    const bool isTrustworthy = identities_.isTrustworthy(before);
+    ReceivedPayload received = readToEnd(*source);
+    if (isTrustworthy && received.size() == before.size && source->status() == before) {
+        identities_.remember(before, received.payload().digest);
+    }
+    return received;
+}
+
+ReceivedPayload SqlitePayloads::readToEnd(File& source) {
     const std::size_t read = source.read(buffer_);
     countWork(Work::payloadBytesRead, read);
     if (read > inlineLimitBytes) return receiveIntoFile(source, read);
@@ -71,7 +89,31 @@ ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alread
     });
 }
 
+void SqlitePayloads::readNow(ReceivedPayload& received) {
+    const std::unique_ptr<File> source = std::move(received.unread_);
+    ReceivedPayload read = readToEnd(*source);
+    // Somebody has changed the bytes and put the times back.
+    if (read.payload() != received.payload()) identities_.forget(source->status());
+    received = std::move(read);
+}
+
+bool SqlitePayloads::holds(const ReceivedPayload& received) {
+    const Digest& digest = received.payload_.digest;
+    const auto stored = find(digest);
+    // Of another size, the file cannot be what it was taken for.
+    if (!stored || stored->size != received.size_) return false;
+    return !stored->isInFile || isWhole(filePath(digest), stored->size);
+}
+
+bool SqlitePayloads::isSound(const Payload& payload, std::uint64_t size) {
+    return size <= inlineLimitBytes || isWhole(filePath(payload.digest), size);
+}
+
 void SqlitePayloads::keep(ReceivedPayload& received) {
+    if (received.unread_) {
+        if (holds(received)) return;
+        readNow(received);
+    }
     const Digest& digest = received.payload_.digest;
     if (find(digest)) {
         if (!received.temporary_ || isWhole(filePath(digest), received.size_)) return;
@@ -158,9 +200,11 @@ void SqlitePayloads::dropUnused(const std::vector<Payload>& released) {
 
 void SqlitePayloads::flush() {
     if (!arrived_.empty()) files_.syncFolder(externalFolder_);
+    identities_.write();
 }
 
 void SqlitePayloads::committed() noexcept {
+    identities_.committed();
     arrived_.clear();
     suspects_.insert(suspects_.end(), dropped_.begin(), dropped_.end());
     dropped_.clear();

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "kelto/persistence/FileIdentities.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
 #include "kelto/persistence/Schema.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
+#include "kelto/platform/Clock.hpp"
 #include "kelto/platform/Random.hpp"
 
 namespace kelto {
@@ -26,11 +28,13 @@ public:
     SqlitePayloads(const Schema& schema,
                    SqliteDatabase& database,
                    FileSystem& files,
+                   Clock& clock,
                    Random& random,
                    std::string externalFolder);
 
-    using PayloadStorage::receive;
-    [[nodiscard]] ReceivedPayload receive(File& source) override;
+    [[nodiscard]] std::optional<Payload> seenBefore(const FileStatus& status) override;
+    [[nodiscard]] ReceivedPayload receive(std::unique_ptr<File> source) override;
+    [[nodiscard]] bool isSound(const Payload& payload, std::uint64_t size) override;
     void keep(ReceivedPayload& received) override;
     void copyTo(const Payload& payload, File& destination) override;
     [[nodiscard]] std::uint64_t size(const Payload& payload) override;
@@ -38,7 +42,8 @@ public:
     /// Within the store's transaction: removes the rows of those payloads that nobody names any
     /// more.
     void dropUnused(const std::vector<Payload>& released);
-    /// Before the commit: the new files' names reach the disk.
+    /// Before the commit: the new files' names reach the disk, and what was learnt of the host's
+    /// files goes into the transaction.
     void flush();
     /// After the commit: the files of dropped rows are now suspects.
     void committed() noexcept;
@@ -60,6 +65,7 @@ public:
 
 private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
+    [[nodiscard]] ReceivedPayload readToEnd(File& source);
     [[nodiscard]] ReceivedPayload receiveIntoFile(File& source, std::size_t alreadyRead);
     void copyFile(const Payload& payload, std::uint64_t size, File& destination);
     /// What the row of a payload says.
@@ -68,6 +74,10 @@ private:
         bool isInFile;
     };
     [[nodiscard]] std::optional<Stored> find(const Digest& digest);
+    /// Whether nothing is missing of what the storage would have to keep.
+    [[nodiscard]] bool holds(const ReceivedPayload& received);
+    /// Reads the file that was left unread, and believes what it finds.
+    void readNow(ReceivedPayload& received);
     void moveIntoPlace(ReceivedPayload& received);
     /// Whether a file of that size stands there.
     [[nodiscard]] bool isWhole(const std::string& path, std::uint64_t size);
@@ -79,6 +89,7 @@ private:
     Random& random_;
     std::string externalFolder_;
     std::vector<std::byte> buffer_;
+    FileIdentities identities_;
     SqliteStatement select_;
     SqliteStatement insert_;
     SqliteStatement deleteUnused_;

@@ -1,5 +1,7 @@
 #include "kelto/persistence/SqliteStatements.hpp"
 
+#include "kelto/persistence/FileIdentities.hpp"
+
 namespace kelto::sql {
 
 namespace {
@@ -131,6 +133,7 @@ std::vector<std::string> createStore(const Schema& schema) {
         addIndexes(*entity, statements);
     }
     for (const EntityDescription* entity : schema.entities) addLinkTables(*entity, statements);
+    statements.emplace_back(FileIdentities::createTable);
     return statements;
 }
 

@@ -61,17 +61,19 @@ SqliteStore::EntityStatements::EntityStatements(SqliteDatabase& database,
 
 SqliteStore::SqliteStore(const Schema& schema,
                          std::shared_ptr<FileSystem> files,
+                         std::shared_ptr<Clock> clock,
                          std::shared_ptr<Random> random,
                          const std::string& path)
     : schema_(schema),
       files_(std::move(files)),
+      clock_(std::move(clock)),
       random_(std::move(random)),
       database_(openStoreDatabase(schema, *files_, path)) {
     opened_ = files_->status(path);
     const std::string externalFolder = externalDataFolder(path);
     files_->createFolders(externalFolder);
-    payloads_ =
-        std::make_unique<SqlitePayloads>(schema, *database_, *files_, *random_, externalFolder);
+    payloads_ = std::make_unique<SqlitePayloads>(
+        schema, *database_, *files_, *clock_, *random_, externalFolder);
     prepare();
     begin_->run();
     payloads_->sweep();

@@ -10,6 +10,7 @@
 #include "kelto/persistence/PersistentStore.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqlitePayloads.hpp"
+#include "kelto/platform/Clock.hpp"
 #include "kelto/platform/FileSystem.hpp"
 #include "kelto/platform/Random.hpp"
 
@@ -30,6 +31,7 @@ public:
     /// library's store, or one of a newer format, is refused and left untouched.
     SqliteStore(const Schema& schema,
                 std::shared_ptr<FileSystem> files,
+                std::shared_ptr<Clock> clock,
                 std::shared_ptr<Random> random,
                 const std::string& path);
     ~SqliteStore() override;
@@ -76,6 +78,7 @@ private:
 
     const Schema& schema_;
     std::shared_ptr<FileSystem> files_;
+    std::shared_ptr<Clock> clock_;
     std::shared_ptr<Random> random_;
     std::unique_ptr<SqliteDatabase> database_;
     std::optional<FileStatus> opened_;  // the database's file when it was opened

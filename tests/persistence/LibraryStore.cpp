@@ -13,7 +13,7 @@ namespace kelto {
 LibraryStore::LibraryStore()
     : clock_(std::make_shared<FakeClock>()),
       random_(std::make_shared<SeededRandom>(1)),
-      files_(std::make_shared<PosixFileSystem>()),
+      files_(std::make_shared<FaultyFileSystem>(std::make_shared<PosixFileSystem>())),
       container_(anotherContainer()) {}
 
 std::string LibraryStore::storePath() const {
@@ -27,7 +27,7 @@ std::string LibraryStore::externalFolder() const {
 std::unique_ptr<ModelContainer> LibraryStore::anotherContainer() const {
     return std::make_unique<ModelContainer>(
         librarySchema(),
-        std::make_unique<SqliteStore>(librarySchema(), files_, random_, storePath()),
+        std::make_unique<SqliteStore>(librarySchema(), files_, clock_, random_, storePath()),
         clock_,
         random_);
 }
@@ -43,7 +43,7 @@ Payload LibraryStore::keep(ModelContext& context, std::string_view bytes) {
     writeAtomically(*files_, *random_, path, Durability::relaxed, [&](File& file) {
         file.write(bytesOf(bytes));
     });
-    ReceivedPayload received = context.payloads().receive(*files_->openForReading(path));
+    ReceivedPayload received = context.payloads().receive(files_->openForReading(path));
     context.payloads().keep(received);
     return received.payload();
 }

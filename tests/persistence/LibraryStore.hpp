@@ -11,6 +11,7 @@
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/platform/FileSystem.hpp"
 #include "tests/support/FakeClock.hpp"
+#include "tests/support/FaultyFileSystem.hpp"
 #include "tests/support/SeededRandom.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -24,7 +25,8 @@ public:
     [[nodiscard]] ModelContainer& container() { return *container_; }
     [[nodiscard]] std::string storePath() const;
     [[nodiscard]] std::string externalFolder() const;
-    [[nodiscard]] FileSystem& files() { return *files_; }
+    [[nodiscard]] FaultyFileSystem& files() { return *files_; }
+    [[nodiscard]] FakeClock& clock() { return *clock_; }
     [[nodiscard]] const TemporaryFolder& folder() const { return folder_; }
 
     /// A second program on the same store.
@@ -47,7 +49,7 @@ private:
     TemporaryFolder folder_;
     std::shared_ptr<FakeClock> clock_;
     std::shared_ptr<SeededRandom> random_;
-    std::shared_ptr<FileSystem> files_;
+    std::shared_ptr<FaultyFileSystem> files_;
     std::unique_ptr<ModelContainer> container_;
 };
 

@@ -174,7 +174,7 @@ TEST_F(SqlitePayloadsTest, KeepsNothingOfBytesThatWereReceivedAndNotKept) {
         file.write(bytesOf(large));
     });
     {
-        const auto received = context.payloads().receive(*library.files().openForReading(path));
+        const auto received = context.payloads().receive(library.files().openForReading(path));
         EXPECT_EQ(library.externalFileCount(), 1U);
     }
     EXPECT_EQ(library.externalFileCount(), 0U);

@@ -117,6 +117,7 @@ TEST_F(SqliteStoreOpeningTest, OpensAStoreThroughALinkToItsFolder) {
     ASSERT_EQ(symlink(library.folder().path().c_str(), link.c_str()), 0);
     SqliteStore store(librarySchema(),
                       std::make_shared<PosixFileSystem>(),
+                      std::make_shared<FakeClock>(),
                       std::make_shared<SeededRandom>(2),
                       link + "/Kelto.store");
     EXPECT_EQ(store.begin(), PersistentStore::Since::changedByOthers);

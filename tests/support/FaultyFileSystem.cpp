@@ -58,8 +58,29 @@ public:
         return counts_.at(static_cast<std::size_t>(operation));
     }
 
+    void beforeNext(FileOperation operation, std::function<void()> action) {
+        const std::lock_guard lock(mutex_);
+        action_ = {operation, std::move(action)};
+    }
+    void stopClock(std::optional<std::int64_t> nanoseconds) {
+        const std::lock_guard lock(mutex_);
+        stoppedClock_ = nanoseconds;
+    }
+    /// What the file system says, by its own clock.
+    FileStatus seen(FileStatus status) const {
+        const std::lock_guard lock(mutex_);
+        if (!stoppedClock_) return status;
+        status.modifiedNanoseconds = *stoppedClock_;
+        status.changedNanoseconds = *stoppedClock_;
+        return status;
+    }
+    std::optional<FileStatus> seen(const std::optional<FileStatus>& status) const {
+        return status ? std::optional(seen(*status)) : std::nullopt;
+    }
+
     /// Counts one call; throws when it is to fail.
     void meet(FileOperation operation, std::string_view path, std::string_view otherPath = {}) {
+        act(operation);
         const std::lock_guard lock(mutex_);
         ++counts_.at(static_cast<std::size_t>(operation));
         for (auto fault = faults_.begin(); fault != faults_.end(); ++fault) {
@@ -82,7 +103,18 @@ private:
     static constexpr std::size_t operationKinds =
         static_cast<std::size_t>(FileOperation::fileSync) + 1;
 
+    void act(FileOperation operation) {
+        std::function<void()> action;
+        {
+            const std::lock_guard lock(mutex_);
+            if (action_.first == operation) action = std::exchange(action_.second, nullptr);
+        }
+        if (action) action();
+    }
+
     mutable std::mutex mutex_;
+    std::pair<FileOperation, std::function<void()>> action_{};
+    std::optional<std::int64_t> stoppedClock_;
     std::vector<FileFault> faults_;
     std::array<std::uint64_t, operationKinds> counts_{};
 };
@@ -95,7 +127,7 @@ public:
     [[nodiscard]] const std::string& path() const override { return inner_->path(); }
     [[nodiscard]] FileStatus status() override {
         faults_->meet(FileOperation::fileStatus, path());
-        return inner_->status();
+        return faults_->seen(inner_->status());
     }
     [[nodiscard]] std::size_t read(std::span<std::byte> buffer) override {
         faults_->meet(FileOperation::fileRead, path());
@@ -123,7 +155,7 @@ public:
     [[nodiscard]] const std::string& path() const override { return inner_->path(); }
     [[nodiscard]] std::optional<FileStatus> status(std::string_view name) override {
         faults_->meet(FileOperation::status, joinedPath(path(), name));
-        return inner_->status(name);
+        return faults_->seen(inner_->status(name));
     }
     [[nodiscard]] std::unique_ptr<File> openForReading(std::string_view name) override {
         faults_->meet(FileOperation::openForReading, joinedPath(path(), name));
@@ -146,6 +178,14 @@ void FaultyFileSystem::fail(FileFault fault) {
 
 void FaultyFileSystem::heal() {
     faults_->clear();
+}
+
+void FaultyFileSystem::beforeNext(FileOperation operation, std::function<void()> action) {
+    faults_->beforeNext(operation, std::move(action));
+}
+
+void FaultyFileSystem::stopClock(std::optional<std::int64_t> nanoseconds) {
+    faults_->stopClock(nanoseconds);
 }
 
 std::uint64_t FaultyFileSystem::count() const {
@@ -173,7 +213,7 @@ std::unique_ptr<File> FaultyFileSystem::create(std::string_view path) {
 
 std::optional<FileStatus> FaultyFileSystem::status(std::string_view path) {
     faults_->meet(FileOperation::status, path);
-    return inner_->status(path);
+    return faults_->seen(inner_->status(path));
 }
 
 std::optional<std::string> FaultyFileSystem::resolvedPath(std::string_view path) {

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,6 +50,11 @@ public:
 
     void fail(FileFault fault);
     void heal();  ///< From now on nothing fails; the counts stay.
+    /// Runs `action` once, just before the next call of that kind.
+    void beforeNext(FileOperation operation, std::function<void()> action);
+    /// From now on every file and folder seems to have been changed last at this moment, as on a
+    /// file system whose clock stands still; none: the true times.
+    void stopClock(std::optional<std::int64_t> nanoseconds);
     /// All calls so far, failed ones included.
     [[nodiscard]] std::uint64_t count() const;
     [[nodiscard]] std::uint64_t count(FileOperation operation) const;

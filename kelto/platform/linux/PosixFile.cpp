@@ -1,6 +1,7 @@
 #include "kelto/platform/linux/PosixFile.hpp"
 
 #include <cerrno>
+#include <limits>
 #include <utility>
 
 #include <sys/stat.h>
@@ -12,8 +13,15 @@ namespace kelto {
 
 namespace {
 
+/// A moment that 64 bits cannot hold (before 1678, after 2262) is the last one that they can.
 std::int64_t nanoseconds(const timespec& time) {
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + std::int64_t{time.tv_nsec};
+    std::int64_t moment = 0;
+    const bool isTooFar =
+        __builtin_mul_overflow(std::int64_t{time.tv_sec}, 1'000'000'000, &moment) ||
+        __builtin_add_overflow(moment, std::int64_t{time.tv_nsec}, &moment);
+    if (!isTooFar) return moment;
+    using Limits = std::numeric_limits<std::int64_t>;
+    return time.tv_sec < 0 ? Limits::min() : Limits::max();
 }
 
 FileStatus::Kind kindOf(mode_t mode) {

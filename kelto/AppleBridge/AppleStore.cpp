@@ -32,7 +32,10 @@ AppleStore& AppleStore::shared() {
 AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
 Task<ResponseText> AppleStore::exchange(std::string text) {
+    StageWatch watch(*platform_.clock);
+    ExchangeStages stages;
     ExchangeRequest request(std::move(text), requestMemory_);
+    stages.reading = watch.lap();
     if (cloudAvailable(platform_) == 0) {
         throw BridgeError("This build is not provisioned for iCloud.");
     }
@@ -42,19 +45,30 @@ Task<ResponseText> AppleStore::exchange(std::string text) {
     // From here on nothing waits: no other exchange can come between.
     bindToAccount(
         *platform_.files, *platform_.random, withoutLastPathComponent(fixedPath), account);
-    co_return mergedSnapshot(container(request, fixedPath), request);
+    co_return mergedSnapshot(container(request, fixedPath), request, watch, stages);
 }
 
-ResponseText AppleStore::mergedSnapshot(ModelContainer& library, ExchangeRequest& request) {
+ResponseText AppleStore::mergedSnapshot(ModelContainer& library,
+                                        ExchangeRequest& request,
+                                        StageWatch& watch,
+                                        ExchangeStages& stages) {
     FileSystem& files = *platform_.files;
     ModelContext context(library);
     try {
-        auto memory = HostMerge(context, request, files, index_).run();
+        HostMerge merge(context, request, files, index_);
+        merge.begin();
+        stages.opening = watch.lap();
+        merge.merge();
+        stages.merging = watch.lap();
+        auto memory = merge.save();
+        stages.saving = watch.lap();
         auto response = SnapshotExport(context, request, files, *platform_.random, responseMemory_)
                             .response(status(), lastSync());
         std::move(request).moveInto(*memory);
         const bool isKept = memory->text->size() <= RequestMemory::textLimitBytes;
         requestMemory_ = isKept ? std::move(memory) : nullptr;
+        stages.exporting = watch.lap();
+        lastStages_ = stages;
         return response;
     } catch (...) {
         forgetLastExchange();

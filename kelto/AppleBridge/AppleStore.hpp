@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "kelto/AppleBridge/ExchangeStages.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/AppleBridge/ResponseMemory.hpp"
@@ -37,6 +38,9 @@ public:
     /// for others at two points only, both for the account service. The store outlives the task.
     [[nodiscard]] Task<ResponseText> exchange(std::string request);
 
+    /// Of the last exchange that came to an answer.
+    [[nodiscard]] const ExchangeStages& lastStages() const { return lastStages_; }
+
     [[nodiscard]] const std::string& status() const { return sync_->status; }
     [[nodiscard]] const std::optional<Date>& lastSync() const { return sync_->lastSync; }
 
@@ -49,7 +53,10 @@ private:
                                             const std::string& fixedPath);
     void observeMirroring();
     /// Merges the host's records and answers the snapshot. Waits for nobody.
-    [[nodiscard]] ResponseText mergedSnapshot(ModelContainer& library, ExchangeRequest& request);
+    [[nodiscard]] ResponseText mergedSnapshot(ModelContainer& library,
+                                              ExchangeRequest& request,
+                                              StageWatch& watch,
+                                              ExchangeStages& stages);
     void forgetLastExchange();
 
     Platform platform_;
@@ -63,6 +70,7 @@ private:
     LibraryIndex index_;
     std::shared_ptr<const RequestMemory> requestMemory_;
     ResponseMemory responseMemory_;
+    ExchangeStages lastStages_;
 };
 
 }  // namespace kelto

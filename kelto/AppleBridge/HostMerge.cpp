@@ -56,10 +56,13 @@ HostMerge::HostMerge(ModelContext& context,
       index_(index),
       assets_(files, context.payloads(), request.directory()) {}
 
-std::unique_ptr<RequestMemory> HostMerge::run() {
+void HostMerge::begin() {
     index_.begin(context_);
     remembersObjects_ = request_.memory() != nullptr &&
                         request_.memory()->populationNumber == context_.populationNumber();
+}
+
+void HostMerge::merge() {
     createMissing();
     const std::uint64_t structure = index_.structureNumber();
     updateFields();
@@ -67,9 +70,11 @@ std::unique_ptr<RequestMemory> HostMerge::run() {
     if (index_.structureNumber() != structure) notes_.unsettle();
     checkCycles();
     checkTimestamps();
+}
+
+std::unique_ptr<RequestMemory> HostMerge::save() {
     context_.save();
     index_.agree(context_);
-
     auto memory = notes_.take();
     memory->populationNumber = context_.populationNumber();
     memory->structureNumber = index_.structureNumber();

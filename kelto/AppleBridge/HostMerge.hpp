@@ -27,15 +27,19 @@ namespace kelto {
 /// changed since, is passed over: merging it again would change nothing.
 class HostMerge {
 public:
-    /// What is given is borrowed until run() has returned.
+    /// What is given is borrowed until save() has returned.
     HostMerge(ModelContext& context,
               const ExchangeRequest& request,
               FileSystem& files,
               LibraryIndex& index);
 
-    /// Throws the first refusal or failure; the context is then to be rolled back. Answers what is
-    /// worth remembering until the next request, but for the request's text.
-    [[nodiscard]] std::unique_ptr<RequestMemory> run();
+    /// Begins the context's unit of work. Throws what keeps it from beginning.
+    void begin();
+    /// Throws the first refusal or failure; the context is then to be rolled back.
+    void merge();
+    /// Saves what was merged. Answers what is worth remembering until the next request, but for the
+    /// request's text.
+    [[nodiscard]] std::unique_ptr<RequestMemory> save();
 
 private:
     void createMissing();

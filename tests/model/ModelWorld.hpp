@@ -68,7 +68,7 @@ private:
 };
 
 inline bool hasChanges(const ModelObject& object) {
-    return object.hasChangedRow() || object.hasChangedLists();
+    return object.hasChangedRow();
 }
 
 }  // namespace kelto

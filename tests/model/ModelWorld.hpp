@@ -69,7 +69,7 @@ private:
 };
 
 inline bool hasChanges(const ModelObject& object) {
-    return object.hasChangedRow() || object.hasChangedLists();
+    return object.hasChangedRow();
 }
 
 }  // namespace kelto

@@ -1,5 +1,7 @@
 #include "kelto/persistence/SqliteMigration.hpp"
 
+#include "kelto/persistence/SqliteStatements.hpp"
+
 namespace kelto {
 
 namespace {
@@ -7,7 +9,8 @@ namespace {
 // The statements of a step never change: they are written out, and not made from the entity
 // descriptions, because they speak of the tables as they were then.
 
-/// Format 2 keeps the tags of a thing in a column of its row instead of a table of their own.
+/// Format 2 keeps the tags of a thing in a column of its row instead of a table of their own, and
+/// notes changes.
 constexpr const char* fromFormat1[] = {
     R"(ALTER TABLE "Thing" ADD COLUMN "tags" TEXT NOT NULL DEFAULT '[]')",
     R"(UPDATE "Thing" SET "tags" = (
@@ -22,6 +25,12 @@ constexpr const char* fromFormat1[] = {
 void migrateTables(SqliteDatabase& database, std::int64_t fromFormat) {
     if (fromFormat < 2) {
         for (const char* statement : fromFormat1) database.run(statement);
+        database.run(sql::createChangeLog());
+        for (const char* table : {"Project", "Tag", "Thing"}) {
+            for (const std::string& trigger : sql::createChangeTriggers(table)) {
+                database.run(trigger);
+            }
+        }
     }
 }
 

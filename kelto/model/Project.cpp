@@ -54,6 +54,12 @@ RelationshipDescription Project::parentRelationship() {
                     child.parent_ = &parent;
                     parent.children_.add(child);
                 },
+            .unlinkLoaded =
+                [](ModelObject& object) {
+                    auto& child = static_cast<Project&>(object);
+                    if (child.parent_ != nullptr) child.parent_->children_.remove(child);
+                    child.parent_ = nullptr;
+                },
             .unlink =
                 [](ModelObject& object, ModelObject& parent) {
                     auto& child = static_cast<Project&>(object);
@@ -73,6 +79,7 @@ RelationshipDescription Project::childrenRelationship() {
                     return std::vector<ModelObject*>(children.begin(), children.end());
                 },
             .linkLoaded = nullptr,
+            .unlinkLoaded = nullptr,
             .unlink =
                 [](ModelObject& parent, ModelObject& other) {
                     auto& child = static_cast<Project&>(other);
@@ -92,6 +99,7 @@ RelationshipDescription Project::thingsRelationship() {
                     return std::vector<ModelObject*>(things.begin(), things.end());
                 },
             .linkLoaded = nullptr,
+            .unlinkLoaded = nullptr,
             .unlink =
                 [](ModelObject& project, ModelObject& other) {
                     auto& thing = static_cast<Thing&>(other);

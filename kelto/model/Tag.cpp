@@ -33,6 +33,7 @@ RelationshipDescription Tag::thingsRelationship() {
                     return std::vector<ModelObject*>(things.begin(), things.end());
                 },
             .linkLoaded = nullptr,
+            .unlinkLoaded = nullptr,
             .unlink =
                 [](ModelObject& tag, ModelObject& thing) {
                     static_cast<Thing&>(thing).detachTag(static_cast<Tag&>(tag));

@@ -66,6 +66,12 @@ RelationshipDescription Thing::tagsRelationship() {
                     tag.things_.add(thing);
                     if (tag.things_.size() != before) thing.tags_.push_back(&tag);
                 },
+            .unlinkLoaded =
+                [](ModelObject& object) {
+                    auto& thing = static_cast<Thing&>(object);
+                    for (Tag* tag : thing.tags_) tag->things_.remove(thing);
+                    thing.tags_.clear();
+                },
             .unlink =
                 [](ModelObject& thing, ModelObject& tag) {
                     static_cast<Thing&>(thing).detachTag(static_cast<Tag&>(tag));
@@ -90,6 +96,12 @@ RelationshipDescription Thing::projectRelationship() {
                     auto& project = static_cast<Project&>(other);
                     thing.project_ = &project;
                     project.things_.add(thing);
+                },
+            .unlinkLoaded =
+                [](ModelObject& object) {
+                    auto& thing = static_cast<Thing&>(object);
+                    if (thing.project_ != nullptr) thing.project_->things_.remove(thing);
+                    thing.project_ = nullptr;
                 },
             .unlink =
                 [](ModelObject& object, ModelObject& project) {

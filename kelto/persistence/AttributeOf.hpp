@@ -126,6 +126,11 @@ template <auto member>
     description.read = [](ModelObject& object, RowReader& row, int at) {
         column::read(row, at, static_cast<Model&>(object).*member);
     };
+    if constexpr (std::is_same_v<Value, Uuid>) {
+        description.identifier = [](const ModelObject& object) {
+            return static_cast<const Model&>(object).*member;
+        };
+    }
     if constexpr (std::is_same_v<Value, std::optional<Payload>>) {
         description.storage = AttributeStorage::external;
         description.payload = [](const ModelObject& object) {

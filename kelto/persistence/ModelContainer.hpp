@@ -4,16 +4,16 @@
 #include <memory>
 #include <vector>
 
-#include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/ObjectEnvironment.hpp"
 #include "kelto/persistence/PersistentStore.hpp"
+#include "kelto/persistence/Population.hpp"
 #include "kelto/persistence/Schema.hpp"
 
 namespace kelto {
 
 /// The open library: the store, and the objects that were read from it. They stay in memory between
-/// units of work, so that an exchange that follows another reads nothing again unless somebody else
-/// has written. Main thread only.
+/// units of work, so that an exchange that follows another reads only what somebody else has
+/// written in between. Main thread only.
 class ModelContainer {
 public:
     ModelContainer(const Schema& schema,
@@ -32,27 +32,12 @@ public:
 private:
     friend class ModelContext;
 
-    /// The objects of one entity, in the order of their creation.
-    struct Population {
-        const EntityDescription* entity;
-        std::vector<std::unique_ptr<ModelObject>> objects;
-    };
-
-    /// A relation that was read before the object at its other end.
-    struct WaitingLink {
-        ModelObject* object;
-        const RelationshipDescription* relationship;
-        std::int64_t other;  ///< Row of the object at the other end.
-    };
-
     [[nodiscard]] Population& population(const EntityDescription& entity);
     /// Starts the store's unit of work and makes the objects agree with it.
     void begin();
-    void load();
-    void loadObjects(Population& population);
-    /// Notes what a row says of the relationships of `object`; their columns begin at `column`.
-    void readRelationships(ModelObject& object, RowReader& values, int column);
-    void linkWaiting();
+    /// Answers false when everything has to be read instead.
+    [[nodiscard]] bool loadChanges(const ForeignChanges& changes);
+    void loadAll();
     /// Drops every object, so that the next begin() reads them anew.
     void forget() noexcept;
 
@@ -60,7 +45,6 @@ private:
     std::unique_ptr<PersistentStore> store_;
     ObjectEnvironment environment_;
     std::vector<Population> populations_;
-    std::vector<WaitingLink> waitingLinks_;
     std::uint64_t populationNumber_ = 0;
     bool isLoaded_ = false;
 };

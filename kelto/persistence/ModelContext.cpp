@@ -27,12 +27,12 @@ ObjectEnvironment& ModelContext::environment() {
 
 std::vector<ModelObject*> ModelContext::liveObjects(const EntityDescription& entity) {
     begin();
-    const auto& objects = container_.population(entity).objects;
+    const Population& population = container_.population(entity);
     std::vector<ModelObject*> live;
-    live.reserve(objects.size());
-    for (const auto& object : objects) {
-        if (object->state() != State::deleted) live.push_back(object.get());
-    }
+    live.reserve(population.size());
+    population.visit([&live](ModelObject& object) {
+        if (object.state() != State::deleted) live.push_back(&object);
+    });
     return live;
 }
 
@@ -40,7 +40,8 @@ void ModelContext::adopt(std::unique_ptr<ModelObject> object) {
     object->state_ = State::inserted;
     ++container_.populationNumber_;
     inserted_.push_back(object.get());
-    container_.population(object->entity()).objects.push_back(std::move(object));
+    Population& population = container_.population(object->entity());
+    population.add(std::move(object));
 }
 
 void ModelContext::remove(ModelObject& object) {
@@ -130,9 +131,10 @@ void ModelContext::settle() noexcept {
     container_.environment_.releasedPayloads.clear();
     if (!deleted_.empty() || !unstored_.empty()) {
         ++container_.populationNumber_;
-        for (auto& population : container_.populations_) {
-            std::erase_if(population.objects,
-                          [](const auto& object) { return object->state() == State::deleted; });
+        for (const auto* leaving : {&deleted_, &unstored_}) {
+            for (const ModelObject* object : *leaving) {
+                container_.population(object->entity()).remove(*object);
+            }
         }
     }
     end();

@@ -42,7 +42,7 @@ public:
     template <typename Model>
     [[nodiscard]] std::size_t count() {
         begin();
-        return container_.population(Model::description()).objects.size();
+        return container_.population(Model::description()).size();
     }
 
     /// Makes a new object, inserts it and answers it. `arguments` follow the environment in the

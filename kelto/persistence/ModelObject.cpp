@@ -11,10 +11,14 @@ void ModelObject::assignPayload(std::optional<Payload>& field,
 }
 
 void ModelObject::noteChangedRow() {
-    derivedDigests_.reset();
-    changeNumber_ = environment_->nextChange();
+    renew();
     if (state_ == State::stored && !rowChanged_) environment_->changedObjects.push_back(this);
     rowChanged_ = true;
+}
+
+void ModelObject::renew() {
+    derivedDigests_.reset();
+    changeNumber_ = environment_->nextChange();
 }
 
 }  // namespace kelto

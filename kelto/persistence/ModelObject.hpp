@@ -86,7 +86,10 @@ protected:
 
 private:
     friend class ModelContext;
-    friend class ModelContainer;
+    friend class ObjectLoader;
+
+    /// What was worked out from the object holds no more.
+    void renew();
 
     const EntityDescription* entity_;
     ObjectEnvironment* environment_;

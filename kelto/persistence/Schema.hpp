@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kelto/foundation/Uuid.hpp"
 #include "kelto/persistence/Payload.hpp"
 #include "kelto/persistence/Row.hpp"
 
@@ -30,6 +31,8 @@ struct AttributeDescription {
     void (*read)(ModelObject&, RowReader&, int column) = nullptr;
     /// Only for payloads: the handle, if the object has one.
     std::optional<Payload> (*payload)(const ModelObject&) = nullptr;
+    /// Only for identifiers: the value.
+    Uuid (*identifier)(const ModelObject&) = nullptr;
 };
 
 /// What happens to the objects at the other end when an object is deleted.
@@ -55,6 +58,9 @@ struct RelationshipDescription {
     /// Links two objects that were read from the store, without marking a change. To-many: at the
     /// end of the list. Null for RelationshipStorage::inverse.
     void (*linkLoaded)(ModelObject&, ModelObject& other) = nullptr;
+    /// Undoes that for all objects at the other end, on both sides, before the row is read again.
+    /// Null for RelationshipStorage::inverse.
+    void (*unlinkLoaded)(ModelObject&) = nullptr;
     /// Ends the relation between the two, on both sides, as a change.
     void (*unlink)(ModelObject&, ModelObject& other) = nullptr;
 };

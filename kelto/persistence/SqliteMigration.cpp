@@ -1,5 +1,7 @@
 #include "kelto/persistence/SqliteMigration.hpp"
 
+#include "kelto/persistence/SqliteStatements.hpp"
+
 namespace kelto {
 
 namespace {
@@ -8,7 +10,7 @@ namespace {
 // descriptions, because they speak of the tables as they were then.
 
 /// Format 2 keeps the tags of a thing in a column of its row instead of a table of their own, and
-/// knows the host's files again.
+/// knows the host's files again, and notes changes.
 constexpr const char* fromFormat1[] = {
     R"(ALTER TABLE "Thing" ADD COLUMN "tags" TEXT NOT NULL DEFAULT '[]')",
     R"(UPDATE "Thing" SET "tags" = (
@@ -27,6 +29,12 @@ constexpr const char* fromFormat1[] = {
 void migrateTables(SqliteDatabase& database, std::int64_t fromFormat) {
     if (fromFormat < 2) {
         for (const char* statement : fromFormat1) database.run(statement);
+        database.run(sql::createChangeLog());
+        for (const char* table : {"Project", "Tag", "Thing"}) {
+            for (const std::string& trigger : sql::createChangeTriggers(table)) {
+                database.run(trigger);
+            }
+        }
     }
 }
 

@@ -1,5 +1,7 @@
 #include "kelto/persistence/SqliteStatements.hpp"
 
+#include <utility>
+
 #include "kelto/persistence/FileIdentities.hpp"
 
 namespace kelto::sql {
@@ -116,12 +118,35 @@ std::vector<std::string> createStore(const Schema& schema) {
         addIndexes(*entity, statements);
     }
     statements.emplace_back(FileIdentities::createTable);
+    statements.emplace_back(createChangeLog());
+    for (const EntityDescription* entity : schema.entities) {
+        for (std::string& trigger : createChangeTriggers(entity->name)) {
+            statements.push_back(std::move(trigger));
+        }
+    }
     return statements;
+}
+
+std::string createChangeLog() {
+    return R"(CREATE TABLE "Change" ("id" INTEGER PRIMARY KEY AUTOINCREMENT, )"
+           R"("entity" TEXT NOT NULL, "row" INTEGER NOT NULL) STRICT)";
+}
+
+std::vector<std::string> createChangeTriggers(std::string_view table) {
+    const auto trigger = [&](std::string_view name, std::string_view event, std::string_view row) {
+        return "CREATE TRIGGER " + quoted(std::string(table) + "_" + std::string(name)) +
+               " AFTER " + std::string(event) + " ON " + quoted(table) +
+               " BEGIN INSERT INTO \"Change\" (\"entity\", \"row\") VALUES ('" +
+               std::string(table) + "', " + std::string(row) + ".\"id\"); END";
+    };
+    return {trigger("updated", "UPDATE", "OLD"),
+            trigger("renumbered", "UPDATE OF \"id\"", "NEW"),
+            trigger("deleted", "DELETE", "OLD")};
 }
 
 std::string selectRows(const EntityDescription& entity) {
     return "SELECT \"id\", " + joined(columns(entity), ", ") + " FROM " + quoted(entity.name) +
-           " ORDER BY \"id\"";
+           " WHERE \"id\" BETWEEN ? AND ? ORDER BY \"id\"";
 }
 
 std::string insertRow(const EntityDescription& entity) {

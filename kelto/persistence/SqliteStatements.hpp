@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kelto/persistence/Schema.hpp"
@@ -13,7 +14,13 @@ namespace kelto::sql {
 /// Everything that an empty store needs, in order.
 [[nodiscard]] std::vector<std::string> createStore(const Schema& schema);
 
-/// id, attributes, then the columns of relationships; by id.
+/// The table that remembers which rows were changed or deleted.
+[[nodiscard]] std::string createChangeLog();
+/// What fills it, whoever changes the rows of `table`. New rows are not noted: they are behind all
+/// others, and a first import has many.
+[[nodiscard]] std::vector<std::string> createChangeTriggers(std::string_view table);
+
+/// id, attributes, then the columns of relationships; by id. Parameters: the first and last id.
 [[nodiscard]] std::string selectRows(const EntityDescription& entity);
 /// Parameters: id, attributes, then the columns of relationships.
 [[nodiscard]] std::string insertRow(const EntityDescription& entity);

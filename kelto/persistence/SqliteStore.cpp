@@ -50,7 +50,8 @@ int bindFields(const ModelObject& object, SqliteStatement& statement, int at) {
 
 SqliteStore::EntityStatements::EntityStatements(SqliteDatabase& database,
                                                 const EntityDescription& entity)
-    : insert(database, sql::insertRow(entity)),
+    : select(database, sql::selectRows(entity)),
+      insert(database, sql::insertRow(entity)),
       update(database, sql::updateRow(entity)),
       remove(database, sql::deleteRow(entity)) {}
 
@@ -69,6 +70,7 @@ SqliteStore::SqliteStore(const Schema& schema,
     files_->createFolders(externalFolder);
     payloads_ = std::make_unique<SqlitePayloads>(
         schema, *database_, *files_, *clock_, *random_, externalFolder);
+    changeLog_ = std::make_unique<SqliteChangeLog>(schema, *database_);
     prepare();
     begin_->run();
     payloads_->sweep();
@@ -89,17 +91,18 @@ void SqliteStore::prepare() {
     }
 }
 
-PersistentStore::Since SqliteStore::begin() {
+ForeignChanges SqliteStore::begin() {
     if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
     begin_->run();
     try {
         requireSameFile();
         payloads_->removeSuspects();
         const std::int64_t version = dataVersion();
-        const bool unchanged = seenVersion_ == version;
-        if (!unchanged) requireKnownFormat(*database_);
+        if (seenVersion_ == version) return {ForeignChanges::Extent::none, {}};
+        requireKnownFormat(*database_);
+        ForeignChanges changes = changeLog_->news();
         seenVersion_ = version;
-        return unchanged ? Since::unchanged : Since::changedByOthers;
+        return changes;
     } catch (...) {
         rollback();  // nobody else knows that it has begun, and the write lock would stay
         throw;
@@ -124,8 +127,12 @@ std::int64_t SqliteStore::dataVersion() {
 }
 
 void SqliteStore::load(const EntityDescription& entity,
+                       const RowRange& rows,
                        const std::function<void(std::int64_t, RowReader&)>& sink) {
-    SqliteStatement select(*database_, sql::selectRows(entity));
+    SqliteStatement& select = statements(entity).select;
+    const StatementUse use(select);
+    select.integer(0, rows.first);
+    select.integer(1, rows.last);
     RowWithoutNumber values(select);
     while (select.step()) sink(static_cast<RowReader&>(select).integer(0), values);
 }
@@ -139,6 +146,7 @@ std::int64_t SqliteStore::lastRow(const EntityDescription& entity) {
 void SqliteStore::commit(const ChangeSet& changes) {
     try {
         write(changes);
+        changeLog_->prune();
         payloads_->dropUnused(changes.releasedPayloads);
         payloads_->flush();
         commit_->run();
@@ -146,6 +154,7 @@ void SqliteStore::commit(const ChangeSet& changes) {
         rollback();
         throw;
     }
+    changeLog_->committed();
     payloads_->committed();
     removeDroppedFiles();
 }
@@ -179,7 +188,7 @@ void SqliteStore::write(const ChangeSet& changes) {
 }
 
 void SqliteStore::insertRow(const ModelObject& object) {
-    SqliteStatement& insert = statements(object).insert;
+    SqliteStatement& insert = statements(object.entity()).insert;
     insert.integer(0, object.row());
     bindFields(object, insert, 1);
     insert.run();
@@ -187,7 +196,7 @@ void SqliteStore::insertRow(const ModelObject& object) {
 }
 
 void SqliteStore::updateRow(const ModelObject& object) {
-    SqliteStatement& update = statements(object).update;
+    SqliteStatement& update = statements(object.entity()).update;
     const int next = bindFields(object, update, 0);
     update.integer(next, object.row());
     update.run();
@@ -195,14 +204,14 @@ void SqliteStore::updateRow(const ModelObject& object) {
 }
 
 void SqliteStore::deleteRow(const ModelObject& object) {
-    SqliteStatement& remove = statements(object).remove;
+    SqliteStatement& remove = statements(object.entity()).remove;
     remove.integer(0, object.row());
     remove.run();
     countWork(Work::rowsWritten);
 }
 
-SqliteStore::EntityStatements& SqliteStore::statements(const ModelObject& object) {
-    return *statements_.at(&object.entity());
+SqliteStore::EntityStatements& SqliteStore::statements(const EntityDescription& entity) {
+    return *statements_.at(&entity);
 }
 
 }  // namespace kelto

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kelto/persistence/PersistentStore.hpp"
+#include "kelto/persistence/SqliteChangeLog.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqlitePayloads.hpp"
 #include "kelto/platform/Clock.hpp"
@@ -36,8 +37,9 @@ public:
                 const std::string& path);
     ~SqliteStore() override;
 
-    [[nodiscard]] Since begin() override;
+    [[nodiscard]] ForeignChanges begin() override;
     void load(const EntityDescription& entity,
+              const RowRange& rows,
               const std::function<void(std::int64_t, RowReader&)>& sink) override;
     [[nodiscard]] std::int64_t lastRow(const EntityDescription& entity) override;
     void commit(const ChangeSet& changes) override;
@@ -48,6 +50,7 @@ private:
     /// The prepared statements of one entity.
     struct EntityStatements {
         EntityStatements(SqliteDatabase& database, const EntityDescription& entity);
+        SqliteStatement select;
         SqliteStatement insert;
         SqliteStatement update;
         SqliteStatement remove;
@@ -63,7 +66,7 @@ private:
     void insertRow(const ModelObject& object);
     void updateRow(const ModelObject& object);
     void deleteRow(const ModelObject& object);
-    [[nodiscard]] EntityStatements& statements(const ModelObject& object);
+    [[nodiscard]] EntityStatements& statements(const EntityDescription& entity);
 
     const Schema& schema_;
     std::shared_ptr<FileSystem> files_;
@@ -72,6 +75,7 @@ private:
     std::unique_ptr<SqliteDatabase> database_;
     std::optional<FileStatus> opened_;  // the database's file when it was opened
     std::unique_ptr<SqlitePayloads> payloads_;
+    std::unique_ptr<SqliteChangeLog> changeLog_;
     std::unique_ptr<SqliteStatement> begin_;
     std::unique_ptr<SqliteStatement> commit_;
     std::unique_ptr<SqliteStatement> rollback_;

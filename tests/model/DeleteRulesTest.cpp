@@ -20,8 +20,12 @@ using State = ModelObject::State;
 /// A store that begins empty and only counts what it is given.
 class CountingStore final : public PersistentStore {
 public:
-    Since begin() override { return began_++ == 0 ? Since::changedByOthers : Since::unchanged; }
+    ForeignChanges begin() override {
+        using Extent = ForeignChanges::Extent;
+        return {began_++ == 0 ? Extent::unknown : Extent::none, {}};
+    }
     void load(const EntityDescription&,
+              const RowRange&,
               const std::function<void(std::int64_t, RowReader&)>&) override {}
     std::int64_t lastRow(const EntityDescription&) override { return 0; }
     void commit(const ChangeSet& changes) override { committed = changes; }

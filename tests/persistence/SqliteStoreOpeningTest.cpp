@@ -120,7 +120,7 @@ TEST_F(SqliteStoreOpeningTest, OpensAStoreThroughALinkToItsFolder) {
                       std::make_shared<FakeClock>(),
                       std::make_shared<SeededRandom>(2),
                       link + "/Kelto.store");
-    EXPECT_EQ(store.begin(), PersistentStore::Since::changedByOthers);
+    EXPECT_EQ(store.begin().extent, ForeignChanges::Extent::unknown);
 }
 
 TEST_F(SqliteStoreOpeningTest, MakesAStoreOfAnEmptyFile) {

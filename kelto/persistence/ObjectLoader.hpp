@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "kelto/persistence/ModelObject.hpp"
+#include "kelto/persistence/ObjectEnvironment.hpp"
+#include "kelto/persistence/PersistentStore.hpp"
+#include "kelto/persistence/Population.hpp"
+#include "kelto/persistence/Schema.hpp"
+
+namespace kelto {
+
+/// Makes the objects of a container agree with the rows of its store. Whatever does not fit
+/// together is a damaged store's error, and leaves objects behind that are not to be used.
+class ObjectLoader {
+public:
+    ObjectLoader(const Schema& schema,
+                 PersistentStore& store,
+                 ObjectEnvironment& environment,
+                 std::vector<Population>& populations);
+
+    /// Makes an object of every row. There must be none yet.
+    void loadAll();
+    /// Refreshes the objects of these rows, drops those whose rows are gone, and makes the objects
+    /// of new rows. Those that stay keep their addresses. Answers whether any have come or gone.
+    [[nodiscard]] bool loadChanges(const std::vector<StoredRow>& changed);
+
+private:
+    /// A relation that was read before the object at its other end.
+    struct WaitingLink {
+        ModelObject* object;
+        const RelationshipDescription* relationship;
+        std::int64_t other;  ///< Row of the object at the other end.
+    };
+
+    [[nodiscard]] Population& population(const EntityDescription& entity);
+    void loadNewRows(Population& population);
+    /// Reads the row of `changed` into its object. An object whose row is gone joins `gone_`.
+    void loadAgain(const StoredRow& changed);
+    void refresh(ModelObject& object, RowReader& values);
+    void read(ModelObject& object, RowReader& values);
+    /// Notes what a row says of the relationships of `object`; their columns begin at `column`.
+    void readRelationships(ModelObject& object, RowReader& values, int column);
+    void linkWaiting();
+    void dropGone();
+
+    const Schema& schema_;
+    PersistentStore& store_;
+    ObjectEnvironment& environment_;
+    std::vector<Population>& populations_;
+    std::vector<WaitingLink> waitingLinks_;
+    std::vector<ModelObject*> gone_;
+};
+
+}  // namespace kelto

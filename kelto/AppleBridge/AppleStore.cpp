@@ -31,8 +31,11 @@ AppleStore& AppleStore::shared() {
 
 AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
-Task<std::string> AppleStore::exchange(std::string text) {
-    const ExchangeRequest request(std::move(text));
+Task<ResponseText> AppleStore::exchange(std::string text) {
+    StageWatch watch(*platform_.clock);
+    ExchangeStages stages;
+    ExchangeRequest request(std::move(text), requestMemory_);
+    stages.reading = watch.lap();
     if (cloudAvailable(platform_) == 0) {
         throw BridgeError("This build is not provisioned for iCloud.");
     }
@@ -42,11 +45,40 @@ Task<std::string> AppleStore::exchange(std::string text) {
     // From here on nothing waits: no other exchange can come between.
     bindToAccount(
         *platform_.files, *platform_.random, withoutLastPathComponent(fixedPath), account);
-    ModelContainer& library = container(request, fixedPath);
+    co_return mergedSnapshot(container(request, fixedPath), request, watch, stages);
+}
+
+ResponseText AppleStore::mergedSnapshot(ModelContainer& library,
+                                        ExchangeRequest& request,
+                                        StageWatch& watch,
+                                        ExchangeStages& stages) {
+    FileSystem& files = *platform_.files;
     ModelContext context(library);
-    HostMerge(context, request, *platform_.files).run();
-    co_return SnapshotExport(context, request, *platform_.files, *platform_.random)
-        .response(status(), lastSync());
+    try {
+        HostMerge merge(context, request, files, index_);
+        merge.begin();
+        stages.opening = watch.lap();
+        merge.merge();
+        stages.merging = watch.lap();
+        auto memory = merge.save();
+        stages.saving = watch.lap();
+        auto response = SnapshotExport(context, request, files, *platform_.random, responseMemory_)
+                            .response(status(), lastSync());
+        std::move(request).moveInto(*memory);
+        const bool isKept = memory->text->size() <= RequestMemory::textLimitBytes;
+        requestMemory_ = isKept ? std::move(memory) : nullptr;
+        stages.exporting = watch.lap();
+        lastStages_ = stages;
+        return response;
+    } catch (...) {
+        forgetLastExchange();
+        throw;
+    }
+}
+
+void AppleStore::forgetLastExchange() {
+    requestMemory_.reset();
+    responseMemory_ = {};
 }
 
 std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {

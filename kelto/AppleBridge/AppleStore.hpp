@@ -4,6 +4,11 @@
 #include <optional>
 #include <string>
 
+#include "kelto/AppleBridge/ExchangeStages.hpp"
+#include "kelto/AppleBridge/LibraryIndex.hpp"
+#include "kelto/AppleBridge/RequestMemory.hpp"
+#include "kelto/AppleBridge/ResponseMemory.hpp"
+#include "kelto/AppleBridge/ResponseText.hpp"
 #include "kelto/AppleBridge/SyncStatus.hpp"
 #include "kelto/foundation/Date.hpp"
 #include "kelto/foundation/Task.hpp"
@@ -31,7 +36,10 @@ public:
     /// refusal and a PlatformError for a failure; the store is then as it was, except that a
     /// failure to write payload files for the host comes after the host's records were saved. Waits
     /// for others at two points only, both for the account service. The store outlives the task.
-    [[nodiscard]] Task<std::string> exchange(std::string request);
+    [[nodiscard]] Task<ResponseText> exchange(std::string request);
+
+    /// Of the last exchange that came to an answer.
+    [[nodiscard]] const ExchangeStages& lastStages() const { return lastStages_; }
 
     [[nodiscard]] const std::string& status() const { return sync_->status; }
     [[nodiscard]] const std::optional<Date>& lastSync() const { return sync_->lastSync; }
@@ -44,6 +52,12 @@ private:
     [[nodiscard]] ModelContainer& container(const ExchangeRequest& request,
                                             const std::string& fixedPath);
     void observeMirroring();
+    /// Merges the host's records and answers the snapshot. Waits for nobody.
+    [[nodiscard]] ResponseText mergedSnapshot(ModelContainer& library,
+                                              ExchangeRequest& request,
+                                              StageWatch& watch,
+                                              ExchangeStages& stages);
+    void forgetLastExchange();
 
     Platform platform_;
     std::unique_ptr<ModelContainer> container_;
@@ -51,6 +65,12 @@ private:
     std::unique_ptr<MirroringEvents::Observation> observer_;
     // Shared with updates that are on their way through the main executor.
     std::shared_ptr<SyncStatus> sync_ = std::make_shared<SyncStatus>();
+
+    // What the last exchange has left behind, so that the next one need only look at differences.
+    LibraryIndex index_;
+    std::shared_ptr<const RequestMemory> requestMemory_;
+    ResponseMemory responseMemory_;
+    ExchangeStages lastStages_;
 };
 
 }  // namespace kelto

@@ -1,6 +1,7 @@
 #include "kelto/AppleBridge/AssetReader.hpp"
 
 #include <cerrno>
+#include <utility>
 
 #include "kelto/AppleBridge/BridgeError.hpp"
 #include "kelto/foundation/FilePath.hpp"
@@ -8,18 +9,113 @@
 
 namespace kelto {
 
+namespace {
+
+/// Only for paths that are spelled as nearly all are: from the root down to a plain name.
+std::optional<FilePlace> placeOf(std::string_view path) {
+    if (!path.starts_with('/')) return std::nullopt;
+    const std::size_t slash = path.rfind('/');
+    const FilePlace place{path.substr(0, slash), path.substr(slash + 1)};
+    const bool isPlain = !place.folder.empty() && !place.name.empty() && place.name != "." &&
+                         place.name != ".." && path.find('\0') == path.npos;
+    return isPlain ? std::optional(place) : std::nullopt;
+}
+
+}  // namespace
+
 AssetReader::AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory)
     : files_(files), payloads_(payloads), directory_(directory) {}
 
-std::optional<ReceivedPayload> AssetReader::asset(const Record& record, RecordKey key) {
+std::optional<IncomingFile> AssetReader::asset(const Record& record, RecordKey key) {
     const auto path = record.optionalString(key);
     if (!path) return std::nullopt;
-    if (!directoryPrefix_) directoryPrefix_ = located(directory_).path + "/";
-    const Location file = located(*path);
-    if (!file.path.starts_with(*directoryPrefix_)) throw BridgeError("Invalid asset path.");
+    if (auto file = placedFile(*path)) return file;
+    return resolvedFile(*path);
+}
+
+std::optional<IncomingFile> AssetReader::placedFile(std::string_view path) {
+    const auto place = placeOf(path);
+    const auto folder = place ? folderAt(place->folder) : nullptr;
+    if (folder == nullptr) return std::nullopt;
+    const auto status = folder->status(place->name);
+    if (!status || status->kind != FileStatus::Kind::regular) return std::nullopt;
+    IncomingFile file;
+    file.place_ = place;
+    file.folder_ = folder;
+    file.size_ = status->size;
+    if (const auto payload = payloads_.seenBefore(*status)) {
+        file.payload_ = *payload;
+    } else {
+        file.received_.emplace(payloads_.receive(folder->openForReading(place->name)));
+        file.payload_ = file.received_->payload();
+    }
+    return file;
+}
+
+IncomingFile AssetReader::resolvedFile(std::string_view path) {
+    const Location location = located(path);
+    if (!location.path.starts_with(directoryPrefix())) throw BridgeError("Invalid asset path.");
     // Never opened by a path whose links are not known: one of them could lead out of the folder.
-    if (!file.isResolved) throw PlatformError::fileRead(file.path, ENOENT);
-    return payloads_.receive(files_.openForReading(file.path));
+    if (!location.isResolved) throw PlatformError::fileRead(location.path, ENOENT);
+    const auto folder = files_.openFolder(withoutLastPathComponent(location.path));
+    IncomingFile file;
+    file.received_.emplace(
+        payloads_.receive(folder->openForReading(lastPathComponent(location.path))));
+    file.payload_ = file.received_->payload();
+    return file;
+}
+
+bool AssetReader::isUnchanged(const FilePlace& place, const Payload& payload) {
+    try {
+        const auto folder = folderAt(place.folder);
+        const auto status = folder ? folder->status(place.name) : std::nullopt;
+        // Whoever takes the permission to read a file away changes its time, too.
+        return status && status->kind == FileStatus::Kind::regular &&
+               payloads_.seenBefore(*status) == payload && payloads_.isSound(payload, status->size);
+    } catch (const PlatformError&) {
+        return false;
+    }
+}
+
+Payload AssetReader::keep(IncomingFile& file, const std::optional<Payload>& stored) {
+    if (!file.received_) {
+        if (file.payload_ == stored && payloads_.isSound(file.payload_, file.size_)) return *stored;
+        file.received_.emplace(payloads_.receive(file.folder_->openForReading(file.place_->name)));
+    }
+    payloads_.keep(*file.received_);
+    file.payload_ = file.received_->payload();
+    return file.payload_;
+}
+
+std::shared_ptr<Folder> AssetReader::folderAt(std::string_view path) {
+    if (!lastFolderPath_.empty() && path == lastFolderPath_) return lastFolder_;
+    lastFolderPath_ = path;
+    const auto known = folders_.find(lastFolderPath_);
+    if (known != folders_.end()) {
+        lastFolder_ = known->second;
+    } else {
+        if (folders_.size() >= folderLimit) folders_.clear();
+        lastFolder_ = opened(path);
+        folders_.emplace(lastFolderPath_, lastFolder_);
+    }
+    return lastFolder_;
+}
+
+std::shared_ptr<Folder> AssetReader::opened(std::string_view path) {
+    const auto resolved = files_.resolvedPath(path);
+    if (!resolved || *resolved == "/" || !(*resolved + "/").starts_with(directoryPrefix())) {
+        return nullptr;
+    }
+    try {
+        return files_.openFolder(*resolved);
+    } catch (const PlatformError&) {
+        return nullptr;  // somebody is changing the way to it at this moment
+    }
+}
+
+const std::string& AssetReader::directoryPrefix() {
+    if (directoryPrefix_.empty()) directoryPrefix_ = located(directory_).path + "/";
+    return directoryPrefix_;
 }
 
 AssetReader::Location AssetReader::located(std::string_view path) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "kelto/AppleBridge/Record.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
@@ -10,17 +12,57 @@
 
 namespace kelto {
 
-/// Reads the files that records name, and none outside the exchange folder.
+/// A path taken apart as a record gives it: the last component, and the folder before it.
+struct FilePlace {
+    std::string_view folder;
+    std::string_view name;
+};
+
+/// A file that a record names: what its bytes are, and, if somebody wants them, the bytes.
+class IncomingFile {
+public:
+    [[nodiscard]] const Payload& payload() const { return payload_; }
+    /// Where the file can be asked for again; none when the way to it leads over a link or is
+    /// spelled in an unusual manner. Borrowed from the record.
+    [[nodiscard]] const std::optional<FilePlace>& place() const { return place_; }
+
+private:
+    friend class AssetReader;
+
+    Payload payload_;
+    std::uint64_t size_ = 0;
+    std::optional<FilePlace> place_;
+    std::shared_ptr<Folder> folder_;
+    std::optional<ReceivedPayload> received_;  // none as long as its identity was enough
+};
+
+/// Reads the files that records name, and none outside the exchange folder. Every file is opened
+/// through a folder whose way is free of links, so that nobody can change where it leads between
+/// the check and the opening.
 class AssetReader {
 public:
     AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory);
 
-    /// The bytes of the file whose path stands under `key`, complete and hashed; none when there is
-    /// no text. A path that, with all links resolved, does not lie in the exchange folder is
-    /// refused with "Invalid asset path."; a file that cannot be read is the file system's error.
-    [[nodiscard]] std::optional<ReceivedPayload> asset(const Record& record, RecordKey key);
+    /// The file whose path stands under `key`, complete and hashed, or seen before and unchanged;
+    /// none when there is no text. A path that, with all links resolved, does not lie in the
+    /// exchange folder is refused with "Invalid asset path."; a file that cannot be read is the
+    /// file system's error.
+    [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
+
+    /// Whether the file that stands at this place still holds these bytes, by what the file system
+    /// says of it alone, and the storage does so as well. Never throws for what stands there:
+    /// asset() will say it.
+    [[nodiscard]] bool isUnchanged(const FilePlace& place, const Payload& payload);
+
+    /// Makes the bytes part of the unit of work, unless `stored` are the same, and answers their
+    /// payload.
+    [[nodiscard]] Payload keep(IncomingFile& file, const std::optional<Payload>& stored);
 
 private:
+    /// Folders that are held open at a time. Hosts use one or two; a folder for each item must not
+    /// use up the process's descriptors.
+    static constexpr std::size_t folderLimit = 64;
+
     /// Where a path leads: with all links resolved when all of it exists, else as it was written
     /// but for its dots. A relative path starts at the process's current folder.
     struct Location {
@@ -28,11 +70,21 @@ private:
         bool isResolved;
     };
     [[nodiscard]] Location located(std::string_view path);
+    [[nodiscard]] const std::string& directoryPrefix();
+    /// The folder at a path that stands in a record, if it lies in the exchange folder; nullptr
+    /// when the path has to be looked at more closely.
+    [[nodiscard]] std::shared_ptr<Folder> folderAt(std::string_view path);
+    [[nodiscard]] std::shared_ptr<Folder> opened(std::string_view path);
+    [[nodiscard]] std::optional<IncomingFile> placedFile(std::string_view path);
+    [[nodiscard]] IncomingFile resolvedFile(std::string_view path);
 
     FileSystem& files_;
     PayloadStorage& payloads_;
     std::string directory_;
-    std::optional<std::string> directoryPrefix_;  ///< Made when the first file is looked for.
+    std::string directoryPrefix_;  // made when the first file is looked for
+    std::unordered_map<std::string, std::shared_ptr<Folder>> folders_;
+    std::string lastFolderPath_;
+    std::shared_ptr<Folder> lastFolder_;
 };
 
 }  // namespace kelto

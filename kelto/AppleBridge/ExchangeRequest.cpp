@@ -2,13 +2,12 @@
 
 #include <cstdint>
 #include <limits>
-#include <unordered_set>
 #include <utility>
 
 #include "kelto/AppleBridge/BridgeError.hpp"
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
+#include "kelto/AppleBridge/RecordRecognition.hpp"
 #include "kelto/foundation/PlatformError.hpp"
-#include "kelto/foundation/WorkCounters.hpp"
 
 namespace kelto {
 
@@ -19,29 +18,23 @@ BridgeError invalidRequest() {
 }
 
 /// Lengths of texts are kept in 32 bits, so a longer request is refused before it is read.
-std::string limited(std::string text) {
+std::unique_ptr<const std::string> limited(std::string text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw PlatformError::described(
             errorDomain::cocoa, 3840, "The request couldn’t be read because it is over 4 GB long.");
     }
-    return text;
+    return std::make_unique<const std::string>(std::move(text));
 }
 
-/// "Thing:" followed by an identifier in lower case; none for any other key.
-std::optional<Uuid> thingOfKnownKey(std::string_view key) {
-    constexpr std::string_view prefix = "Thing:";
-    if (!key.starts_with(prefix)) return std::nullopt;
-    key.remove_prefix(prefix.size());
-    for (const char character : key) {
-        if (character >= 'A' && character <= 'Z') return std::nullopt;
-    }
-    return Uuid::parse(key);
+/// The part of the text from `start` to where the reader stands.
+TextPlace placeSince(std::size_t start, JsonReader& reader) {
+    return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(reader.offset() - start)};
 }
 
 }  // namespace
 
-ExchangeRequest::ExchangeRequest(std::string text)
-    : text_(limited(std::move(text))), reader_(text_) {
+ExchangeRequest::ExchangeRequest(std::string text, std::shared_ptr<const RequestMemory> memory)
+    : memory_(std::move(memory)), text_(limited(std::move(text))), reader_(*text_) {
     reader_.requireContainer();
     if (reader_.kind() == JsonKind::array) {
         reader_.skipValue();
@@ -57,8 +50,14 @@ ExchangeRequest::ExchangeRequest(std::string text)
 }
 
 std::string_view ExchangeRequest::knownFingerprint(const Uuid& thing) const {
-    const auto known = knownFingerprints_.find(thing);
-    return known == knownFingerprints_.end() ? std::string_view() : known->second;
+    if (known_ == nullptr) return {};
+    return known_->find(std::string_view(*text_).substr(knownText_.offset, knownText_.size), thing);
+}
+
+void ExchangeRequest::moveInto(RequestMemory& memory) && {
+    memory.text = std::move(text_);
+    memory.knownText = knownText_;
+    memory.known = std::move(known_);
 }
 
 void ExchangeRequest::readEnvelope() {
@@ -99,11 +98,16 @@ void ExchangeRequest::readRecords() {
     records_.clear();
     areRecordsObjects_ = false;
     if (reader_.kind() != JsonKind::array) return reader_.skipValue();
+    std::optional<RecordRecognition> recognition;
+    if (memory_ != nullptr) {
+        recognition.emplace(*memory_);
+        records_.reserve(memory_->records.size());
+    }
     bool allObjects = true;
     reader_.enterArray();
     while (reader_.nextElement()) {
         if (reader_.kind() == JsonKind::object) {
-            readRecord();
+            readRecord(recognition ? &*recognition : nullptr);
         } else {
             allObjects = false;
             reader_.skipValue();
@@ -112,69 +116,38 @@ void ExchangeRequest::readRecords() {
     areRecordsObjects_ = allObjects;
 }
 
-void ExchangeRequest::readRecord() {
-    countWork(Work::recordsRead);
-    Record& record = records_.emplace_back();
-    reader_.enterObject();
-    while (const auto text = reader_.nextKey()) {
-        if (const auto key = recordKey(*text)) {
-            record.set(*key, readValue(*key));
-        } else {
-            reader_.skipValue();
+void ExchangeRequest::readRecord(RecordRecognition* recognition) {
+    const std::size_t start = reader_.offset();
+    if (recognition != nullptr) {
+        const std::string_view rest = std::string_view(*text_).substr(start);
+        if (const SeenRecord* seen = recognition->recognise(rest)) {
+            reader_.passOver(seen->text.size);
+            records_.emplace_back(placeSince(start, reader_), rest, *seen, recordReader_);
+            return;
         }
     }
-}
-
-RecordValue ExchangeRequest::readValue(RecordKey key) {
-    switch (reader_.kind()) {
-        case JsonKind::string:
-            return RecordValue::string(reader_.string());
-        case JsonKind::number:
-            return RecordValue::number(reader_.number());
-        case JsonKind::boolean:
-            return RecordValue::boolean(reader_.boolean());
-        case JsonKind::array:
-            if (key == RecordKey::tags) return readIdentifiers();
-            break;
-        case JsonKind::object:
-        case JsonKind::null:
-            break;
+    const RecordValues& values = recordReader_.read(reader_);
+    const Record& record = records_.emplace_back(placeSince(start, reader_), values);
+    if (recognition == nullptr) return;
+    if (const auto identifier = record.optionalUUID(RecordKey::uuid)) {
+        recognition->foundInstead(*identifier);
     }
-    reader_.skipValue();
-    return RecordValue::other();
-}
-
-RecordValue ExchangeRequest::readIdentifiers() {
-    std::vector<Uuid>& identifiers = identifierLists_.emplace_back();
-    reader_.enterArray();
-    while (reader_.nextElement()) {
-        if (reader_.kind() != JsonKind::string) {
-            reader_.skipValue();
-        } else if (const auto identifier = Uuid::parse(reader_.string())) {
-            identifiers.push_back(*identifier);
-        }
-    }
-    return RecordValue::identifiers(identifiers);
 }
 
 void ExchangeRequest::readKnownFingerprints() {
-    knownFingerprints_.clear();
-    if (reader_.kind() != JsonKind::object) return reader_.skipValue();
-    std::unordered_map<Uuid, std::string_view> known;
-    // By key text first: the last value of a repeated key decides whether all values are texts.
-    std::unordered_set<std::string_view> mistyped;
-    reader_.enterObject();
-    while (const auto key = reader_.nextKey()) {
-        if (!mistyped.empty()) mistyped.erase(*key);
-        if (reader_.kind() != JsonKind::string) {
-            mistyped.insert(*key);
-            reader_.skipValue();
-            continue;
-        }
-        const std::string_view fingerprint = reader_.string();
-        if (const auto thing = thingOfKnownKey(*key)) known[*thing] = fingerprint;
+    const std::size_t start = reader_.offset();
+    if (isRememberedKnown(std::string_view(*text_).substr(start))) {
+        reader_.passOver(memory_->knownText.size);
+        known_ = memory_->known;
+    } else {
+        known_ = std::make_shared<const KnownFingerprints>(reader_);
     }
-    if (mistyped.empty()) knownFingerprints_ = std::move(known);
+    knownText_ = placeSince(start, reader_);
+}
+
+bool ExchangeRequest::isRememberedKnown(std::string_view rest) const {
+    return memory_ != nullptr && memory_->known != nullptr && memory_->known->isIndependent() &&
+           rest.starts_with(memory_->textAt(memory_->knownText));
 }
 
 }  // namespace kelto

@@ -1,23 +1,28 @@
 #pragma once
 
-#include <deque>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "kelto/AppleBridge/KnownFingerprints.hpp"
 #include "kelto/AppleBridge/Record.hpp"
+#include "kelto/AppleBridge/RecordReader.hpp"
+#include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/foundation/JsonReader.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
 
 /// The envelope of one exchange and the host's records, read from the request's text in one pass.
+/// What stood in the last request letter by letter is recognised and not read again.
 class ExchangeRequest {
 public:
     /// Throws a PlatformError when the text is not JSON (a document that is not an object or an
     /// array included), and a BridgeError, "Invalid bridge request.", when it is not a request.
-    explicit ExchangeRequest(std::string text);
+    explicit ExchangeRequest(std::string text,
+                             std::shared_ptr<const RequestMemory> memory = nullptr);
     ExchangeRequest(const ExchangeRequest&) = delete;
     ExchangeRequest& operator=(const ExchangeRequest&) = delete;
 
@@ -27,6 +32,14 @@ public:
 
     /// The "fingerprint" that the host says it last received for a thing; an empty text when none.
     [[nodiscard]] std::string_view knownFingerprint(const Uuid& thing) const;
+    /// All that the host says it last received; equal pointers are equal answers. nullptr: nothing.
+    [[nodiscard]] const std::shared_ptr<const KnownFingerprints>& known() const { return known_; }
+
+    /// The last request, as it was when this one was read; nullptr when none is remembered.
+    [[nodiscard]] const RequestMemory* memory() const { return memory_.get(); }
+    /// Gives the text and the known fingerprints away, for the memory of this request. Nothing may
+    /// be asked of the records afterwards.
+    void moveInto(RequestMemory& memory) &&;
 
 private:
     void readEnvelope();
@@ -34,19 +47,19 @@ private:
     void readText(std::optional<std::string_view>& text);
     void readVersion();
     void readRecords();
-    void readRecord();
-    [[nodiscard]] RecordValue readValue(RecordKey key);
-    [[nodiscard]] RecordValue readIdentifiers();
+    void readRecord(class RecordRecognition* recognition);
     void readKnownFingerprints();
+    [[nodiscard]] bool isRememberedKnown(std::string_view rest) const;
 
-    std::string text_;
+    std::shared_ptr<const RequestMemory> memory_;
+    std::unique_ptr<const std::string> text_;
     JsonReader reader_;
+    RecordReader recordReader_;
     std::string storePath_;
     std::string directory_;
     std::vector<Record> records_;
-    // Lists of identifiers; a deque, since records point into it while it grows.
-    std::deque<std::vector<Uuid>> identifierLists_;
-    std::unordered_map<Uuid, std::string_view> knownFingerprints_;
+    TextPlace knownText_;
+    std::shared_ptr<const KnownFingerprints> known_;
 
     // While the envelope is read: what a later member of the same name may still replace.
     bool isVersionKnown_ = false;

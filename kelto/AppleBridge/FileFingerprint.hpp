@@ -21,6 +21,7 @@ struct FileFacts {
     std::optional<Payload> data;
 
     [[nodiscard]] static FileFacts of(const Thing& thing);
+    friend bool operator==(const FileFacts&, const FileFacts&) = default;
 };
 
 /// The canonical JSON text whose digest is the fingerprint. Hosts keep fingerprints for years, so

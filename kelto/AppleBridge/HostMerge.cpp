@@ -1,5 +1,7 @@
 #include "kelto/AppleBridge/HostMerge.hpp"
 
+#include <cstddef>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -13,14 +15,14 @@ namespace kelto {
 
 namespace {
 
-enum class RecordType { project, tag, thing };
-
 Uuid identifierOf(const Record& record) {
+    if (record.seen() != nullptr) return record.seen()->identifier;
     if (const auto identifier = record.optionalUUID(RecordKey::uuid)) return *identifier;
     throw BridgeError("Invalid record identifier.");
 }
 
 RecordType typeOf(const Record& record) {
+    if (record.seen() != nullptr) return record.seen()->type;
     const std::string_view type = record.string(RecordKey::recordType);
     if (type == "Project") return RecordType::project;
     if (type == "Tag") return RecordType::tag;
@@ -28,84 +30,134 @@ RecordType typeOf(const Record& record) {
     throw BridgeError("Unknown iCloud record type.");
 }
 
+/// Only live records are remembered.
 bool isDeletion(const Record& record) {
-    return record.boolean(RecordKey::deleted);
+    return record.seen() == nullptr && record.boolean(RecordKey::deleted);
 }
 
-/// Takes the model of that identifier out of its index; nullptr when there is none.
-template <typename Model>
-Model* taken(UniqueIndex<Model>& index, const Uuid& identifier) {
-    const auto node = index.extract(identifier);
-    return node.empty() ? nullptr : node.mapped();
+FileFacts incomingFacts(const Record& record, const std::optional<Payload>& data) {
+    return {record.string(RecordKey::kind),
+            record.string(RecordKey::title),
+            record.string(RecordKey::content),
+            record.string(RecordKey::urlString),
+            record.string(RecordKey::fileName),
+            record.optionalDate(RecordKey::trashedAt),
+            data};
 }
 
 }  // namespace
 
-HostMerge::HostMerge(ModelContext& context, const ExchangeRequest& request, FileSystem& files)
+HostMerge::HostMerge(ModelContext& context,
+                     const ExchangeRequest& request,
+                     FileSystem& files,
+                     LibraryIndex& index)
     : context_(context),
       request_(request),
-      things_(unique(context.fetch<Thing>())),
-      tags_(unique(context.fetch<Tag>())),
-      projects_(unique(context.fetch<Project>())),
+      index_(index),
       assets_(files, context.payloads(), request.directory()) {}
 
-void HostMerge::run() {
+void HostMerge::begin() {
+    index_.begin(context_);
+    remembersObjects_ = request_.memory() != nullptr &&
+                        request_.memory()->populationNumber == context_.populationNumber();
+}
+
+void HostMerge::merge() {
     createMissing();
+    const std::uint64_t structure = index_.structureNumber();
     updateFields();
     deleteRecords();
+    if (index_.structureNumber() != structure) notes_.unsettle();
     checkCycles();
     checkTimestamps();
+}
+
+std::unique_ptr<RequestMemory> HostMerge::save() {
     context_.save();
+    index_.agree(context_);
+    auto memory = notes_.take();
+    memory->populationNumber = context_.populationNumber();
+    memory->structureNumber = index_.structureNumber();
+    return memory;
 }
 
 // First all objects, then their fields: a record may refer to one that stands later in the list.
 void HostMerge::createMissing() {
+    notes_.reserve(request_.records().size());
     for (const Record& record : request_.records()) {
         if (isDeletion(record)) continue;
-        const Uuid identifier = identifierOf(record);
-        switch (typeOf(record)) {
-            case RecordType::project:
-                create(projects_, identifier, "", nullptr);
-                break;
-            case RecordType::tag:
-                create(tags_, identifier, "");
-                break;
-            case RecordType::thing:
-                if (Thing* thing = create(things_, identifier, ThingKind::note, "")) {
-                    newThings_.insert(thing);
-                }
-                break;
-        }
+        SeenRecord note;
+        note.text = record.text();
+        note.identifier = identifierOf(record);
+        note.type = typeOf(record);
+        note.object = &objectOf(record, note);
+        notes_.add(note);
     }
+}
+
+ModelObject& HostMerge::objectOf(const Record& record, const SeenRecord& note) {
+    if (remembersObjects_ && record.seen() != nullptr && record.seen()->object != nullptr) {
+        return *record.seen()->object;
+    }
+    switch (note.type) {
+        case RecordType::project:
+            return findOrCreate(index_.projects, note.identifier, "", nullptr);
+        case RecordType::tag:
+            return findOrCreate(index_.tags, note.identifier, "");
+        case RecordType::thing:
+            break;
+    }
+    return findOrCreate(index_.things, note.identifier, ThingKind::note, "");
 }
 
 template <typename Model, typename... Arguments>
-Model* HostMerge::create(UniqueIndex<Model>& index,
-                         const Uuid& identifier,
-                         Arguments&&... arguments) {
+Model& HostMerge::findOrCreate(UniqueIndex<Model>& index,
+                               const Uuid& identifier,
+                               Arguments&&... arguments) {
     const auto [place, isNew] = index.try_emplace(identifier, nullptr);
-    if (!isNew) return nullptr;
+    if (!isNew) return *place->second;
     place->second = &context_.insert<Model>(std::forward<Arguments>(arguments)...);
     place->second->setUuid(identifier);
-    return place->second;
+    if constexpr (!std::is_same_v<Model, Thing>) index_.noteChangedStructure();
+    return *place->second;
 }
 
 void HostMerge::updateFields() {
+    std::size_t place = 0;
     for (const Record& record : request_.records()) {
         if (isDeletion(record)) continue;
-        const Uuid identifier = identifierOf(record);
-        switch (typeOf(record)) {
+        SeenRecord& note = notes_.at(place++);
+        if (isSettled(record, note)) {
+            notes_.repeat(note, *record.seen(), *request_.memory());
+            continue;
+        }
+        notes_.begin(note);
+        switch (note.type) {
             case RecordType::project:
-                updateProject(*projects_.at(identifier), record);
+                updateProject(static_cast<Project&>(*note.object), record);
                 break;
             case RecordType::tag:
-                updateTag(*tags_.at(identifier), record);
+                updateTag(static_cast<Tag&>(*note.object), record);
                 break;
             case RecordType::thing:
-                updateThing(*things_.at(identifier), record);
+                updateThing(static_cast<Thing&>(*note.object), record);
                 break;
         }
+        notes_.settle();
     }
+}
+
+bool HostMerge::isSettled(const Record& record, const SeenRecord& note) {
+    const SeenRecord* const before = record.seen();
+    if (before == nullptr || !before->isSettled) return false;
+    const RequestMemory& memory = *request_.memory();
+    if (memory.structureNumber != index_.structureNumber()) return false;
+    if (note.object->changeNumber() != before->changeNumber) return false;
+    for (const SeenFile& file : memory.filesOf(*before)) {
+        const FilePlace place{memory.folders[file.folder], memory.nameOf(file)};
+        if (!assets_.isUnchanged(place, file.payload)) return false;
+    }
+    return true;
 }
 
 void HostMerge::updateProject(Project& project, const Record& record) {
@@ -120,6 +172,7 @@ void HostMerge::updateProject(Project& project, const Record& record) {
     project.setLinkedFolderOwner(owner);
     project.setParent(parent);
     linkedProjects_.forget();
+    index_.noteChangedStructure();
 }
 
 void HostMerge::updateTag(Tag& tag, const Record& record) {
@@ -129,7 +182,7 @@ void HostMerge::updateTag(Tag& tag, const Record& record) {
 
 void HostMerge::updateThing(Thing& thing, const Record& record) {
     // Before any decision: a path that leads out of the folder fails even a record that would lose.
-    auto incomingData = assets_.asset(record, RecordKey::data);
+    auto incomingData = asset(record, RecordKey::data);
     const auto payload =
         incomingData ? std::optional(incomingData->payload()) : std::optional<Payload>();
     if (hostWins(thing, record, payload)) apply(thing, record, std::move(incomingData));
@@ -138,30 +191,26 @@ void HostMerge::updateThing(Thing& thing, const Record& record) {
 bool HostMerge::hostWins(Thing& thing,
                          const Record& record,
                          const std::optional<Payload>& incomingData) {
-    if (newThings_.contains(&thing)) return true;
+    if (thing.state() == ModelObject::State::inserted) return true;
 
     const auto base = record.optionalString(RecordKey::baseFileFingerprint);
     if (!base || !linkedProjects_.isLinked(thing))
         return thing.updatedAt() <= record.date(RecordKey::updatedAt);
 
+    const FileFacts facts = incomingFacts(record, incomingData);
+    // Equal files have equal fingerprints, whatever they are: the frequent case needs no digest.
+    if (facts == FileFacts::of(thing)) return true;
     const std::string stored = fileFingerprint(thing);
-    const std::string incoming =
-        fileFingerprint(FileFacts{record.string(RecordKey::kind),
-                                  record.string(RecordKey::title),
-                                  record.string(RecordKey::content),
-                                  record.string(RecordKey::urlString),
-                                  record.string(RecordKey::fileName),
-                                  record.optionalDate(RecordKey::trashedAt),
-                                  incomingData});
+    const std::string incoming = fileFingerprint(facts);
     if (incoming == *base && stored != incoming) return false;  // only the store has changed
     const bool bothChanged = stored != *base && stored != incoming;
-    if (bothChanged) preserveConflict(thing, stored, things_, context_);
+    if (bothChanged) preserveConflict(thing, stored, index_.things, context_);
     return true;
 }
 
 void HostMerge::apply(Thing& thing,
                       const Record& record,
-                      std::optional<ReceivedPayload> incomingData) {
+                      std::optional<IncomingFile> incomingData) {
     thing.setKindRaw(record.string(RecordKey::kind));
     thing.setTitle(record.string(RecordKey::title));
     thing.setSubtitle(record.string(RecordKey::subtitle));
@@ -179,45 +228,62 @@ void HostMerge::apply(Thing& thing,
     thing.setMetadataJSON(record.string(RecordKey::metadataJson));
     std::vector<Tag*> tags;
     for (const Uuid& identifier : record.identifiers(RecordKey::tags)) {
-        if (const auto tag = tags_.find(identifier); tag != tags_.end()) {
+        if (const auto tag = index_.tags.find(identifier); tag != index_.tags.end()) {
             tags.push_back(tag->second);
         }
     }
     thing.setTags(tags);
     thing.setProject(projectNamed(record.optionalUUID(RecordKey::project)));
-    thing.setData(kept(std::move(incomingData)));
-    thing.setThumbnailData(kept(assets_.asset(record, RecordKey::thumbnail)));
-    thing.setIconData(kept(assets_.asset(record, RecordKey::icon)));
+    thing.setData(kept(thing.data(), std::move(incomingData)));
+    thing.setThumbnailData(kept(thing.thumbnailData(), asset(record, RecordKey::thumbnail)));
+    thing.setIconData(kept(thing.iconData(), asset(record, RecordKey::icon)));
 }
 
-std::optional<Payload> HostMerge::kept(std::optional<ReceivedPayload> received) {
-    if (!received) return std::nullopt;
-    context_.payloads().keep(*received);
-    return received->payload();
+std::optional<IncomingFile> HostMerge::asset(const Record& record, RecordKey key) {
+    auto file = assets_.asset(record, key);
+    if (file) notes_.add(*file);
+    return file;
+}
+
+std::optional<Payload> HostMerge::kept(const std::optional<Payload>& stored,
+                                       std::optional<IncomingFile> incoming) {
+    if (!incoming) return std::nullopt;
+    return assets_.keep(*incoming, stored);
 }
 
 Project* HostMerge::projectNamed(const std::optional<Uuid>& identifier) const {
     if (!identifier) return nullptr;
-    const auto project = projects_.find(*identifier);
-    return project == projects_.end() ? nullptr : project->second;
+    const auto project = index_.projects.find(*identifier);
+    return project == index_.projects.end() ? nullptr : project->second;
 }
 
 void HostMerge::deleteRecords() {
+    bool hasDeleted = false;
     for (const Record& record : request_.records()) {
         if (!isDeletion(record)) continue;
+        hasDeleted = true;
         const Uuid identifier = identifierOf(record);
         switch (typeOf(record)) {
             case RecordType::project:
-                if (Project* project = taken(projects_, identifier)) deleteProject(*project);
+                if (Project* project = taken(index_.projects, identifier)) deleteProject(*project);
                 break;
             case RecordType::tag:
-                if (Tag* tag = taken(tags_, identifier)) context_.remove(*tag);
+                if (Tag* tag = taken(index_.tags, identifier)) context_.remove(*tag);
                 break;
             case RecordType::thing:
-                if (Thing* thing = taken(things_, identifier)) context_.remove(*thing);
+                if (Thing* thing = taken(index_.things, identifier)) context_.remove(*thing);
                 break;
         }
     }
+    if (hasDeleted) notes_.forgetDeleted();
+}
+
+template <typename Model>
+Model* HostMerge::taken(UniqueIndex<Model>& index, const Uuid& identifier) {
+    const auto node = index.extract(identifier);
+    if (node.empty()) return nullptr;
+    if constexpr (!std::is_same_v<Model, Thing>) index_.noteChangedStructure();
+    return node.mapped();
 }
 
 void HostMerge::deleteProject(Project& project) {
@@ -229,11 +295,13 @@ void HostMerge::deleteProject(Project& project) {
     context_.remove(project);
 }
 
-void HostMerge::checkCycles() const {
+void HostMerge::checkCycles() {
+    if (index_.isKnownAcyclic()) return;
     std::vector<const Project*> projects;
-    projects.reserve(projects_.size());
-    for (const auto& [identifier, project] : projects_) projects.push_back(project);
+    projects.reserve(index_.projects.size());
+    for (const auto& [identifier, project] : index_.projects) projects.push_back(project);
     if (hasProjectCycle(projects)) throw BridgeError("The library contains a project cycle.");
+    index_.noteAcyclic();
 }
 
 /// A moment that could not be written back would stop the process at every later exchange, so it

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <memory>
 #include <optional>
-#include <unordered_set>
+#include <string>
+#include <vector>
 
 #include "kelto/AppleBridge/AssetReader.hpp"
 #include "kelto/AppleBridge/ExchangeRequest.hpp"
+#include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/LinkedProjects.hpp"
-#include "kelto/AppleBridge/UniqueIndex.hpp"
+#include "kelto/AppleBridge/MergeNotes.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 #include "kelto/model/Thing.hpp"
@@ -19,42 +22,61 @@ namespace kelto {
 /// what is missing, update fields, delete), a check for cycles, one save. An update wins by time of
 /// modification or, in linked folders, by fingerprints; where both sides have changed the same
 /// item, the store's version is kept as a copy. All of a request is merged, or nothing.
+///
+/// A record that was merged before, letter by letter the same, while nothing that it depends on has
+/// changed since, is passed over: merging it again would change nothing.
 class HostMerge {
 public:
-    /// What is given is borrowed until run() has returned.
-    HostMerge(ModelContext& context, const ExchangeRequest& request, FileSystem& files);
+    /// What is given is borrowed until save() has returned.
+    HostMerge(ModelContext& context,
+              const ExchangeRequest& request,
+              FileSystem& files,
+              LibraryIndex& index);
 
+    /// Begins the context's unit of work. Throws what keeps it from beginning.
+    void begin();
     /// Throws the first refusal or failure; the context is then to be rolled back.
-    void run();
+    void merge();
+    /// Saves what was merged. Answers what is worth remembering until the next request, but for the
+    /// request's text.
+    [[nodiscard]] std::unique_ptr<RequestMemory> save();
 
 private:
     void createMissing();
-    /// A new model under that identifier, added to its index; nullptr when there is one already.
+    /// The model of that identifier, made when there is none.
     template <typename Model, typename... Arguments>
-    Model* create(UniqueIndex<Model>& index, const Uuid& identifier, Arguments&&... arguments);
+    Model& findOrCreate(UniqueIndex<Model>& index,
+                        const Uuid& identifier,
+                        Arguments&&... arguments);
+    [[nodiscard]] ModelObject& objectOf(const Record& record, const SeenRecord& note);
     void updateFields();
+    [[nodiscard]] bool isSettled(const Record& record, const SeenRecord& note);
     void updateProject(Project& project, const Record& record);
     static void updateTag(Tag& tag, const Record& record);
     void updateThing(Thing& thing, const Record& record);
     [[nodiscard]] bool hostWins(Thing& thing,
                                 const Record& record,
                                 const std::optional<Payload>& incomingData);
-    void apply(Thing& thing, const Record& record, std::optional<ReceivedPayload> incomingData);
-    [[nodiscard]] std::optional<Payload> kept(std::optional<ReceivedPayload> received);
+    void apply(Thing& thing, const Record& record, std::optional<IncomingFile> incomingData);
+    [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
+    [[nodiscard]] std::optional<Payload> kept(const std::optional<Payload>& stored,
+                                              std::optional<IncomingFile> incoming);
     [[nodiscard]] Project* projectNamed(const std::optional<Uuid>& identifier) const;
     void deleteRecords();
+    template <typename Model>
+    [[nodiscard]] Model* taken(UniqueIndex<Model>& index, const Uuid& identifier);
     void deleteProject(Project& project);
-    void checkCycles() const;
+    void checkCycles();
     void checkTimestamps() const;
 
     ModelContext& context_;
     const ExchangeRequest& request_;
-    UniqueIndex<Thing> things_;
-    UniqueIndex<Tag> tags_;
-    UniqueIndex<Project> projects_;
-    std::unordered_set<const Thing*> newThings_;
+    LibraryIndex& index_;
     LinkedProjects linkedProjects_;
     AssetReader assets_;
+    MergeNotes notes_;
+    /// Whether the objects that the last request's memory points at are still there.
+    bool remembersObjects_ = false;
 };
 
 }  // namespace kelto

@@ -1,55 +1,34 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string_view>
 
 #include "kelto/AppleBridge/RecordKey.hpp"
+#include "kelto/AppleBridge/RecordReader.hpp"
+#include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/foundation/Date.hpp"
-#include "kelto/foundation/JsonReader.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
 
-/// One value of a record, as it was read: 16 bytes, borrowing from the request.
-class RecordValue {
-public:
-    RecordValue() = default;
-    static RecordValue string(std::string_view text);
-    static RecordValue number(const JsonNumberValue& number);
-    static RecordValue boolean(bool value);
-    static RecordValue identifiers(std::span<const Uuid> identifiers);
-    /// Something that no reader looks into: null, an object, a number beyond a double's range.
-    static RecordValue other();
-
-    [[nodiscard]] std::optional<std::string_view> asString() const;
-    [[nodiscard]] std::optional<std::int64_t> asInteger() const;
-    [[nodiscard]] std::optional<double> asNumber() const;
-    [[nodiscard]] std::optional<bool> asBoolean() const;
-    [[nodiscard]] std::span<const Uuid> asIdentifiers() const;  ///< Empty for other kinds.
-
-private:
-    enum class Kind : std::uint8_t { absent, other, string, integer, real, boolean, identifiers };
-
-    union {
-        const char* text_ = nullptr;
-        const Uuid* identifiers_;
-        std::int64_t integer_;
-        double real_;
-        bool boolean_;
-    };
-    std::uint32_t length_ = 0;
-    Kind kind_ = Kind::absent;
-};
-
 /// One record of the host, typed by key. Looked into only through its readers, which are forgiving:
 /// a missing value, or one of another type, reads as the reader's default and never fails. What it
-/// hands out is borrowed from the request.
+/// hands out is borrowed from the request. One that was recognised by its text is taken apart only
+/// when somebody looks into it.
 class Record {
 public:
-    void set(RecordKey key, RecordValue value) { values_[static_cast<std::size_t>(key)] = value; }
+    /// One that was taken apart already.
+    Record(TextPlace text, const RecordValues& values) : text_(text), values_(&values) {}
+    /// One whose text was seen before. `reader` outlives it.
+    Record(TextPlace place, std::string_view text, const SeenRecord& seen, RecordReader& reader)
+        : text_(place), start_(text.data()), reader_(&reader), seen_(&seen) {}
+
+    /// Where it stands in the request.
+    [[nodiscard]] TextPlace text() const { return text_; }
+    /// What became of the same record in an earlier request; nullptr when none had this text.
+    [[nodiscard]] const SeenRecord* seen() const { return seen_; }
 
     /// The text, or the empty text.
     [[nodiscard]] std::string_view string(RecordKey key) const {
@@ -83,10 +62,15 @@ public:
 
 private:
     [[nodiscard]] const RecordValue& value(RecordKey key) const {
-        return values_[static_cast<std::size_t>(key)];
+        if (values_ == nullptr) values_ = &reader_->read(std::string_view(start_, text_.size));
+        return (*values_)[static_cast<std::size_t>(key)];
     }
 
-    std::array<RecordValue, recordKeyCount> values_;
+    TextPlace text_;
+    const char* start_ = nullptr;
+    RecordReader* reader_ = nullptr;
+    const SeenRecord* seen_ = nullptr;
+    mutable const RecordValues* values_ = nullptr;
 };
 
 }  // namespace kelto

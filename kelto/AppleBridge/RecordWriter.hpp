@@ -15,6 +15,9 @@ class RecordWriter {
 public:
     /// Opens the object at the end of `out`.
     explicit RecordWriter(std::string& out) : out_(out) { out_ += '{'; }
+    /// Goes on in an object that was opened elsewhere, behind one of its values.
+    struct Continued {};
+    RecordWriter(std::string& out, Continued /*unused*/) : out_(out), isEmpty_(false) {}
 
     // `key` is one of the wire's own names: letters only, written as it stands.
     void text(std::string_view key, std::string_view value);

@@ -127,6 +127,19 @@ void JsonReader::null() {
     skipWord("null");
 }
 
+std::size_t JsonReader::offset() {
+    if (place_ == Place::value) skipBlanks();
+    return static_cast<std::size_t>(cursor_ - begin_);
+}
+
+void JsonReader::passOver(std::size_t size) {
+    requireValue();
+    skipBlanks();
+    if (size > static_cast<std::size_t>(end_ - cursor_)) misuse();
+    cursor_ += size;
+    place_ = Place::afterValue;
+}
+
 void JsonReader::skipValue() {
     const std::size_t outside = depth_;
     do {

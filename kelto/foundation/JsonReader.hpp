@@ -84,6 +84,17 @@ public:
     [[nodiscard]] bool boolean();
     void null();
 
+    /// The whole text, and how many of its bytes stand before the next value. After a value has
+    /// been consumed, its own end.
+    [[nodiscard]] std::string_view text() const {
+        return {begin_, static_cast<std::size_t>(end_ - begin_)};
+    }
+    [[nodiscard]] std::size_t offset();
+
+    /// Consumes the next value, an object or array of so many bytes, without looking at it: the
+    /// caller has found it equal to one that was read before, nested as deep as here.
+    void passOver(std::size_t size);
+
     /// Consumes the next value of any kind, checked like the rest, without recursion.
     void skipValue();
     /// The text must end here but for blanks.

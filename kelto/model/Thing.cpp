@@ -16,7 +16,7 @@ const EntityDescription& Thing::description() {
     static const EntityDescription entity{
         .name = "Thing",
         .attributes = attributes(),
-        .relationships = {tagsRelationship(), projectRelationship()},
+        .relationships = {projectRelationship(), tagsRelationship()},
         .make = [](ObjectEnvironment& environment, std::int64_t row) {
             return std::unique_ptr<ModelObject>(new Thing(environment, row));
         }};
@@ -49,7 +49,7 @@ RelationshipDescription Thing::tagsRelationship() {
     return {.name = "tags",
             .destination = "Tag",
             .inverse = "things",
-            .storage = RelationshipStorage::joinTable,
+            .storage = RelationshipStorage::listColumn,
             .deleteRule = DeleteRule::nullify,
             .related =
                 [](const ModelObject& thing) {
@@ -123,7 +123,7 @@ void Thing::setTags(const std::vector<Tag*>& value) {
     }
     for (Tag* tag : tags) tag->things_.add(*this);
     tags_ = std::move(tags);
-    noteChangedLists();
+    noteChangedRow();
 }
 
 void Thing::detachTag(Tag& tag) {
@@ -131,7 +131,7 @@ void Thing::detachTag(Tag& tag) {
     if (place == tags_.end()) return;
     tags_.erase(place);
     tag.things_.remove(*this);
-    noteChangedLists();
+    noteChangedRow();
 }
 
 void Thing::setProject(Project* value) {

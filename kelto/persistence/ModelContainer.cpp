@@ -6,6 +6,7 @@
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/persistence/ModelObject.hpp"
+#include "kelto/persistence/RowList.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto {
@@ -65,8 +66,7 @@ void ModelContainer::load() {
         loadObjects(population);
         environment_.setLastRow(*population.entity, store_->lastRow(*population.entity));
     }
-    linkColumns();
-    for (const Population& population : populations_) loadLinks(population);
+    linkWaiting();
     isLoaded_ = true;
 }
 
@@ -79,32 +79,34 @@ void ModelContainer::loadObjects(Population& population) {
         for (const AttributeDescription& attribute : entity.attributes) {
             attribute.read(*object, values, column++);
         }
-        // Others may not be loaded yet: the columns of relationships wait until all are.
-        for (const RelationshipDescription& relationship : entity.relationships) {
-            if (relationship.storage != RelationshipStorage::column) continue;
-            if (!values.isNull(column)) {
-                waitingLinks_.push_back({object.get(), &relationship, values.integer(column)});
-            }
-            ++column;
-        }
+        readRelationships(*object, values, column);
         object->state_ = ModelObject::State::stored;
         population.objects.push_back(std::move(object));
     });
 }
 
-void ModelContainer::loadLinks(const Population& population) {
-    const EntityDescription& entity = *population.entity;
-    for (const RelationshipDescription& relationship : entity.relationships) {
-        if (relationship.storage != RelationshipStorage::joinTable) continue;
-        const auto& others = this->population(schema_.entity(relationship.destination)).objects;
-        store_->loadLinks(entity, relationship, [&](std::int64_t row, std::int64_t other) {
-            relationship.linkLoaded(linked(find(population.objects, row)),
-                                    linked(find(others, other)));
-        });
+void ModelContainer::readRelationships(ModelObject& object, RowReader& values, int column) {
+    // Others may not be loaded yet: the links wait until all are.
+    for (const RelationshipDescription& relationship : object.entity().relationships) {
+        switch (relationship.storage) {
+            case RelationshipStorage::inverse:
+                continue;
+            case RelationshipStorage::column:
+                if (!values.isNull(column)) {
+                    waitingLinks_.push_back({&object, &relationship, values.integer(column)});
+                }
+                break;
+            case RelationshipStorage::listColumn:
+                for (const std::int64_t other : rowsOf(values.text(column))) {
+                    waitingLinks_.push_back({&object, &relationship, other});
+                }
+                break;
+        }
+        ++column;
     }
 }
 
-void ModelContainer::linkColumns() {
+void ModelContainer::linkWaiting() {
     for (const WaitingLink& link : waitingLinks_) {
         const auto& others = population(schema_.entity(link.relationship->destination)).objects;
         link.relationship->linkLoaded(*link.object, linked(find(others, link.other)));

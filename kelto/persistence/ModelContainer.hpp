@@ -38,7 +38,7 @@ private:
         std::vector<std::unique_ptr<ModelObject>> objects;
     };
 
-    /// A to-one relationship that was read before the object at its other end.
+    /// A relation that was read before the object at its other end.
     struct WaitingLink {
         ModelObject* object;
         const RelationshipDescription* relationship;
@@ -50,8 +50,9 @@ private:
     void begin();
     void load();
     void loadObjects(Population& population);
-    void linkColumns();
-    void loadLinks(const Population& population);
+    /// Notes what a row says of the relationships of `object`; their columns begin at `column`.
+    void readRelationships(ModelObject& object, RowReader& values, int column);
+    void linkWaiting();
     /// Drops every object, so that the next begin() reads them anew.
     void forget() noexcept;
 

@@ -121,7 +121,6 @@ void ModelContext::save() {
 void ModelContext::settle() noexcept {
     const auto settled = [](ModelObject* object) {
         object->rowChanged_ = false;
-        object->listsChanged_ = false;
         if (object->state_ == State::inserted) object->state_ = State::stored;
     };
     std::for_each(inserted_.begin(), inserted_.end(), settled);

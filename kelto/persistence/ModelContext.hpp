@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -21,6 +23,9 @@ public:
     ModelContext(const ModelContext&) = delete;
     ModelContext& operator=(const ModelContext&) = delete;
 
+    /// Begins the unit of work, for a caller that has to know the numbers below before it fetches.
+    void begin();
+
     /// All objects of a model class in the order of their creation, new ones included, deleted ones
     /// left out. The pointers are good until save() deletes them or rollback() forgets all.
     template <typename Model>
@@ -30,6 +35,14 @@ public:
         models.reserve(objects.size());
         for (ModelObject* object : objects) models.push_back(static_cast<Model*>(object));
         return models;
+    }
+
+    /// About how many objects of a model class there are: those that were deleted but not saved yet
+    /// still count.
+    template <typename Model>
+    [[nodiscard]] std::size_t count() {
+        begin();
+        return container_.population(Model::description()).objects.size();
     }
 
     /// Makes a new object, inserts it and answers it. `arguments` follow the environment in the
@@ -59,12 +72,15 @@ public:
     [[nodiscard]] PayloadStorage& payloads() { return container_.payloads(); }
     /// As the container's, of now: asked for inside the unit of work.
     [[nodiscard]] std::uint64_t populationNumber() const { return container_.populationNumber(); }
+    /// The highest change number of any object so far.
+    [[nodiscard]] std::uint64_t lastChangeNumber() const {
+        return container_.environment_.lastChange();
+    }
 
 private:
     [[nodiscard]] ObjectEnvironment& environment();
     [[nodiscard]] std::vector<ModelObject*> liveObjects(const EntityDescription& entity);
     void adopt(std::unique_ptr<ModelObject> object);
-    void begin();
     void end() noexcept;
     void markDeleted(ModelObject& object);
     /// After the store has taken the changes: what was new is stored, what was deleted goes.

@@ -11,20 +11,10 @@ void ModelObject::assignPayload(std::optional<Payload>& field,
 }
 
 void ModelObject::noteChangedRow() {
-    noteChange();
-    rowChanged_ = true;
-}
-
-void ModelObject::noteChangedLists() {
-    noteChange();
-    listsChanged_ = true;
-}
-
-void ModelObject::noteChange() {
     derivedDigests_.reset();
     changeNumber_ = environment_->nextChange();
-    if (state_ != State::stored || rowChanged_ || listsChanged_) return;
-    environment_->changedObjects.push_back(this);
+    if (state_ == State::stored && !rowChanged_) environment_->changedObjects.push_back(this);
+    rowChanged_ = true;
 }
 
 }  // namespace kelto

@@ -46,9 +46,8 @@ public:
     [[nodiscard]] PersistentIdentifier persistentIdentifier() const { return {entity_, row_}; }
     [[nodiscard]] std::int64_t row() const { return row_; }
     [[nodiscard]] State state() const { return state_; }
-    /// Whether the row, or the list of a stored to-many relationship, differs from what is stored.
+    /// Whether the row differs from what is stored, the columns of relationships included.
     [[nodiscard]] bool hasChangedRow() const { return rowChanged_; }
-    [[nodiscard]] bool hasChangedLists() const { return listsChanged_; }
 
     /// The number of the object's last change of any kind, its making and loading included. Two
     /// equal numbers of one object mean that nothing about it has changed in between.
@@ -81,17 +80,13 @@ protected:
     /// The same for a payload: the one that is let go of may be nobody's any more.
     void assignPayload(std::optional<Payload>& field, const std::optional<Payload>& value);
 
-    /// An attribute or a to-one relationship has changed. Every change of a field goes through here
-    /// or through noteChangedLists(), whatever the state.
+    /// An attribute has changed, or a relationship that is stored on this side. Every change of a
+    /// field goes through here, whatever the state.
     void noteChangedRow();
-    /// The list of a to-many relationship that is stored on this side has changed.
-    void noteChangedLists();
 
 private:
     friend class ModelContext;
     friend class ModelContainer;
-
-    void noteChange();
 
     const EntityDescription* entity_;
     ObjectEnvironment* environment_;
@@ -99,7 +94,6 @@ private:
     std::uint64_t changeNumber_;
     State state_ = State::detached;
     bool rowChanged_ = false;
-    bool listsChanged_ = false;
     mutable std::optional<DerivedDigests> derivedDigests_;
 };
 

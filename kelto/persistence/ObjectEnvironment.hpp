@@ -36,6 +36,7 @@ public:
 
     /// A number for a change: higher than that of every change before it.
     [[nodiscard]] std::uint64_t nextChange() { return ++lastChange_; }
+    [[nodiscard]] std::uint64_t lastChange() const { return lastChange_; }
 
     /// Stored objects with a change that is not saved yet, in the order of their first change.
     std::vector<ModelObject*> changedObjects;

@@ -56,6 +56,9 @@ public:
     /// The payload of `source`, which is open at its start: by seenBefore(), and then the file is
     /// left unread, else it is read to its end through a fixed buffer and hashed.
     [[nodiscard]] virtual ReceivedPayload receive(std::unique_ptr<File> source) = 0;
+    /// Whether the storage still has the bytes of a payload that it was given, of this size, as far
+    /// as a look at the file of a large one tells. If not, keep() brings them back.
+    [[nodiscard]] virtual bool isSound(const Payload& payload, std::uint64_t size) = 0;
     /// Makes the bytes part of this unit of work: they are stored when it commits. A file that was
     /// left unread is read now if the storage lacks its bytes; should they turn out to be others,
     /// `received` becomes what was read, so the payload is asked for after this call.

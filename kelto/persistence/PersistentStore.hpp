@@ -35,15 +35,11 @@ public:
     /// committed since the last begin(). A rollback alone is no change.
     [[nodiscard]] virtual Since begin() = 0;
     /// All rows of an entity in the order of their creation; `row` is the row's number, column i of
-    /// the reader is attribute i, and after the attributes come the to-one relationships that are
-    /// stored as columns (null, or the other row's number) in their order of declaration.
+    /// the reader is attribute i, and after the attributes come the relationships that are stored
+    /// as columns, in their order of declaration: to-one null or the other row's number, to-many
+    /// the text of a row list.
     virtual void load(const EntityDescription& entity,
                       const std::function<void(std::int64_t row, RowReader& values)>& sink) = 0;
-    /// All links of a to-many relationship that has a table, by object and then in list order.
-    virtual void loadLinks(
-        const EntityDescription& entity,
-        const RelationshipDescription& relationship,
-        const std::function<void(std::int64_t row, std::int64_t other)>& sink) = 0;
     /// The highest row number that was ever given out for an entity; 0 when none was.
     [[nodiscard]] virtual std::int64_t lastRow(const EntityDescription& entity) = 0;
 

@@ -37,9 +37,9 @@ enum class DeleteRule : std::uint8_t { nullify, cascade };
 
 /// How the rows remember a relationship.
 enum class RelationshipStorage : std::uint8_t {
-    column,     ///< To-one: a column of the row, holding the other row's number.
-    joinTable,  ///< To-many: a table of its own; the list's order is kept.
-    inverse,    ///< Only in memory: the other side remembers it.
+    column,      ///< To-one: a column of the row, holding the other row's number.
+    listColumn,  ///< To-many: a column of the row, holding the other rows' numbers in list order.
+    inverse,     ///< Only in memory: the other side remembers it.
 };
 
 /// One end of a relationship. Both ends are always in step in memory.

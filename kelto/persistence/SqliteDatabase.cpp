@@ -84,6 +84,12 @@ void SqliteStatement::blob(int parameter, Bytes value) {
     if (code != SQLITE_OK) throw database_.error(code);
 }
 
+void SqliteStatement::copiedText(int parameter, const std::string& value) {
+    const int code = sqlite3_bind_text64(
+        statement_, parameter + 1, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    if (code != SQLITE_OK) throw database_.error(code);
+}
+
 bool SqliteStatement::step() {
     const int code = sqlite3_step(statement_);
     if (code == SQLITE_ROW) return true;

@@ -30,6 +30,8 @@ public:
     void real(int parameter, double value) override;
     void text(int parameter, std::string_view value) override;
     void blob(int parameter, Bytes value) override;
+    /// A text that need not outlive the call.
+    void copiedText(int parameter, const std::string& value);
 
     /// True when a row stands ready; false at the end, which also makes the statement ready for its
     /// next use.

@@ -97,6 +97,10 @@ bool SqlitePayloads::holds(const ReceivedPayload& received) {
     return !stored->isInFile || isWhole(filePath(digest), stored->size);
 }
 
+bool SqlitePayloads::isSound(const Payload& payload, std::uint64_t size) {
+    return size <= inlineLimitBytes || isWhole(filePath(payload.digest), size);
+}
+
 void SqlitePayloads::keep(ReceivedPayload& received) {
     if (received.unread_) {
         if (holds(received)) return;

@@ -36,6 +36,7 @@ public:
 
     [[nodiscard]] std::optional<Payload> seenBefore(const FileStatus& status) override;
     [[nodiscard]] ReceivedPayload receive(std::unique_ptr<File> source) override;
+    [[nodiscard]] bool isSound(const Payload& payload, std::uint64_t size) override;
     void keep(ReceivedPayload& received) override;
     void copyTo(const Payload& payload, File& destination) override;
     [[nodiscard]] std::uint64_t size(const Payload& payload) override;

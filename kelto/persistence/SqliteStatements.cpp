@@ -10,11 +10,6 @@ std::string quoted(std::string_view identifier) {
     return '"' + std::string(identifier) + '"';
 }
 
-std::string linkTable(const EntityDescription& entity,
-                      const RelationshipDescription& relationship) {
-    return quoted(std::string(entity.name) + "_" + std::string(relationship.name));
-}
-
 std::string columnType(const AttributeDescription& attribute) {
     const std::string name = quoted(attribute.name);
     const std::string required = attribute.isOptional ? "" : " NOT NULL";
@@ -37,6 +32,14 @@ std::string columnType(const AttributeDescription& attribute) {
     return "";
 }
 
+std::string columnType(const RelationshipDescription& relationship) {
+    if (relationship.storage == RelationshipStorage::listColumn) {
+        return "TEXT NOT NULL DEFAULT '[]'";
+    }
+    return "INTEGER REFERENCES " + quoted(relationship.destination) +
+           "(\"id\") DEFERRABLE INITIALLY DEFERRED";
+}
+
 /// The columns that follow the id, in the order in which all statements use them.
 std::vector<std::string> columns(const EntityDescription& entity) {
     std::vector<std::string> names;
@@ -44,7 +47,7 @@ std::vector<std::string> columns(const EntityDescription& entity) {
         names.push_back(quoted(attribute.name));
     }
     for (const RelationshipDescription& relationship : entity.relationships) {
-        if (relationship.storage == RelationshipStorage::column) {
+        if (relationship.storage != RelationshipStorage::inverse) {
             names.push_back(quoted(relationship.name));
         }
     }
@@ -66,10 +69,8 @@ std::string createTable(const EntityDescription& entity) {
         definitions.push_back(quoted(attribute.name) + " " + columnType(attribute));
     }
     for (const RelationshipDescription& relationship : entity.relationships) {
-        if (relationship.storage != RelationshipStorage::column) continue;
-        definitions.push_back(quoted(relationship.name) + " INTEGER REFERENCES " +
-                              quoted(relationship.destination) +
-                              "(\"id\") DEFERRABLE INITIALLY DEFERRED");
+        if (relationship.storage == RelationshipStorage::inverse) continue;
+        definitions.push_back(quoted(relationship.name) + " " + columnType(relationship));
     }
     return "CREATE TABLE " + quoted(entity.name) + " (" + joined(definitions, ", ") + ") STRICT";
 }
@@ -88,24 +89,6 @@ void addIndexes(const EntityDescription& entity, std::vector<std::string>& state
     }
     for (const RelationshipDescription& relationship : entity.relationships) {
         if (relationship.storage == RelationshipStorage::column) add(relationship.name, true);
-    }
-}
-
-void addLinkTables(const EntityDescription& entity, std::vector<std::string>& statements) {
-    for (const RelationshipDescription& relationship : entity.relationships) {
-        if (relationship.storage != RelationshipStorage::joinTable) continue;
-        const std::string table = linkTable(entity, relationship);
-        statements.push_back("CREATE TABLE " + table + " (\"object\" INTEGER NOT NULL REFERENCES " +
-                             quoted(entity.name) +
-                             "(\"id\") DEFERRABLE INITIALLY DEFERRED, \"place\" INTEGER NOT NULL, "
-                             "\"other\" INTEGER NOT NULL REFERENCES " +
-                             quoted(relationship.destination) +
-                             "(\"id\") DEFERRABLE INITIALLY DEFERRED, "
-                             "PRIMARY KEY (\"object\", \"place\")) STRICT, WITHOUT ROWID");
-        statements.push_back(
-            "CREATE INDEX " +
-            quoted(std::string(entity.name) + "_" + std::string(relationship.name) + "_other") +
-            " ON " + table + "(\"other\")");
     }
 }
 
@@ -132,7 +115,6 @@ std::vector<std::string> createStore(const Schema& schema) {
         statements.push_back(createTable(*entity));
         addIndexes(*entity, statements);
     }
-    for (const EntityDescription* entity : schema.entities) addLinkTables(*entity, statements);
     statements.emplace_back(FileIdentities::createTable);
     return statements;
 }
@@ -156,23 +138,6 @@ std::string updateRow(const EntityDescription& entity) {
 
 std::string deleteRow(const EntityDescription& entity) {
     return "DELETE FROM " + quoted(entity.name) + " WHERE \"id\" = ?";
-}
-
-std::string selectLinks(const EntityDescription& entity,
-                        const RelationshipDescription& relationship) {
-    return "SELECT \"object\", \"other\" FROM " + linkTable(entity, relationship) +
-           " ORDER BY \"object\", \"place\"";
-}
-
-std::string insertLink(const EntityDescription& entity,
-                       const RelationshipDescription& relationship) {
-    return "INSERT INTO " + linkTable(entity, relationship) +
-           " (\"object\", \"place\", \"other\") VALUES (?, ?, ?)";
-}
-
-std::string deleteLinks(const EntityDescription& entity,
-                        const RelationshipDescription& relationship) {
-    return "DELETE FROM " + linkTable(entity, relationship) + " WHERE \"object\" = ?";
 }
 
 std::string deleteUnusedPayload(const Schema& schema) {

@@ -22,16 +22,6 @@ namespace kelto::sql {
 /// Parameter: id.
 [[nodiscard]] std::string deleteRow(const EntityDescription& entity);
 
-/// object, other; by object and place in its list.
-[[nodiscard]] std::string selectLinks(const EntityDescription& entity,
-                                      const RelationshipDescription& relationship);
-/// Parameters: object, place, other.
-[[nodiscard]] std::string insertLink(const EntityDescription& entity,
-                                     const RelationshipDescription& relationship);
-/// Parameter: object.
-[[nodiscard]] std::string deleteLinks(const EntityDescription& entity,
-                                      const RelationshipDescription& relationship);
-
 /// Removes the payload of the digest in parameter 0 if no row names it any more, and answers, if it
 /// did so, whether the bytes lie in a file.
 [[nodiscard]] std::string deleteUnusedPayload(const Schema& schema);

@@ -4,6 +4,7 @@
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
+#include "kelto/persistence/RowList.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
@@ -32,9 +33,11 @@ int bindFields(const ModelObject& object, SqliteStatement& statement, int at) {
         attribute.write(object, statement, at++);
     }
     for (const RelationshipDescription& relationship : object.entity().relationships) {
-        if (relationship.storage != RelationshipStorage::column) continue;
+        if (relationship.storage == RelationshipStorage::inverse) continue;
         const auto related = relationship.related(object);
-        if (related.empty()) {
+        if (relationship.storage == RelationshipStorage::listColumn) {
+            statement.copiedText(at++, rowListOf(related));
+        } else if (related.empty()) {
             statement.null(at++);
         } else {
             statement.integer(at++, related.front()->row());
@@ -49,15 +52,7 @@ SqliteStore::EntityStatements::EntityStatements(SqliteDatabase& database,
                                                 const EntityDescription& entity)
     : insert(database, sql::insertRow(entity)),
       update(database, sql::updateRow(entity)),
-      remove(database, sql::deleteRow(entity)) {
-    for (const RelationshipDescription& relationship : entity.relationships) {
-        if (relationship.storage != RelationshipStorage::joinTable) continue;
-        links.push_back(std::unique_ptr<LinkStatements>(
-            new LinkStatements{&relationship,
-                               {database, sql::insertLink(entity, relationship)},
-                               {database, sql::deleteLinks(entity, relationship)}}));
-    }
-}
+      remove(database, sql::deleteRow(entity)) {}
 
 SqliteStore::SqliteStore(const Schema& schema,
                          std::shared_ptr<FileSystem> files,
@@ -135,13 +130,6 @@ void SqliteStore::load(const EntityDescription& entity,
     while (select.step()) sink(static_cast<RowReader&>(select).integer(0), values);
 }
 
-void SqliteStore::loadLinks(const EntityDescription& entity,
-                            const RelationshipDescription& relationship,
-                            const std::function<void(std::int64_t, std::int64_t)>& sink) {
-    SqliteStatement select(*database_, sql::selectLinks(entity, relationship));
-    while (select.step()) sink(select.integer(0), select.integer(1));
-}
-
 std::int64_t SqliteStore::lastRow(const EntityDescription& entity) {
     SqliteStatement select(*database_, "SELECT \"seq\" FROM sqlite_sequence WHERE \"name\" = ?");
     select.text(0, entity.name);
@@ -186,11 +174,7 @@ void SqliteStore::rollback() noexcept {
 
 void SqliteStore::write(const ChangeSet& changes) {
     for (const ModelObject* object : changes.inserted) insertRow(*object);
-    for (const ModelObject* object : changes.changed) {
-        if (object->hasChangedRow()) updateRow(*object);
-        if (object->hasChangedLists()) writeLinks(*object);
-    }
-    for (const ModelObject* object : changes.inserted) writeLinks(*object);
+    for (const ModelObject* object : changes.changed) updateRow(*object);
     for (const ModelObject* object : changes.deleted) deleteRow(*object);
 }
 
@@ -211,31 +195,10 @@ void SqliteStore::updateRow(const ModelObject& object) {
 }
 
 void SqliteStore::deleteRow(const ModelObject& object) {
-    EntityStatements& prepared = statements(object);
-    for (const auto& links : prepared.links) {
-        links->remove.integer(0, object.row());
-        links->remove.run();
-    }
-    prepared.remove.integer(0, object.row());
-    prepared.remove.run();
+    SqliteStatement& remove = statements(object).remove;
+    remove.integer(0, object.row());
+    remove.run();
     countWork(Work::rowsWritten);
-}
-
-void SqliteStore::writeLinks(const ModelObject& object) {
-    for (const auto& links : statements(object).links) {
-        if (object.state() == ModelObject::State::stored) {
-            links->remove.integer(0, object.row());
-            links->remove.run();
-        }
-        std::int64_t place = 0;
-        for (const ModelObject* other : links->relationship->related(object)) {
-            links->insert.integer(0, object.row());
-            links->insert.integer(1, place++);
-            links->insert.integer(2, other->row());
-            links->insert.run();
-            countWork(Work::rowsWritten);
-        }
-    }
 }
 
 SqliteStore::EntityStatements& SqliteStore::statements(const ModelObject& object) {

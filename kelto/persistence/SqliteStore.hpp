@@ -21,7 +21,7 @@ namespace kelto {
 class SqliteStore final : public PersistentStore {
 public:
     /// The store format that this library reads and writes. Stored for ever: only add.
-    static constexpr std::int64_t formatVersion = 1;
+    static constexpr std::int64_t formatVersion = 2;
     /// "Klto", the mark of a library's store in the database header.
     static constexpr std::int64_t applicationId = 0x4B6C746F;
     /// How long another program that is writing is waited for.
@@ -39,28 +39,18 @@ public:
     [[nodiscard]] Since begin() override;
     void load(const EntityDescription& entity,
               const std::function<void(std::int64_t, RowReader&)>& sink) override;
-    void loadLinks(const EntityDescription& entity,
-                   const RelationshipDescription& relationship,
-                   const std::function<void(std::int64_t, std::int64_t)>& sink) override;
     [[nodiscard]] std::int64_t lastRow(const EntityDescription& entity) override;
     void commit(const ChangeSet& changes) override;
     void rollback() noexcept override;
     [[nodiscard]] PayloadStorage& payloads() override { return *payloads_; }
 
 private:
-    /// The prepared statements of one to-many relationship that has a table.
-    struct LinkStatements {
-        const RelationshipDescription* relationship;
-        SqliteStatement insert;
-        SqliteStatement remove;
-    };
     /// The prepared statements of one entity.
     struct EntityStatements {
         EntityStatements(SqliteDatabase& database, const EntityDescription& entity);
         SqliteStatement insert;
         SqliteStatement update;
         SqliteStatement remove;
-        std::vector<std::unique_ptr<LinkStatements>> links;
     };
 
     void prepare();
@@ -73,7 +63,6 @@ private:
     void insertRow(const ModelObject& object);
     void updateRow(const ModelObject& object);
     void deleteRow(const ModelObject& object);
-    void writeLinks(const ModelObject& object);
     [[nodiscard]] EntityStatements& statements(const ModelObject& object);
 
     const Schema& schema_;

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "kelto/foundation/FilePath.hpp"
+#include "kelto/persistence/SqliteMigration.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
@@ -71,16 +72,27 @@ Declaration declarationOf(SqliteDatabase& database) {
     return {database.integer("PRAGMA application_id"), database.integer("PRAGMA user_version")};
 }
 
-/// Makes the tables, unless another program has done so in the meantime.
-void createIfEmpty(const Schema& schema, SqliteDatabase& database) {
+void createTables(const Schema& schema, SqliteDatabase& database) {
+    if (database.integer("SELECT count(*) FROM sqlite_schema") != 0) {
+        throw notAStore(database.path());
+    }
+    for (const std::string& statement : sql::createStore(schema)) database.run(statement);
+    database.run("PRAGMA application_id = " + std::to_string(SqliteStore::applicationId));
+}
+
+/// Makes the tables of an empty store and brings those of an earlier format up to date, unless
+/// another program has done so in the meantime.
+void bringUpToDate(const Schema& schema, SqliteDatabase& database) {
     database.run("BEGIN IMMEDIATE");
     try {
-        if (declarationOf(database).isEmpty()) {
-            if (database.integer("SELECT count(*) FROM sqlite_schema") != 0) {
-                throw notAStore(database.path());
+        const Declaration declared = declarationOf(database);
+        check(declared, database.path());
+        if (declared.formatVersion != SqliteStore::formatVersion) {
+            if (declared.isEmpty()) {
+                createTables(schema, database);
+            } else {
+                migrateTables(database, declared.formatVersion);
             }
-            for (const std::string& statement : sql::createStore(schema)) database.run(statement);
-            database.run("PRAGMA application_id = " + std::to_string(SqliteStore::applicationId));
             database.run("PRAGMA user_version = " + std::to_string(SqliteStore::formatVersion));
         }
         database.run("COMMIT");
@@ -120,8 +132,7 @@ std::unique_ptr<SqliteDatabase> openStoreDatabase(const Schema& schema,
     auto database = std::make_unique<SqliteDatabase>(path, SqliteStore::busyLimit);
     // A newer format may still stand in the write-ahead log alone.
     requireKnownFormat(*database);
-    createIfEmpty(schema, *database);
-    requireKnownFormat(*database);
+    bringUpToDate(schema, *database);
     database->run("PRAGMA journal_mode = WAL");
     database->run("PRAGMA synchronous = FULL");
     database->run("PRAGMA foreign_keys = ON");

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "kelto/foundation/Date.hpp"
 
 namespace kelto {
@@ -10,6 +12,8 @@ public:
     virtual ~Clock() = default;
     /// The current moment; it may step backward when the user sets the clock.
     [[nodiscard]] virtual Date now() = 0;
+    /// Time since some moment of the past, which only ever grows: for saying how long things take.
+    [[nodiscard]] virtual std::chrono::nanoseconds uptime() = 0;
 };
 
 }  // namespace kelto

@@ -38,8 +38,8 @@ std::string_view nameOf(RelationshipStorage storage) {
     switch (storage) {
         case RelationshipStorage::column:
             return "column";
-        case RelationshipStorage::joinTable:
-            return "join table";
+        case RelationshipStorage::listColumn:
+            return "list column";
         case RelationshipStorage::inverse:
             return "inverse";
     }
@@ -123,8 +123,8 @@ TEST(LibrarySchema, DeclaresTheRelationshipsWithTheirDeleteRules) {
                             "things -> Thing.project, inverse, nullify"));
     EXPECT_THAT(relationshipsOf("Tag"), ElementsAre("things -> Thing.tags, inverse, nullify"));
     EXPECT_THAT(relationshipsOf("Thing"),
-                ElementsAre("tags -> Tag.things, join table, nullify",
-                            "project -> Project.things, column, nullify"));
+                ElementsAre("project -> Project.things, column, nullify",
+                            "tags -> Tag.things, list column, nullify"));
 }
 
 TEST(LibrarySchema, StoresEveryRelationshipOnOneOfItsTwoSides) {

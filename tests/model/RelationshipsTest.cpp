@@ -50,7 +50,6 @@ TEST(ThingAndProject, AreBothToldOfTheProject) {
     EXPECT_EQ(thing.project(), &project);
     EXPECT_THAT(project.things().list(), ElementsAre(&thing));
     EXPECT_TRUE(thing.hasChangedRow());
-    EXPECT_FALSE(thing.hasChangedLists());
     EXPECT_FALSE(hasChanges(project));
 }
 
@@ -132,8 +131,7 @@ TEST(ThingAndTags, AreBothToldOfTheTags) {
     EXPECT_THAT(thing.tags(), ElementsAre(&blue, &red));
     EXPECT_THAT(red.things().list(), ElementsAre(&thing));
     EXPECT_THAT(blue.things().list(), ElementsAre(&thing));
-    EXPECT_TRUE(thing.hasChangedLists());
-    EXPECT_FALSE(thing.hasChangedRow());
+    EXPECT_TRUE(thing.hasChangedRow());
     EXPECT_FALSE(hasChanges(red) || hasChanges(blue));
 }
 
@@ -183,7 +181,7 @@ TEST(ThingAndTags, MarkAListThatDiffersOnlyInItsOrder) {
     thing.setTags({&blue, &red});
     EXPECT_THAT(thing.tags(), ElementsAre(&blue, &red));
     EXPECT_THAT(red.things().list(), ElementsAre(&thing));
-    EXPECT_TRUE(thing.hasChangedLists());
+    EXPECT_TRUE(thing.hasChangedRow());
 }
 
 TEST(ThingAndTags, AreKeptInStepByAddTagAndRemoveTag) {
@@ -245,8 +243,7 @@ TEST(ThingAndTags, AreUnlinkedFromEitherSideWithAMarkOnTheThing) {
         }
         EXPECT_THAT(thing.tags(), ElementsAre(&blue));
         EXPECT_THAT(red.things().list(), IsEmpty());
-        EXPECT_TRUE(thing.hasChangedLists());
-        EXPECT_FALSE(thing.hasChangedRow());
+        EXPECT_TRUE(thing.hasChangedRow());
         EXPECT_FALSE(hasChanges(red));
         EXPECT_EQ(thing.updatedAt(), updated);
     }

@@ -70,7 +70,7 @@ TEST_F(SqliteStoreOpeningTest, LetsNobodyElseReadTheFiles) {
 TEST_F(SqliteStoreOpeningTest, RefusesANewerFormatAndLeavesItUntouched) {
     library.close();
     std::string bytes = storeBytes();
-    bytes[63] = 2;  // the format in the header, big-endian, of what a newer version would write
+    bytes[62] = 1;  // the format in the header, big-endian, of what a newer version would write
     replaceStoreBy(bytes);
     EXPECT_EQ(
         refusal(),
@@ -81,7 +81,7 @@ TEST_F(SqliteStoreOpeningTest, RefusesANewerFormatAndLeavesItUntouched) {
 }
 
 TEST_F(SqliteStoreOpeningTest, RefusesANewerFormatThatOnlyTheLogKnows) {
-    execute("PRAGMA user_version = 2");
+    execute("PRAGMA user_version = 1000");
     EXPECT_THAT(refusal(), testing::HasSubstr("newer version of Kelto"));
 }
 

@@ -7,6 +7,7 @@
 
 #include "kelto/foundation/PlatformError.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
+#include "kelto/persistence/SqliteStore.hpp"
 #include "tests/persistence/LibraryStore.hpp"
 
 namespace kelto {
@@ -93,6 +94,54 @@ TEST_F(SqliteStoreTest, RefusesAStoreWhoseLinksLeadNowhere) {
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr("damaged")));
 }
 
+TEST_F(SqliteStoreTest, KeepsTheTagsOfAThingAsAListOfRowNumbers) {
+    {
+        ModelContext writing(library.container());
+        Tag& first = writing.insert<Tag>("first");
+        Tag& second = writing.insert<Tag>("second");
+        writing.insert<Thing>(ThingKind::note, "two").setTags({&second, &first});
+        writing.insert<Thing>(ThingKind::note, "none");
+        writing.save();
+    }
+    EXPECT_EQ(library.number("SELECT count(*) FROM Thing WHERE id = 1 AND tags = '[2,1]'"), 1);
+    EXPECT_EQ(library.number("SELECT count(*) FROM Thing WHERE id = 2 AND tags = '[]'"), 1);
+    EXPECT_EQ(
+        library.number("SELECT count(*) FROM Thing, json_each(Thing.tags) AS each JOIN Tag ON "
+                       "Tag.id = each.value WHERE Tag.name = 'second' AND each.key = 0"),
+        1);
+}
+
+TEST_F(SqliteStoreTest, ReadsATagThatIsNamedTwiceOnce) {
+    {
+        ModelContext writing(library.container());
+        writing.insert<Thing>(ThingKind::note, "").setTags({&writing.insert<Tag>("tag")});
+        writing.save();
+    }
+    execute("UPDATE Thing SET tags = '[1, 1]'");
+    ModelContext next(library.container());
+    EXPECT_EQ(next.fetch<Thing>().front()->tags().size(), 1U);
+}
+
+TEST_F(SqliteStoreTest, RefusesAListThatNamesATagThatIsNotThere) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("UPDATE Thing SET tags = '[77]'");
+    ModelContext next(library.container());
+    EXPECT_THAT([&] { (void)next.fetch<Thing>(); },
+                testing::ThrowsMessage<PlatformError>(
+                    testing::HasSubstr("a record refers to one that is not there")));
+}
+
+TEST_F(SqliteStoreTest, RefusesAListOfTagsThatIsNone) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("UPDATE Thing SET tags = '{}'");
+    ModelContext next(library.container());
+    EXPECT_THAT([&] { (void)next.fetch<Thing>(); },
+                testing::ThrowsMessage<PlatformError>(
+                    testing::HasSubstr("a stored list of records is ill-formed")));
+}
+
 TEST_F(SqliteStoreTest, RefusesIdentifiersOfTheWrongLength) {
     storedAndRead([](Thing&) {});
     context.reset();
@@ -123,7 +172,7 @@ TEST_F(SqliteStoreTest, RefusesToWriteIntoAFileThatWasMovedAway) {
 TEST_F(SqliteStoreTest, RefusesAStoreThatANewerVersionHasTakenOver) {
     storedAndRead([](Thing&) {});
     context.reset();
-    execute("PRAGMA user_version = 2");
+    execute("PRAGMA user_version = 1000");
     ModelContext next(library.container());
     EXPECT_THAT([&] { (void)next.fetch<Thing>(); },
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr("newer version")));
@@ -132,10 +181,10 @@ TEST_F(SqliteStoreTest, RefusesAStoreThatANewerVersionHasTakenOver) {
 TEST_F(SqliteStoreTest, IsFreeForOthersAfterAUnitOfWorkThatCouldNotBegin) {
     storedAndRead([](Thing&) {});
     context.reset();
-    execute("PRAGMA user_version = 2");
+    execute("PRAGMA user_version = 1000");
     ModelContext next(library.container());
     EXPECT_THROW((void)next.fetch<Thing>(), PlatformError);
-    execute("PRAGMA user_version = 1");
+    execute("PRAGMA user_version = " + std::to_string(SqliteStore::formatVersion));
     EXPECT_EQ(next.fetch<Thing>().size(), 1U);
 }
 

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <set>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "tests/support/Files.hpp"
@@ -20,12 +21,23 @@ FolderOnDisk::FolderOnDisk(std::string folder) : folder_(std::move(folder)) {
     for (const FileChange& file : HostFiles::firstFiles()) change(file);
 }
 
-void FolderOnDisk::change(const FileChange& change) const {
+void FolderOnDisk::change(const FileChange& change) {
     if (change.content) {
         writeFile(place(change.path), change.content->bytes);
+        stamp(place(change.path));
     } else {
         std::filesystem::remove(place(change.path));
     }
+}
+
+void FolderOnDisk::takeOver(const std::vector<FileChange>& files) {
+    for (const FileChange& file : files) stamp(place(file.path));
+}
+
+void FolderOnDisk::stamp(const std::string& place) {
+    const timespec time{1'000'000'000 + ++lastStamp_, 0};
+    const timespec times[] = {time, time};
+    ::utimensat(AT_FDCWD, place.c_str(), times, 0);
 }
 
 std::optional<std::string> FolderOnDisk::differenceTo(

@@ -15,7 +15,10 @@ class FolderOnDisk {
 public:
     explicit FolderOnDisk(std::string folder);
 
-    void change(const FileChange& change) const;
+    void change(const FileChange& change);
+    /// The host has taken these files over. Like every file that change() writes, each gets a time
+    /// of its own: in a history, things happen faster than a file system's clock goes.
+    void takeOver(const std::vector<FileChange>& files);
     /// Notes which files there are, to tell later which of them were written.
     void remember() { before_ = identities(); }
     /// The first file that is not as it should be: missing, left over, with other bytes, not
@@ -31,12 +34,14 @@ private:
         std::int64_t modifiedNanoseconds;
         friend bool operator==(const Identity&, const Identity&) = default;
     };
+    void stamp(const std::string& place);
     [[nodiscard]] std::string place(const std::string& path) const;
     /// By the path in the history.
     [[nodiscard]] std::map<std::string, Identity> identities() const;
 
     std::string folder_;
     std::map<std::string, Identity> before_;
+    std::int64_t lastStamp_ = 0;
 };
 
 }  // namespace kelto::history

@@ -12,6 +12,8 @@ namespace kelto::history {
 History HistoryGenerator::history() {
     History history;
     usesBothProcesses_ = dice_.chance(40);
+    // To the one clock all files are young, and are read at every exchange; to the other, old.
+    now_ = dice_.chance(50) ? 1'700'000'000.0 : 4'100'000'000.0;
     const std::size_t length = 10 + dice_.below(21);
     while (history.size() < length) {
         Host& host = hosts_[dice_.below(hosts_.size())];

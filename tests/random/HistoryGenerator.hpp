@@ -62,7 +62,7 @@ private:
     Dice dice_;
     HostFiles files_;
     LibraryModel model_{storePath};
-    Seconds now_ = 1700000000.0;
+    Seconds now_ = 0;
     std::array<Host, 2> hosts_ = {Host{"/history/a", {}, {}}, Host{"/history/b", {}, {}}};
     std::vector<Outcome> outcomes_;
     bool usesBothProcesses_ = false;

@@ -64,7 +64,9 @@ std::optional<std::string> Player::play(const HistoryStep& step) {
 
     if (auto difference = differenceOf(expected, response)) return difference;
     for (const FileChange& file : expected.written) files_.change(file);
-    return disk_.differenceTo(files_, expected.written);
+    auto difference = disk_.differenceTo(files_, expected.written);
+    disk_.takeOver(expected.written);
+    return difference;
 }
 
 /// The list of records, or nullptr where a spoilt request has none.

@@ -15,6 +15,7 @@ public:
         current.secondsSince1970 += secondsPerReading;
         return reading;
     }
+    [[nodiscard]] std::chrono::nanoseconds uptime() override { return {}; }
 };
 
 }  // namespace kelto

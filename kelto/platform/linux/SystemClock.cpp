@@ -10,4 +10,8 @@ Date SystemClock::now() {
     return {static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9};
 }
 
+std::chrono::nanoseconds SystemClock::uptime() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
 }  // namespace kelto

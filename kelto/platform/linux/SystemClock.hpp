@@ -8,6 +8,7 @@ namespace kelto {
 class SystemClock final : public Clock {
 public:
     [[nodiscard]] Date now() override;
+    [[nodiscard]] std::chrono::nanoseconds uptime() override;
 };
 
 }  // namespace kelto

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "kelto/foundation/JsonReader.hpp"
+#include "kelto/foundation/UuidTable.hpp"
+
+namespace kelto {
+
+/// The "knownFingerprints" of a request: for each thing the "fingerprint" that the host says it
+/// last received. Values are found by their place in the member's own text, so that what was read
+/// from one request serves the next one with the same text.
+class KnownFingerprints {
+public:
+    KnownFingerprints() = default;
+
+    /// Reads the value that stands next, whatever it is; one that is no object of texts counts as
+    /// empty. Texts with escapes are borrowed from the reader.
+    explicit KnownFingerprints(JsonReader& reader);
+
+    /// The fingerprint of a thing, or an empty text. `text` is the member's text, as it was read.
+    [[nodiscard]] std::string_view find(std::string_view text, const Uuid& thing) const;
+
+    /// Whether nothing is borrowed, so that the same text of another request will do.
+    [[nodiscard]] bool isIndependent() const { return isIndependent_; }
+
+private:
+    /// A text: within the member's text, or borrowed.
+    struct Place {
+        const char* borrowed = nullptr;
+        std::uint32_t offset = 0;
+        std::uint32_t size = 0;
+    };
+
+    void readMembers(JsonReader& reader);
+
+    UuidTable<Place> places_;
+    bool isIndependent_ = true;
+};
+
+}  // namespace kelto

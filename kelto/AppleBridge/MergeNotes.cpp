@@ -1,0 +1,57 @@
+#include "kelto/AppleBridge/MergeNotes.hpp"
+
+namespace kelto {
+
+void MergeNotes::begin(SeenRecord& note) {
+    current_ = &note;
+    canRepeat_ = true;
+    note.firstFile = static_cast<std::uint32_t>(memory_->files.size());
+}
+
+void MergeNotes::add(const IncomingFile& file) {
+    if (file.place()) {
+        addFile(*file.place(), file.payload());
+    } else {
+        canRepeat_ = false;
+    }
+}
+
+void MergeNotes::addFile(const FilePlace& place, const Payload& payload) {
+    auto& folders = memory_->folders;
+    // Nearly always the folder of the file before.
+    if (folders.empty() || folders.back() != place.folder) folders.emplace_back(place.folder);
+    SeenFile& file = memory_->files.emplace_back();
+    file.folder = static_cast<std::uint32_t>(folders.size() - 1);
+    file.nameOffset = static_cast<std::uint32_t>(memory_->fileNames.size());
+    file.nameSize = static_cast<std::uint32_t>(place.name.size());
+    file.payload = payload;
+    memory_->fileNames += place.name;
+    ++current_->fileCount;
+}
+
+void MergeNotes::settle() {
+    current_->isSettled = canRepeat_;
+    current_->changeNumber = current_->object->changeNumber();
+}
+
+void MergeNotes::repeat(SeenRecord& note, const SeenRecord& before, const RequestMemory& memory) {
+    begin(note);
+    for (const SeenFile& file : memory.filesOf(before)) {
+        addFile({memory.folders[file.folder], memory.nameOf(file)}, file.payload);
+    }
+    settle();
+}
+
+void MergeNotes::forgetDeleted() {
+    for (SeenRecord& note : memory_->records) {
+        if (note.object->state() != ModelObject::State::deleted) continue;
+        note.object = nullptr;
+        note.isSettled = false;
+    }
+}
+
+void MergeNotes::unsettle() {
+    for (SeenRecord& note : memory_->records) note.isSettled = false;
+}
+
+}  // namespace kelto

@@ -1,0 +1,65 @@
+#include "kelto/AppleBridge/RecordReader.hpp"
+
+#include "kelto/foundation/WorkCounters.hpp"
+
+namespace kelto {
+
+RecordValues& RecordReader::blank() {
+    if (used_ == chunkRecords) {
+        chunks_.push_back(std::make_unique<Chunk>());
+        used_ = 0;
+    }
+    return (*chunks_.back())[used_++];
+}
+
+const RecordValues& RecordReader::read(JsonReader& reader) {
+    countWork(Work::recordsRead);
+    RecordValues& values = blank();
+    reader.enterObject();
+    while (const auto text = reader.nextKey()) {
+        if (const auto key = recordKey(*text)) {
+            values[static_cast<std::size_t>(*key)] = readValue(reader, *key);
+        } else {
+            reader.skipValue();
+        }
+    }
+    return values;
+}
+
+const RecordValues& RecordReader::read(std::string_view text) {
+    return read(readers_.emplace_back(text));
+}
+
+RecordValue RecordReader::readValue(JsonReader& reader, RecordKey key) {
+    switch (reader.kind()) {
+        case JsonKind::string:
+            return RecordValue::string(reader.string());
+        case JsonKind::number:
+            return RecordValue::number(reader.number());
+        case JsonKind::boolean:
+            return RecordValue::boolean(reader.boolean());
+        case JsonKind::array:
+            if (key == RecordKey::tags) return readIdentifiers(reader);
+            break;
+        case JsonKind::object:
+        case JsonKind::null:
+            break;
+    }
+    reader.skipValue();
+    return RecordValue::other();
+}
+
+RecordValue RecordReader::readIdentifiers(JsonReader& reader) {
+    std::vector<Uuid>& identifiers = identifierLists_.emplace_back();
+    reader.enterArray();
+    while (reader.nextElement()) {
+        if (reader.kind() != JsonKind::string) {
+            reader.skipValue();
+        } else if (const auto identifier = Uuid::parse(reader.string())) {
+            identifiers.push_back(*identifier);
+        }
+    }
+    return RecordValue::identifiers(identifiers);
+}
+
+}  // namespace kelto

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <deque>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "kelto/AppleBridge/RecordKey.hpp"
+#include "kelto/AppleBridge/RecordValue.hpp"
+#include "kelto/foundation/JsonReader.hpp"
+#include "kelto/foundation/Uuid.hpp"
+
+namespace kelto {
+
+/// One value for each key of a record.
+using RecordValues = std::array<RecordValue, recordKeyCount>;
+
+/// Takes records apart into values by key, and owns what they hold. What it answers lives as long
+/// as it does, and borrows from the text.
+class RecordReader {
+public:
+    RecordReader() = default;
+    RecordReader(const RecordReader&) = delete;
+    RecordReader& operator=(const RecordReader&) = delete;
+
+    /// Reads the object that stands next; `reader` must live as long as its values.
+    [[nodiscard]] const RecordValues& read(JsonReader& reader);
+    /// The same for the text of an object that was read before, and is known to be well formed.
+    [[nodiscard]] const RecordValues& read(std::string_view text);
+
+private:
+    /// Records come by the thousand: memory for them is asked for in large pieces.
+    static constexpr std::size_t chunkRecords = 256;
+    using Chunk = std::array<RecordValues, chunkRecords>;
+
+    [[nodiscard]] RecordValues& blank();
+    [[nodiscard]] RecordValue readValue(JsonReader& reader, RecordKey key);
+    [[nodiscard]] RecordValue readIdentifiers(JsonReader& reader);
+
+    std::vector<std::unique_ptr<Chunk>> chunks_;
+    std::size_t used_ = chunkRecords;  // records of the last chunk
+    // Lists of identifiers; a deque, since records point into it while it grows.
+    std::deque<std::vector<Uuid>> identifierLists_;
+    std::deque<JsonReader> readers_;  // of single records, for the texts that they have decoded
+};
+
+}  // namespace kelto

@@ -1,0 +1,43 @@
+#include "kelto/foundation/LargeText.hpp"
+
+#include <cstdint>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+namespace kelto {
+
+namespace {
+
+/// The size of a large page on the processors that matter here, and so the least that can gain.
+constexpr std::uintptr_t largePageBytes = std::uintptr_t{2} * 1024 * 1024;
+
+void preferLargePages([[maybe_unused]] void* start, [[maybe_unused]] std::size_t size) {
+#ifdef __linux__
+    // Whole large pages inside of what is reserved. Advice only: whether it is taken changes
+    // nothing but the time.
+    const auto begin = reinterpret_cast<std::uintptr_t>(start);
+    const std::uintptr_t first = (begin + largePageBytes - 1) / largePageBytes * largePageBytes;
+    const std::uintptr_t last = (begin + size) / largePageBytes * largePageBytes;
+    if (first < last) {
+        (void)::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    }
+#endif
+}
+
+}  // namespace
+
+void reserveLarge(std::string& text, std::size_t size) {
+    text.reserve(size);
+    preferLargePages(text.data(), text.capacity());
+}
+
+std::string largeCopy(std::string_view text) {
+    std::string copy;
+    reserveLarge(copy, text.size());
+    copy = text;
+    return copy;
+}
+
+}  // namespace kelto

@@ -34,12 +34,11 @@ SqlitePayloads::SqlitePayloads(const Schema& schema,
     : files_(files),
       random_(random),
       externalFolder_(std::move(externalFolder)),
-      buffer_(transferBufferBytes),
       identities_(database, clock),
       select_(database, R"(SELECT "size", "bytes" FROM "Payload" WHERE "digest" = ?)"),
       insert_(database, R"(INSERT INTO "Payload" ("digest", "size", "bytes") VALUES (?, ?, ?))"),
       deleteUnused_(database, sql::deleteUnusedPayload(schema)) {
-    static_assert(inlineLimitBytes < transferBufferBytes);
+    static_assert(inlineLimitBytes < HashingCopy::bufferBytes);
 }
 
 std::optional<Payload> SqlitePayloads::seenBefore(const FileStatus& status) {
@@ -59,32 +58,25 @@ ReceivedPayload SqlitePayloads::receive(std::unique_ptr<File> source) {
 }
 
 ReceivedPayload SqlitePayloads::readToEnd(File& source) {
-    const std::size_t read = source.read(buffer_);
-    countWork(Work::payloadBytesRead, read);
-    if (read > inlineLimitBytes) return receiveIntoFile(source, read);
-    const Bytes bytes(buffer_.data(), read);
-    return {Payload{sha256(bytes)}, std::string(textOf(bytes))};
+    const Bytes head = copy_.firstBuffer().first(source.read(copy_.firstBuffer()));
+    countWork(Work::payloadBytesRead, head.size());
+    if (head.size() > inlineLimitBytes) return receiveIntoFile(head, source);
+    return {Payload{sha256(head)}, std::string(textOf(head))};
 }
 
-ReceivedPayload SqlitePayloads::receiveIntoFile(File& source, std::size_t alreadyRead) {
+ReceivedPayload SqlitePayloads::receiveIntoFile(Bytes head, File& source) {
     const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
     return namingInsteadOf(path, source.path(), [&] {
         // Somebody may have tidied the folder away while it was empty.
         files_.createFolders(externalFolder_);
         // Owned from here on, so that a failed read or write leaves no file behind.
         ReceivedPayload received({}, 0, files_, files_.create(path));
-        Sha256 digest;
-        std::size_t read = alreadyRead;
-        while (read > 0) {
-            const Bytes bytes(buffer_.data(), read);
-            digest.update(bytes);
-            received.temporary_->write(bytes);
-            countWork(Work::payloadBytesWritten, read);
-            received.size_ += read;
-            read = read == buffer_.size() ? source.read(buffer_) : 0;
-            if (read > 0) countWork(Work::payloadBytesRead, read);
-        }
-        received.payload_ = {digest.finish()};
+        const HashingCopy::Copied copied =
+            copy_.copy(head, source, *received.temporary_, File::Reading::soon);
+        countWork(Work::payloadBytesRead, copied.size - head.size());
+        countWork(Work::payloadBytesWritten, copied.size);
+        received.size_ = copied.size;
+        received.payload_ = {copied.digest};
         return received;
     });
 }
@@ -117,12 +109,16 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
     const Digest& digest = received.payload_.digest;
     if (find(digest)) {
         if (!received.temporary_ || isWhole(filePath(digest), received.size_)) return;
-        // The stored file was lost or cut by somebody: the same bytes have come again.
+        // The stored file was lost or cut by somebody: the same bytes have come again. A row names
+        // them already, so they have to be on the disk first.
+        received.temporary_->sync();
         moveIntoPlace(received);
         files_.syncFolder(externalFolder_);
         return;
     }
     if (received.temporary_) {
+        // On its way to the disk while the work goes on; flush() waits for it.
+        received.temporary_->startSync(File::Reading::soon);
         moveIntoPlace(received);
         arrived_.push_back(digest);
         insert_.null(2);
@@ -137,8 +133,8 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
 }
 
 void SqlitePayloads::moveIntoPlace(ReceivedPayload& received) {
-    received.temporary_->sync();
     files_.rename(received.temporary_->path(), filePath(received.payload_.digest));
+    justWritten_[received.payload_.digest] = received.temporary_->status();
     received.temporary_.reset();
 }
 
@@ -171,16 +167,27 @@ void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& 
     const std::string path = filePath(payload.digest);
     if (!isWhole(path, size)) throw missing(payload);
     const auto source = files_.openForReading(path);
-    Sha256 digest;
-    while (const std::size_t read = source->read(buffer_)) {
-        const Bytes bytes(buffer_.data(), read);
-        digest.update(bytes);
-        destination.write(bytes);
-        countWork(Work::payloadBytesRead, read);
-        countWork(Work::payloadBytesWritten, read);
-    }
+    const FileStatus before = source->status();
+    const bool isKnown = isUnaltered(payload.digest, before);
+    const bool isTrustworthy = !isKnown && identities_.isTrustworthy(before);
+    const HashingCopy::Copied copied =
+        isKnown ? HashingCopy::Copied{destination.copyFrom(*source), payload.digest}
+                : copy_.copy({}, *source, destination, File::Reading::perhaps);
+    countWork(Work::payloadBytesRead, copied.size);
+    countWork(Work::payloadBytesWritten, copied.size);
+    const bool hasStayed = source->status() == before;
     // The host would put wrong bytes in the place of right ones.
-    if (digest.finish() != payload.digest) throw missing(payload);
+    if (copied.size != size || copied.digest != payload.digest || (isKnown && !hasStayed)) {
+        throw missing(payload);
+    }
+    if (isTrustworthy && hasStayed) identities_.remember(before, payload.digest);
+}
+
+bool SqlitePayloads::isUnaltered(const Digest& digest, const FileStatus& status) {
+    const auto written = justWritten_.find(digest);
+    if (written != justWritten_.end() && written->second == status) return true;
+    const Digest* known = identities_.find(status);
+    return known != nullptr && *known == digest;
 }
 
 std::uint64_t SqlitePayloads::size(const Payload& payload) {
@@ -199,6 +206,7 @@ void SqlitePayloads::dropUnused(const std::vector<Payload>& released) {
 }
 
 void SqlitePayloads::flush() {
+    for (const Digest& digest : arrived_) files_.openForReading(filePath(digest))->sync();
     if (!arrived_.empty()) files_.syncFolder(externalFolder_);
     identities_.write();
 }
@@ -214,12 +222,14 @@ void SqlitePayloads::discardArrived() noexcept {
     for (const Digest& digest : arrived_) removeQuietly(filePath(digest));
     arrived_.clear();
     dropped_.clear();
+    justWritten_.clear();
 }
 
 void SqlitePayloads::suspectArrived() noexcept {
     suspects_.insert(suspects_.end(), arrived_.begin(), arrived_.end());
     arrived_.clear();
     dropped_.clear();
+    justWritten_.clear();
 }
 
 void SqlitePayloads::removeSuspects() noexcept {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "kelto/persistence/FileIdentities.hpp"
@@ -12,6 +13,7 @@
 #include "kelto/persistence/Schema.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/platform/Clock.hpp"
+#include "kelto/platform/HashingCopy.hpp"
 #include "kelto/platform/Random.hpp"
 
 namespace kelto {
@@ -42,8 +44,8 @@ public:
     /// Within the store's transaction: removes the rows of those payloads that nobody names any
     /// more.
     void dropUnused(const std::vector<Payload>& released);
-    /// Before the commit: the new files' names reach the disk, and what was learnt of the host's
-    /// files goes into the transaction.
+    /// Before the commit: the new files and their names reach the disk, and what was learnt of the
+    /// host's files goes into the transaction.
     void flush();
     /// After the commit: the files of dropped rows are now suspects.
     void committed() noexcept;
@@ -66,8 +68,10 @@ public:
 private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
     [[nodiscard]] ReceivedPayload readToEnd(File& source);
-    [[nodiscard]] ReceivedPayload receiveIntoFile(File& source, std::size_t alreadyRead);
+    [[nodiscard]] ReceivedPayload receiveIntoFile(Bytes head, File& source);
     void copyFile(const Payload& payload, std::uint64_t size, File& destination);
+    /// Whether the stored file of that status is known to hold the bytes of its name.
+    [[nodiscard]] bool isUnaltered(const Digest& digest, const FileStatus& status);
     /// What the row of a payload says.
     struct Stored {
         std::uint64_t size;
@@ -88,7 +92,7 @@ private:
     FileSystem& files_;
     Random& random_;
     std::string externalFolder_;
-    std::vector<std::byte> buffer_;
+    HashingCopy copy_;
     FileIdentities identities_;
     SqliteStatement select_;
     SqliteStatement insert_;
@@ -97,6 +101,9 @@ private:
     std::vector<Digest> arrived_;   // were renamed into place in this transaction
     std::vector<Digest> dropped_;   // belong to rows that this transaction removes
     std::vector<Digest> suspects_;  // have perhaps no row any more
+    /// Files that were written by this unit of work or the one before, as they were left. Too young
+    /// for the identities, but nobody else writes in our folder within a tick of the clock.
+    std::unordered_map<Digest, FileStatus> justWritten_;
 };
 
 }  // namespace kelto

@@ -35,6 +35,10 @@ struct FileStatus {
 /// One open file, closed by its destructor. Every failure is a PlatformError that names the path.
 class File {
 public:
+    /// After how many written bytes a writer of many calls startSync(): a long stride, since the
+    /// file system looks for a place each time.
+    static constexpr std::uint64_t syncStrideBytes = std::uint64_t{16} * 1024 * 1024;
+
     virtual ~File() = default;
     [[nodiscard]] virtual const std::string& path() const = 0;
     [[nodiscard]] virtual FileStatus status() = 0;
@@ -43,6 +47,16 @@ public:
     [[nodiscard]] virtual std::size_t read(std::span<std::byte> buffer) = 0;
     /// Writes all of `bytes` at the current position.
     virtual void write(Bytes bytes) = 0;
+    /// Writes what follows in `source`, to its end, by the cheapest means that the file system has;
+    /// answers how many bytes that were. Later writes to one file do not show in the other.
+    virtual std::uint64_t copyFrom(File& source) = 0;
+    /// Whether somebody will soon read what was written.
+    enum class Reading : std::uint8_t { soon, perhaps };
+    /// Lets the bytes written so far begin their way to the disk, without waiting: written only
+    /// when memory is full of them, they would stop the writer for seconds. Of bytes that nobody
+    /// is sure to read soon, all but the last few leave the cache, where a film would push out
+    /// everything else. Only a hint.
+    virtual void startSync(Reading reading) = 0;
     /// Returns once the file's bytes have reached the disk.
     virtual void sync() = 0;
 };

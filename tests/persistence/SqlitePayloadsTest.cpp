@@ -1,8 +1,11 @@
+#include <fstream>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqlitePayloads.hpp"
 #include "kelto/platform/FileTransfer.hpp"
@@ -243,6 +246,67 @@ TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseBytesHaveChanged) {
                     joinedPath(library.externalFolder(), payload.digest.hex()),
                     Durability::relaxed,
                     [&](File& file) { file.write(bytesOf(changed)); });
+    EXPECT_THAT([&] { (void)library.bytes(payload); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+}
+
+TEST_F(SqlitePayloadsTest, WaitsForTheDiskOnceBeforeTheCommit) {
+    ModelContext context(library.container());
+    for (const char filling : {'a', 'b', 'c'}) addThing(context, std::string(300'000, filling));
+    EXPECT_EQ(library.files().count(FileOperation::fileSync), 0U);
+    EXPECT_EQ(library.files().count(FileOperation::syncFolder), 0U);
+    context.save();
+    EXPECT_EQ(library.files().count(FileOperation::fileSync), 3U);
+    EXPECT_EQ(library.files().count(FileOperation::syncFolder), 1U);
+}
+
+TEST_F(SqlitePayloadsTest, CommitsNothingWhoseFileDidNotReachTheDisk) {
+    ModelContext context(library.container());
+    addThing(context, large);
+    library.files().fail({.operation = FileOperation::fileSync});
+    EXPECT_THROW(context.save(), PlatformError);
+    EXPECT_EQ(payloadRows(), 0);
+    EXPECT_EQ(library.externalFileCount(), 0U);
+}
+
+TEST_F(SqlitePayloadsTest, DoesNotHashAgainWhatItHasJustWritten) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, large).data();
+    context.save();
+    const WorkCounters before = workSoFar();
+    EXPECT_EQ(library.bytes(payload), large);
+    EXPECT_EQ((workSoFar() - before)[Work::digests], 0U);
+}
+
+TEST_F(SqlitePayloadsTest, HashesAStoredFileOnceInItsLife) {
+    Payload payload;
+    {
+        ModelContext context(library.container());
+        payload = *addThing(context, large).data();
+        context.save();
+    }
+    library.reopen();
+    const auto status =
+        library.files().status(joinedPath(library.externalFolder(), payload.digest.hex()));
+    library.clock().current.secondsSince1970 =
+        static_cast<double>(status->changedNanoseconds) / 1e9 + 10;
+    const WorkCounters before = workSoFar();
+    EXPECT_EQ(library.bytes(payload), large);
+    EXPECT_EQ((workSoFar() - before)[Work::digests], 1U);
+    EXPECT_EQ(library.bytes(payload), large);
+    EXPECT_EQ((workSoFar() - before)[Work::digests], 1U);
+}
+
+TEST_F(SqlitePayloadsTest, NoticesBytesThatChangeRightAfterTheyWereStored) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, large).data();
+    context.save();
+    const std::string path = joinedPath(library.externalFolder(), payload.digest.hex());
+    const std::int64_t written = library.files().status(path)->changedNanoseconds;
+    // Until the file system's clock has gone on: the same moment could not be told from then.
+    do {
+        std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).put('X');
+    } while (library.files().status(path)->changedNanoseconds == written);
     EXPECT_THAT([&] { (void)library.bytes(payload); },
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
 }

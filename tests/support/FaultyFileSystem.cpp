@@ -137,6 +137,13 @@ public:
         faults_->meet(FileOperation::fileWrite, path());
         inner_->write(bytes);
     }
+    std::uint64_t copyFrom(File& source) override {
+        faults_->meet(FileOperation::fileRead, source.path());
+        faults_->meet(FileOperation::fileWrite, path());
+        auto* watched = dynamic_cast<WatchedFile*>(&source);
+        return inner_->copyFrom(watched != nullptr ? *watched->inner_ : source);
+    }
+    void startSync(Reading reading) override { inner_->startSync(reading); }
     void sync() override {
         faults_->meet(FileOperation::fileSync, path());
         inner_->sync();

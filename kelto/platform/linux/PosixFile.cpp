@@ -1,5 +1,6 @@
 #include "kelto/platform/linux/PosixFile.hpp"
 
+#include <array>
 #include <cerrno>
 #include <limits>
 #include <utility>
@@ -92,6 +93,48 @@ void PosixFile::write(Bytes bytes) {
         // No disk takes nothing and reports no reason; trying for ever would hang the host.
         if (count == 0) throw PlatformError::fileWrite(path_, EIO);
         bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+std::uint64_t PosixFile::copyFrom(File& source) {
+    std::uint64_t copied = 0;
+    if (const auto* file = dynamic_cast<PosixFile*>(&source)) copied = copyInKernel(*file);
+    // What the kernel did not copy, for whatever reason: should it fail here too, it is clear which
+    // of the two files is to blame.
+    std::array<std::byte, 65536> buffer;
+    while (const std::size_t count = source.read(buffer)) {
+        write(Bytes(buffer).first(count));
+        copied += count;
+        if (count < buffer.size()) break;
+    }
+    return copied;
+}
+
+std::uint64_t PosixFile::copyInKernel(const PosixFile& source) {
+    std::uint64_t copied = 0;
+    for (;;) {
+        const ssize_t count = uninterrupted([&] {
+            return ::copy_file_range(source.descriptor_.number(),
+                                     nullptr,
+                                     descriptor_.number(),
+                                     nullptr,
+                                     syncStrideBytes,
+                                     0);
+        });
+        if (count <= 0) return copied;
+        copied += static_cast<std::uint64_t>(count);
+        if (copied >= 2 * syncStrideBytes) startSync(Reading::perhaps);
+    }
+}
+
+void PosixFile::startSync(Reading reading) {
+    const int file = descriptor_.number();
+    // Both range over the whole file: for what is on its way or gone already, they do nothing.
+    (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
+    constexpr off_t stays = off_t{4 * syncStrideBytes};
+    const off_t end = ::lseek(file, 0, SEEK_CUR);
+    if (reading == Reading::perhaps && end > stays) {
+        (void)::posix_fadvise(file, 0, end - stays, POSIX_FADV_DONTNEED);
     }
 }
 

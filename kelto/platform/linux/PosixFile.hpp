@@ -33,9 +33,13 @@ public:
     [[nodiscard]] FileStatus status() override;
     [[nodiscard]] std::size_t read(std::span<std::byte> buffer) override;
     void write(Bytes bytes) override;
+    std::uint64_t copyFrom(File& source) override;
+    void startSync(Reading reading) override;
     void sync() override;
 
 private:
+    [[nodiscard]] std::uint64_t copyInKernel(const PosixFile& source);
+
     FileDescriptor descriptor_;
     std::string path_;
 };

@@ -12,7 +12,7 @@ namespace {
 constexpr double width = 720;
 constexpr double height = 440;
 constexpr double left = 86;
-constexpr double right = 28;
+constexpr double right = 48;
 constexpr double top = 56;
 constexpr double bottom = 62;
 

@@ -8,13 +8,15 @@ namespace kelto::bench {
 
 namespace {
 
+/// Of an even number of samples the mean of the two in the middle.
 template <typename Value, typename Projection>
 Value median(const std::vector<const Sample*>& samples, Projection projection) {
     std::vector<Value> values;
     for (const Sample* sample : samples) values.push_back(projection(*sample));
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    if (values.size() % 2 == 1) return values[middle];
+    return (values[middle - 1] + values[middle]) / 2;
 }
 
 std::vector<Stage> stagesOf(const std::vector<const Sample*>& samples) {

@@ -1,136 +1,83 @@
 #include "benchmarks/Floor.hpp"
 
-#include <fstream>
+#include <algorithm>
+#include <filesystem>
 #include <stdexcept>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "kelto/foundation/JsonReader.hpp"
-#include "kelto/foundation/JsonWriter.hpp"
-#include "kelto/foundation/Sha256.hpp"
-#include "kelto/persistence/SqliteDatabase.hpp"
 
 namespace kelto::bench {
 
 namespace {
 
-/// Reads a value of any kind and prints it again; what begins with a slash is a payload's path.
-class ReadAndPrint {
-public:
-    explicit ReadAndPrint(const std::string& text) : reader_(text) {
-        out_.reserve(text.size() * 5 / 4);
-    }
-
-    void run() {
-        value();
-        reader_.finish();
-    }
-    [[nodiscard]] const std::string& printed() const { return out_; }
-
-private:
-    void value() {
-        switch (reader_.kind()) {
-            case JsonKind::object:
-                return object();
-            case JsonKind::array:
-                return array();
-            case JsonKind::string:
-                return text(reader_.string());
-            case JsonKind::number:
-                out_ += reader_.numberToken();
-                return;
-            case JsonKind::boolean:
-                out_ += reader_.boolean() ? "true" : "false";
-                return;
-            case JsonKind::null:
-                reader_.null();
-                out_ += "null";
-                return;
-        }
-    }
-
-    void object() {
-        out_ += '{';
-        reader_.enterObject();
-        while (const auto key = reader_.nextKey()) {
-            if (out_.back() != '{') out_ += ',';
-            appendJsonString(out_, *key);
-            out_ += ':';
-            value();
-        }
-        out_ += '}';
-    }
-
-    void array() {
-        out_ += '[';
-        reader_.enterArray();
-        while (reader_.nextElement()) {
-            if (out_.back() != '[') out_ += ',';
-            value();
-        }
-        out_ += ']';
-    }
-
-    void text(std::string_view text) {
-        appendJsonString(out_, text);
-        if (!text.starts_with('/')) return;
-        struct stat ignored {};
-        (void)::stat(std::string(text).c_str(), &ignored);
-    }
-
-    JsonReader reader_;
-    std::string out_;
-};
-
-std::string contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
-    file.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
-
-/// Rows of about the size of a thing's, with their payload beside them in a second table.
-void store(const NewWork& work, const std::string& folder) {
-    const std::string path = folder + "/floor.sqlite";
-    std::ofstream(path).flush();
-    SqliteDatabase database(path, std::chrono::milliseconds(1000));
-    database.run("PRAGMA journal_mode = WAL");
-    database.run("PRAGMA synchronous = FULL");
-    database.run("CREATE TABLE item (id INTEGER PRIMARY KEY, texts TEXT) STRICT");
-    database.run("CREATE TABLE payload (digest BLOB PRIMARY KEY, bytes BLOB) STRICT");
-    SqliteStatement item(database, "INSERT INTO item (texts) VALUES (?)");
-    SqliteStatement payload(database, "INSERT OR IGNORE INTO payload VALUES (?, ?)");
-    const std::string texts(400, 'x');
-    database.run("BEGIN IMMEDIATE");
-    for (std::size_t i = 0; i < work.rows; ++i) {
-        item.text(0, texts);
-        item.run();
-    }
-    for (const std::string& source : work.payloadPaths) {
-        const std::string bytes = contents(source);
-        const Digest digest = sha256(bytes);
-        payload.blob(0, std::as_bytes(std::span(digest.bytes)));
-        payload.blob(1, bytesOf(bytes));
-        payload.run();
-        std::ofstream(folder + "/" + digest.hex(), std::ios::binary) << bytes;
-    }
-    database.run("COMMIT");
+std::string made(const std::string& folder) {
+    std::filesystem::create_directories(folder);
+    return folder;
 }
 
 }  // namespace
 
-Milliseconds floorOf(const std::string& request,
-                     const NewWork& work,
-                     const std::string& scratchFolder) {
-    const auto start = std::chrono::steady_clock::now();
-    ReadAndPrint pass(request);
-    pass.run();
-    if (work.rows > 0 || !work.payloadPaths.empty()) store(work, scratchFolder);
-    const Milliseconds time = std::chrono::steady_clock::now() - start;
-    if (pass.printed().size() < request.size() / 2) throw std::runtime_error("nothing was printed");
+Floor::Floor(const std::string& folder, const std::string& exchangeFolder)
+    : folder_(made(folder)), rows_(folder + "/rows.sqlite"), files_(exchangeFolder, folder) {}
+
+void Floor::fill(std::string_view request) {
+    FloorRequest reader(request);
+    rows_.begin();
+    for (std::size_t id = 1; reader.nextRecord(record_, FloorDetail::values); ++id) {
+        rows_.put(id, record_, nullptr);
+    }
+    rows_.commit();
+    rows_.settle();
+}
+
+Milliseconds Floor::run(std::string_view request, std::string_view response, const NewWork& work) {
+    const bool stores = !work.changed.empty();
+    if (stores) files_.writeInto(folder_ + "/out" + std::to_string(++runs_));
+    if (printed_.capacity() < response.size()) printed_.reserve(response.size());
+    // The size of what is printed for one record, so that all of the response has been printed in
+    // the end. The first run on a request has to guess.
+    const std::size_t share = records_ == 0 ? response.size() : response.size() / records_ + 1;
+
+    const auto start = Clock::now();
+    printed_.clear();
+    if (stores) rows_.begin();
+    FloorRequest reader(request);
+    std::size_t position = 0;
+    for (;; ++position) {
+        const bool isChanged = isMarked(work.changed, position);
+        const auto detail = isChanged ? FloorDetail::values : FloorDetail::paths;
+        if (!reader.nextRecord(record_, detail)) break;
+        if (isChanged) {
+            store(position, work);
+        } else {
+            for (std::size_t i = 0; i < record_.payloadCount; ++i) {
+                static_cast<void>(files_.examine(record_.payloadPaths[i]));
+            }
+        }
+        printed_ += response.substr(std::min(printed_.size(), response.size()), share);
+    }
+    if (stores) {
+        files_.flush();
+        rows_.commit();
+    }
+    const Milliseconds time = Clock::now() - start;
+
+    if (printed_.size() != response.size())
+        throw std::runtime_error("the floor printed too little");
+    records_ = position;
     return time;
+}
+
+void Floor::store(std::size_t position, const NewWork& work) {
+    Digest digest;
+    for (std::size_t i = 0; i < record_.payloadCount; ++i) {
+        const std::string_view path = record_.payloadPaths[i];
+        const std::size_t size = files_.examine(path);
+        if (isMarked(work.newPayloads, position)) {
+            digest = files_.take(path, size);
+        } else {
+            files_.writeAgain(path, size);
+        }
+    }
+    rows_.put(position + 1, record_, record_.payloadCount > 0 ? &digest : nullptr);
 }
 
 }  // namespace kelto::bench

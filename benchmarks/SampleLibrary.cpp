@@ -1,158 +1,152 @@
 #include "benchmarks/SampleLibrary.hpp"
 
-#include <array>
-#include <filesystem>
-#include <fstream>
-#include <random>
-#include <utility>
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
 
-#include "kelto/foundation/Json.hpp"
-#include "kelto/foundation/JsonWriter.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto::bench {
 
 namespace {
 
-constexpr std::size_t tagCount = 60;
-constexpr std::size_t topProjects = 10;
-constexpr std::size_t projectCount = topProjects * 111;  // ten below each, ten below each of those
-constexpr std::size_t payloadBytes = 20 * 1024;
-constexpr std::int64_t firstMoment = 1'700'000'000'000;
-
 enum class Entity : std::uint8_t { project = 1, tag = 2, thing = 3 };
+
+/// SplitMix64: every state gives a number that looks like chance.
+std::uint64_t scattered(std::uint64_t& state) {
+    state += 0x9E3779B97F4A7C15ULL;
+    std::uint64_t mixed = state;
+    mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBULL;
+    return mixed ^ (mixed >> 31);
+}
 
 /// The same identifiers in every run, spread like random ones.
 std::string identifier(Entity entity, std::size_t number) {
-    std::mt19937_64 engine(number * 8 + static_cast<std::size_t>(entity));
+    std::uint64_t state = number * 8 + static_cast<std::uint64_t>(entity);
+    const std::uint64_t halves[2] = {scattered(state), scattered(state)};
     Uuid uuid;
-    for (auto& byte : uuid.bytes) byte = static_cast<std::uint8_t>(engine());
+    std::memcpy(uuid.bytes.data(), halves, sizeof halves);
     return uuid.lowerCaseText();
-}
-
-void member(std::string& out, std::string_view key, std::string_view text) {
-    out += ",\"";
-    out += key;
-    out += "\":";
-    appendJsonString(out, text);
-}
-
-void number(std::string& out, std::string_view key, std::int64_t value) {
-    out += ",\"";
-    out += key;
-    out += "\":";
-    appendJsonInteger(out, value);
-}
-
-void open(std::string& out, std::string_view type, const std::string& uuid, std::size_t i) {
-    out += out.back() == '[' ? "{" : ",{";
-    out += "\"recordType\":";
-    appendJsonString(out, type);
-    member(out, "uuid", uuid);
-    number(out, "createdAt", firstMoment + static_cast<std::int64_t>(i));
-}
-
-void appendProject(std::string& out, std::size_t i) {
-    open(out, "Project", identifier(Entity::project, i), i);
-    member(out, "name", "Projekt Ünïcode " + std::to_string(i));
-    number(out, "sortOrder", static_cast<std::int64_t>(i % 10));
-    member(out, "linkedFolderOwner", "");
-    if (i >= topProjects) member(out, "parent", identifier(Entity::project, i / 10 - 1));
-    out += '}';
-}
-
-void appendThing(std::string& out, std::size_t i, const std::string* payload) {
-    const std::string n = std::to_string(i);
-    open(out, "Thing", identifier(Entity::thing, i), i);
-    number(out, "updatedAt", firstMoment + static_cast<std::int64_t>(i));
-    member(out, "kind", payload != nullptr ? "image" : "note");
-    member(out, "title", "Ein schöner Titel Nr. " + n);
-    member(out, "subtitle", "Untertitel, zweite Zeile");
-    member(out, "content", "Inhalt mit Umläuten – äöüß – und 日本語のテキスト, Nr. " + n);
-    member(out, "note", i % 4 == 0 ? "Eine Notiz am Rand" : "");
-    member(out, "urlString", "https://example.com/sammlung/" + n);
-    member(out, "fileName", payload != nullptr ? "Bild " + n + ".jpeg" : "");
-    member(out, "typeIdentifier", payload != nullptr ? "public.jpeg" : "");
-    number(out, "fileSize", payload != nullptr ? static_cast<std::int64_t>(payloadBytes) : 0);
-    out += ",\"aspectRatio\":";
-    appendJsonDouble(out, payload != nullptr ? 16.0 / 9.0 : 1.0);
-    out += ",\"isStarred\":false";
-    member(out, "metadataJson", R"({"width":1600,"height":900})");
-    member(out, "project", identifier(Entity::project, i * 7 % projectCount));
-    out += ",\"tags\":[";
-    for (std::size_t tag = 0; tag < 4; ++tag) {
-        if (tag > 0) out += ',';
-        appendJsonString(out, identifier(Entity::tag, (i + tag * 13) % tagCount));
-    }
-    out += ']';
-    if (payload != nullptr) member(out, "data", *payload);
-    out += '}';
-}
-
-std::string envelope(const std::string& storePath, const std::string& directory) {
-    std::string out = "{\"version\":1";
-    member(out, "storePath", storePath);
-    member(out, "directory", directory);
-    return out;
 }
 
 }  // namespace
 
-SampleLibrary::SampleLibrary(std::size_t items, std::string folder)
-    : items_(items), dataFolder_(folder + "/data"), exchangeFolder_(folder + "/exchange") {
-    std::filesystem::create_directories(exchangeFolder_ + "/incoming");
-    std::mt19937_64 engine(items);
-    std::array<std::uint64_t, payloadBytes / sizeof(std::uint64_t)> bytes{};
-    for (std::size_t i = 0; i < items; i += 3) {
-        for (auto& word : bytes) word = engine();
-        payloadPaths_.push_back(exchangeFolder_ + "/incoming/" + std::to_string(i));
-        std::ofstream(payloadPaths_.back(), std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), payloadBytes);
-    }
+SampleShape SampleShape::usual(std::size_t items) {
+    SampleShape shape;
+    shape.name = "usual";
+    shape.items = items;
+    return shape;
 }
 
-std::size_t SampleLibrary::recordCount() const {
-    return projectCount + tagCount + items_;
+SampleShape SampleShape::linked(std::size_t items) {
+    SampleShape shape;
+    shape.name = "linked";
+    shape.items = items;
+    shape.payloadEvery = 1;
+    shape.largeEvery = 0;
+    shape.isLinkedFolder = true;
+    return shape;
 }
 
-std::string SampleLibrary::importRequest(const std::string& storePath) const {
-    std::string out = envelope(storePath, exchangeFolder_);
-    out += ",\"records\":[";
-    for (std::size_t i = 0; i < projectCount; ++i) appendProject(out, i);
-    for (std::size_t i = 0; i < tagCount; ++i) {
-        open(out, "Tag", identifier(Entity::tag, i), i);
-        member(out, "name", "Schlagwort é " + std::to_string(i));
-        out += '}';
-    }
-    for (std::size_t i = 0; i < items_; ++i) {
-        appendThing(out, i, i % 3 == 0 ? &payloadPaths_[i / 3] : nullptr);
-    }
-    out += "]}";
-    return out;
+SampleShape SampleShape::tiny(std::size_t items) {
+    SampleShape shape;
+    shape.name = "tiny";
+    shape.items = items;
+    shape.payloadBytes = 256;
+    shape.largeEvery = 0;
+    return shape;
 }
 
-std::string followingRequest(const std::string& response,
-                             const std::string& storePath,
-                             std::size_t editedEvery) {
-    const JsonValue snapshot = JsonValue::parse(response);
-    std::string out = envelope(storePath, *snapshot.member("directory")->string());
-    std::string known;
-    out += ",\"records\":[";
-    std::size_t things = 0;
-    JsonElements records = *snapshot.member("records")->array();
-    for (JsonValue& record : records) {
-        if (const JsonValue* fingerprint = record.member("fingerprint")) {
-            known += known.empty() ? "\"Thing:" : ",\"Thing:";
-            known += *record.member("uuid")->string() + "\":\"" + *fingerprint->string() + "\"";
-            if (editedEvery > 0 && things++ % editedEvery == 0) {
-                record.setMember("title", *record.member("title")->string() + "!");
-            }
-        }
-        if (out.back() != '[') out += ',';
-        out += record.text();
+SampleShape SampleShape::named(std::string_view name, std::size_t items) {
+    for (const auto make : {usual, linked, tiny}) {
+        if (const SampleShape shape = make(items); shape.name == name) return shape;
     }
-    out += "],\"knownFingerprints\":{" + known + "}}";
-    return out;
+    throw std::runtime_error("there is no sample library of this name");
+}
+
+std::size_t SampleLibrary::projects() const {
+    return shape_.isLinkedFolder ? 1 : std::max<std::size_t>(20, items() / 40);
+}
+
+std::string SampleLibrary::projectIdentifier(std::size_t project) {
+    return identifier(Entity::project, project);
+}
+
+std::string SampleLibrary::tagIdentifier(std::size_t tag) {
+    return identifier(Entity::tag, tag);
+}
+
+std::string SampleLibrary::itemIdentifier(std::size_t item) {
+    return identifier(Entity::thing, item);
+}
+
+std::string SampleLibrary::projectName(std::size_t project) {
+    return "Projekt Ünïcode " + std::to_string(project);
+}
+
+std::string SampleLibrary::tagName(std::size_t tag) {
+    return "Schlagwort é " + std::to_string(tag);
+}
+
+std::string SampleLibrary::itemTitle(std::size_t item, std::size_t edits) {
+    std::string title = "Ein schöner Titel Nr. " + std::to_string(item);
+    if (edits > 0) title += ", Fassung " + std::to_string(edits + 1);
+    return title;
+}
+
+std::size_t SampleLibrary::topProjects() const {
+    return std::max<std::size_t>(1, projects() / 20);
+}
+
+std::size_t SampleLibrary::middleProjects() const {
+    return std::max<std::size_t>(1, projects() / 5);
+}
+
+bool SampleLibrary::hasParent(std::size_t project) const {
+    return project >= topProjects();
+}
+
+std::size_t SampleLibrary::parentOf(std::size_t project) const {
+    const std::size_t below = project - topProjects();
+    if (below < middleProjects()) return below % topProjects();
+    return topProjects() + below % middleProjects();
+}
+
+std::size_t SampleLibrary::projectOf(std::size_t item) const {
+    return item * 7 % projects();
+}
+
+std::size_t SampleLibrary::tagOf(std::size_t item, std::size_t place) {
+    return (item + place * 13) % tagCount;
+}
+
+bool SampleLibrary::hasPayload(std::size_t item) const {
+    return item % shape_.payloadEvery == 0;
+}
+
+std::size_t SampleLibrary::payloadSize(std::size_t item) const {
+    if (!hasPayload(item)) return 0;
+    const bool isLarge = shape_.largeEvery != 0 && item % shape_.largeEvery == 0;
+    return isLarge ? shape_.largeBytes : shape_.payloadBytes;
+}
+
+std::string SampleLibrary::payload(std::size_t item, std::size_t replacements) const {
+    std::string bytes(payloadSize(item), '\0');
+    std::uint64_t state = item << 24U | replacements;
+    for (std::size_t at = 0; at + sizeof state <= bytes.size(); at += sizeof state) {
+        const std::uint64_t word = scattered(state);
+        std::memcpy(&bytes[at], &word, sizeof word);
+    }
+    return bytes;
+}
+
+std::uint64_t SampleLibrary::payloadBytes() const {
+    std::uint64_t sum = 0;
+    for (std::size_t item = 0; item < items(); item += shape_.payloadEvery) {
+        sum += payloadSize(item);
+    }
+    return sum;
 }
 
 }  // namespace kelto::bench

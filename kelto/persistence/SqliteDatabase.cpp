@@ -174,6 +174,23 @@ bool SqliteDatabase::isInTransaction() const {
     return sqlite3_get_autocommit(handle_) == 0;
 }
 
+void SqliteDatabase::checkpoint() noexcept {
+    sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+}
+
+void SqliteDatabase::leaveLogAlone() {
+    const auto note = [](void* pages, sqlite3*, const char*, int count) {
+        *static_cast<int*>(pages) = count;
+        return SQLITE_OK;
+    };
+    // Takes the place of the hook that makes the automatic checkpoints.
+    sqlite3_wal_hook(handle_, note, &logPages_);
+}
+
+int SqliteDatabase::takeLogPages() {
+    return std::exchange(logPages_, 0);
+}
+
 PlatformError SqliteDatabase::error(int code) const {
     const char* detail = handle_ != nullptr ? sqlite3_errmsg(handle_) : sqlite3_errstr(code);
     return {errorDomain::sqlite,

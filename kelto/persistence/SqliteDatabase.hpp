@@ -52,8 +52,8 @@ private:
     sqlite3_stmt* statement_ = nullptr;
 };
 
-/// One connection to one database file. Main thread only. Every failure is a PlatformError that
-/// names the file and what the database says.
+/// One connection to one database file, for one thread at a time. Every failure is a PlatformError
+/// that names the file and what the database says.
 class SqliteDatabase {
 public:
     /// Opens an existing file for reading and writing. `busyLimit` is how long another writer is
@@ -70,6 +70,15 @@ public:
     /// The first column of the first row, an integer; 0 when there is no row.
     [[nodiscard]] std::int64_t integer(std::string_view sql);
     [[nodiscard]] bool isInTransaction() const;
+
+    /// Copies the write-ahead log into the database as far as nobody is in the way, waiting for
+    /// nobody. What cannot be copied stays in the log.
+    void checkpoint() noexcept;
+    /// From now on no commit of this connection does so by itself.
+    void leaveLogAlone();
+    /// How many pages the log had after the last commit that wrote something; 0 when there was none
+    /// since the last call.
+    [[nodiscard]] int takeLogPages();
     [[nodiscard]] const std::string& path() const { return path_; }
     /// The failure that the connection reports now, as an error to throw.
     [[nodiscard]] PlatformError error(int code) const;
@@ -80,6 +89,7 @@ private:
     std::string path_;
     std::chrono::milliseconds busyLimit_;
     sqlite3* handle_ = nullptr;
+    int logPages_ = 0;
 };
 
 /// Ends the use of a statement at the end of a scope, however it is left.

@@ -70,6 +70,7 @@ SqliteStore::SqliteStore(const Schema& schema,
     files_->createFolders(externalFolder);
     payloads_ = std::make_unique<SqlitePayloads>(
         schema, *database_, *files_, *clock_, *random_, externalFolder);
+    checkpoints_ = std::make_unique<SqliteCheckpoints>(*database_);
     changeLog_ = std::make_unique<SqliteChangeLog>(schema, *database_);
     prepare();
     begin_->run();
@@ -154,6 +155,7 @@ void SqliteStore::commit(const ChangeSet& changes) {
         rollback();
         throw;
     }
+    checkpoints_->committed();
     changeLog_->committed();
     payloads_->committed();
     removeDroppedFiles();

@@ -9,6 +9,7 @@
 
 #include "kelto/persistence/PersistentStore.hpp"
 #include "kelto/persistence/SqliteChangeLog.hpp"
+#include "kelto/persistence/SqliteCheckpoints.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqlitePayloads.hpp"
 #include "kelto/platform/Clock.hpp"
@@ -74,6 +75,7 @@ private:
     std::shared_ptr<Random> random_;
     std::unique_ptr<SqliteDatabase> database_;
     std::optional<FileStatus> opened_;  // the database's file when it was opened
+    std::unique_ptr<SqliteCheckpoints> checkpoints_;
     std::unique_ptr<SqlitePayloads> payloads_;
     std::unique_ptr<SqliteChangeLog> changeLog_;
     std::unique_ptr<SqliteStatement> begin_;

@@ -10,7 +10,6 @@
 #include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/PlatformError.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
-#include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
 
@@ -51,7 +50,7 @@ SnapshotExport::SnapshotExport(ModelContext& context,
     : context_(context),
       request_(request),
       files_(files),
-      random_(random),
+      outgoing_(files, random),
       memory_(memory),
       receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
 
@@ -78,6 +77,7 @@ std::shared_ptr<const std::string> SnapshotExport::response(std::string_view sta
     memory.things = appendAll<Thing>(memory_.things);
     records_->finish();
     *text += behind;
+    outgoing_.finish();
 
     memory.text = text;
     memory.receivedFolder = receivedFolder_;
@@ -190,10 +190,7 @@ void SnapshotExport::writePayloads(const Thing& thing) {
     for (const PayloadField& field : payloadFields(thing)) {
         if (!field.payload->has_value()) continue;
         // Not flushed: after a power cut the host asks for these files again, the store has them.
-        writeAtomically(
-            files_, random_, prefix + std::string(field.key), Durability::relaxed, [&](File& file) {
-                context_.payloads().copyTo(**field.payload, file);
-            });
+        context_.payloads().handOut(**field.payload, prefix + std::string(field.key), outgoing_);
     }
 }
 

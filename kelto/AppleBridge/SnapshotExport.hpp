@@ -15,6 +15,7 @@
 #include "kelto/model/Thing.hpp"
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/platform/FileSystem.hpp"
+#include "kelto/platform/OutgoingFiles.hpp"
 #include "kelto/platform/Random.hpp"
 
 namespace kelto {
@@ -58,7 +59,7 @@ private:
     ModelContext& context_;
     const ExchangeRequest& request_;
     FileSystem& files_;
-    Random& random_;
+    OutgoingFiles outgoing_;
     ResponseMemory& memory_;
     std::string receivedFolder_;
     std::optional<RecordSplice> records_;

@@ -35,7 +35,8 @@ SqlitePayloads::SqlitePayloads(const Schema& schema,
       random_(random),
       externalFolder_(std::move(externalFolder)),
       identities_(database, clock),
-      select_(database, R"(SELECT "size", "bytes" FROM "Payload" WHERE "digest" = ?)"),
+      select_(database, R"(SELECT "size", "bytes" IS NULL FROM "Payload" WHERE "digest" = ?)"),
+      selectBytes_(database, R"(SELECT "size", "bytes" FROM "Payload" WHERE "digest" = ?)"),
       insert_(database, R"(INSERT INTO "Payload" ("digest", "size", "bytes") VALUES (?, ?, ?))"),
       deleteUnused_(database, sql::deleteUnusedPayload(schema)) {
     static_assert(inlineLimitBytes < HashingCopy::bufferBytes);
@@ -112,15 +113,14 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
         // The stored file was lost or cut by somebody: the same bytes have come again. A row names
         // them already, so they have to be on the disk first.
         received.temporary_->sync();
-        moveIntoPlace(received);
+        (void)moveIntoPlace(received);
         files_.syncFolder(externalFolder_);
         return;
     }
     if (received.temporary_) {
         // On its way to the disk while the work goes on; flush() waits for it.
         received.temporary_->startSync(File::Reading::soon);
-        moveIntoPlace(received);
-        arrived_.push_back(digest);
+        arrived_[digest] = moveIntoPlace(received);
         insert_.null(2);
     } else {
         insert_.blob(2, bytesOf(received.bytes_));
@@ -132,17 +132,17 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
     countWork(Work::rowsWritten);
 }
 
-void SqlitePayloads::moveIntoPlace(ReceivedPayload& received) {
+FileStatus SqlitePayloads::moveIntoPlace(ReceivedPayload& received) {
     files_.rename(received.temporary_->path(), filePath(received.payload_.digest));
-    justWritten_[received.payload_.digest] = received.temporary_->status();
-    received.temporary_.reset();
+    const std::unique_ptr<File> moved = std::move(received.temporary_);
+    return moved->status();
 }
 
 std::optional<SqlitePayloads::Stored> SqlitePayloads::find(const Digest& digest) {
     const StatementUse use(select_);
     select_.blob(0, std::as_bytes(std::span(digest.bytes)));
     if (!select_.step()) return std::nullopt;
-    return Stored{static_cast<std::uint64_t>(select_.integer(0)), select_.isNull(1)};
+    return Stored{static_cast<std::uint64_t>(select_.integer(0)), select_.integer(1) != 0};
 }
 
 bool SqlitePayloads::isWhole(const std::string& path, std::uint64_t size) {
@@ -150,17 +150,33 @@ bool SqlitePayloads::isWhole(const std::string& path, std::uint64_t size) {
     return status && status->kind == FileStatus::Kind::regular && status->size == size;
 }
 
+SqlitePayloads::StoredBytes SqlitePayloads::storedBytes(const Payload& payload) {
+    selectBytes_.blob(0, digestBytes(payload));
+    if (!selectBytes_.step()) throw missing(payload);
+    return {static_cast<std::uint64_t>(selectBytes_.integer(0)),
+            selectBytes_.isNull(1),
+            selectBytes_.blob(1)};
+}
+
 void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
-    const StatementUse use(select_);
-    select_.blob(0, digestBytes(payload));
-    if (!select_.step()) throw missing(payload);
-    const auto size = static_cast<std::uint64_t>(select_.integer(0));
-    if (select_.isNull(1)) {
-        copyFile(payload, size, destination);
-    } else {
-        destination.write(select_.blob(1));
-        countWork(Work::payloadBytesWritten, size);
+    const StatementUse use(selectBytes_);
+    const StoredBytes row = storedBytes(payload);
+    if (row.isInFile) return copyFile(payload, row.size, destination);
+    destination.write(row.bytes);
+    countWork(Work::payloadBytesWritten, row.size);
+}
+
+void SqlitePayloads::handOut(const Payload& payload,
+                             const std::string& path,
+                             OutgoingFiles& files) {
+    const StatementUse use(selectBytes_);
+    const StoredBytes row = storedBytes(payload);
+    if (row.isInFile) {
+        return files.writeNow(path,
+                              [&](File& destination) { copyFile(payload, row.size, destination); });
     }
+    files.write(path, row.bytes);
+    countWork(Work::payloadBytesWritten, row.size);
 }
 
 void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& destination) {
@@ -206,30 +222,29 @@ void SqlitePayloads::dropUnused(const std::vector<Payload>& released) {
 }
 
 void SqlitePayloads::flush() {
-    for (const Digest& digest : arrived_) files_.openForReading(filePath(digest))->sync();
+    for (const auto& [digest, status] : arrived_) files_.openForReading(filePath(digest))->sync();
     if (!arrived_.empty()) files_.syncFolder(externalFolder_);
     identities_.write();
 }
 
 void SqlitePayloads::committed() noexcept {
     identities_.committed();
+    justWritten_.swap(arrived_);
     arrived_.clear();
     suspects_.insert(suspects_.end(), dropped_.begin(), dropped_.end());
     dropped_.clear();
 }
 
 void SqlitePayloads::discardArrived() noexcept {
-    for (const Digest& digest : arrived_) removeQuietly(filePath(digest));
+    for (const auto& [digest, status] : arrived_) removeQuietly(filePath(digest));
     arrived_.clear();
     dropped_.clear();
-    justWritten_.clear();
 }
 
 void SqlitePayloads::suspectArrived() noexcept {
-    suspects_.insert(suspects_.end(), arrived_.begin(), arrived_.end());
+    for (const auto& [digest, status] : arrived_) suspects_.push_back(digest);
     arrived_.clear();
     dropped_.clear();
-    justWritten_.clear();
 }
 
 void SqlitePayloads::removeSuspects() noexcept {

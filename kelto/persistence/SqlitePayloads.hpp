@@ -39,6 +39,7 @@ public:
     [[nodiscard]] bool isSound(const Payload& payload, std::uint64_t size) override;
     void keep(ReceivedPayload& received) override;
     void copyTo(const Payload& payload, File& destination) override;
+    void handOut(const Payload& payload, const std::string& path, OutgoingFiles& files) override;
     [[nodiscard]] std::uint64_t size(const Payload& payload) override;
 
     /// Within the store's transaction: removes the rows of those payloads that nobody names any
@@ -77,12 +78,20 @@ private:
         std::uint64_t size;
         bool isInFile;
     };
+    /// The same with the bytes that lie in it, until the statement is used again.
+    struct StoredBytes {
+        std::uint64_t size;
+        bool isInFile;
+        Bytes bytes;
+    };
+    [[nodiscard]] StoredBytes storedBytes(const Payload& payload);
     [[nodiscard]] std::optional<Stored> find(const Digest& digest);
     /// Whether nothing is missing of what the storage would have to keep.
     [[nodiscard]] bool holds(const ReceivedPayload& received);
     /// Reads the file that was left unread, and believes what it finds.
     void readNow(ReceivedPayload& received);
-    void moveIntoPlace(ReceivedPayload& received);
+    /// What the file system says of the file in its place.
+    FileStatus moveIntoPlace(ReceivedPayload& received);
     /// Whether a file of that size stands there.
     [[nodiscard]] bool isWhole(const std::string& path, std::uint64_t size);
     /// Whether a row names the digest as one whose bytes lie in a file.
@@ -95,14 +104,15 @@ private:
     HashingCopy copy_;
     FileIdentities identities_;
     SqliteStatement select_;
+    SqliteStatement selectBytes_;
     SqliteStatement insert_;
     SqliteStatement deleteUnused_;
     // Digests of large payloads, whose files:
-    std::vector<Digest> arrived_;   // were renamed into place in this transaction
+    std::unordered_map<Digest, FileStatus> arrived_;  // were renamed into place in this transaction
     std::vector<Digest> dropped_;   // belong to rows that this transaction removes
     std::vector<Digest> suspects_;  // have perhaps no row any more
-    /// Files that were written by this unit of work or the one before, as they were left. Too young
-    /// for the identities, but nobody else writes in our folder within a tick of the clock.
+    /// Files that came with the last transaction, as they were left. Too young for the identities,
+    /// but nobody else writes in our folder within a tick of the clock.
     std::unordered_map<Digest, FileStatus> justWritten_;
 };
 

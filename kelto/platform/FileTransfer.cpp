@@ -79,7 +79,14 @@ void writeAtomically(FileSystem& files,
                      std::string_view path,
                      Durability durability,
                      const std::function<void(File&)>& fill) {
-    const std::string temporaryPath = temporaryPathBeside(path, random);
+    writeAtomically(files, temporaryPathBeside(path, random), path, durability, fill);
+}
+
+void writeAtomically(FileSystem& files,
+                     const std::string& temporaryPath,
+                     std::string_view path,
+                     Durability durability,
+                     const std::function<void(File&)>& fill) {
     namingInsteadOf(temporaryPath, path, [&] {
         std::unique_ptr<File> file = files.create(temporaryPath);
         TemporaryFile temporary(files, temporaryPath);

@@ -31,6 +31,12 @@ void writeAtomically(FileSystem& files,
                      std::string_view path,
                      Durability durability,
                      const std::function<void(File&)>& fill);
+/// The same by a temporary file of this name (temporaryPathBeside()).
+void writeAtomically(FileSystem& files,
+                     const std::string& temporaryPath,
+                     std::string_view path,
+                     Durability durability,
+                     const std::function<void(File&)>& fill);
 
 /// The name of a temporary file beside `path`, different every time.
 [[nodiscard]] std::string temporaryPathBeside(std::string_view path, Random& random);

@@ -206,7 +206,6 @@ JsonMembers membersOf(const Row& row) {
                                               "filesWritten",
                                               "filesExamined",
                                               "recordsRead",
-                                              "recordsPrinted",
                                               "objectsLoaded"};
     for (std::size_t kind = 0; kind < workKindCount; ++kind) {
         add(names[kind], number(row.work.amounts[kind]));

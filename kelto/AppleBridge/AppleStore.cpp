@@ -31,7 +31,7 @@ AppleStore& AppleStore::shared() {
 
 AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
-Task<ResponseText> AppleStore::exchange(std::string text) {
+Task<std::string> AppleStore::exchange(std::string text) {
     StageWatch watch(*platform_.clock);
     ExchangeStages stages;
     ExchangeRequest request(std::move(text), requestMemory_);
@@ -48,10 +48,10 @@ Task<ResponseText> AppleStore::exchange(std::string text) {
     co_return mergedSnapshot(container(request, fixedPath), request, watch, stages);
 }
 
-ResponseText AppleStore::mergedSnapshot(ModelContainer& library,
-                                        ExchangeRequest& request,
-                                        StageWatch& watch,
-                                        ExchangeStages& stages) {
+std::string AppleStore::mergedSnapshot(ModelContainer& library,
+                                       ExchangeRequest& request,
+                                       StageWatch& watch,
+                                       ExchangeStages& stages) {
     FileSystem& files = *platform_.files;
     ModelContext context(library);
     try {
@@ -62,7 +62,7 @@ ResponseText AppleStore::mergedSnapshot(ModelContainer& library,
         stages.merging = watch.lap();
         auto memory = merge.save();
         stages.saving = watch.lap();
-        auto response = SnapshotExport(context, request, files, *platform_.random, responseMemory_)
+        auto response = SnapshotExport(context, request, files, *platform_.random)
                             .response(status(), lastSync());
         std::move(request).moveInto(*memory);
         const bool isKept = memory->text->size() <= RequestMemory::textLimitBytes;
@@ -71,14 +71,9 @@ ResponseText AppleStore::mergedSnapshot(ModelContainer& library,
         lastStages_ = stages;
         return response;
     } catch (...) {
-        forgetLastExchange();
+        requestMemory_.reset();
         throw;
     }
-}
-
-void AppleStore::forgetLastExchange() {
-    requestMemory_.reset();
-    responseMemory_ = {};
 }
 
 std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {

@@ -7,8 +7,6 @@
 #include "kelto/AppleBridge/ExchangeStages.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
-#include "kelto/AppleBridge/ResponseMemory.hpp"
-#include "kelto/AppleBridge/ResponseText.hpp"
 #include "kelto/AppleBridge/SyncStatus.hpp"
 #include "kelto/foundation/Date.hpp"
 #include "kelto/foundation/Task.hpp"
@@ -36,7 +34,7 @@ public:
     /// refusal and a PlatformError for a failure; the store is then as it was, except that a
     /// failure to write payload files for the host comes after the host's records were saved. Waits
     /// for others at two points only, both for the account service. The store outlives the task.
-    [[nodiscard]] Task<ResponseText> exchange(std::string request);
+    [[nodiscard]] Task<std::string> exchange(std::string request);
 
     /// Of the last exchange that came to an answer.
     [[nodiscard]] const ExchangeStages& lastStages() const { return lastStages_; }
@@ -53,11 +51,10 @@ private:
                                             const std::string& fixedPath);
     void observeMirroring();
     /// Merges the host's records and answers the snapshot. Waits for nobody.
-    [[nodiscard]] ResponseText mergedSnapshot(ModelContainer& library,
-                                              ExchangeRequest& request,
-                                              StageWatch& watch,
-                                              ExchangeStages& stages);
-    void forgetLastExchange();
+    [[nodiscard]] std::string mergedSnapshot(ModelContainer& library,
+                                             ExchangeRequest& request,
+                                             StageWatch& watch,
+                                             ExchangeStages& stages);
 
     Platform platform_;
     std::unique_ptr<ModelContainer> container_;
@@ -69,7 +66,6 @@ private:
     // What the last exchange has left behind, so that the next one need only look at differences.
     LibraryIndex index_;
     std::shared_ptr<const RequestMemory> requestMemory_;
-    ResponseMemory responseMemory_;
     ExchangeStages lastStages_;
 };
 

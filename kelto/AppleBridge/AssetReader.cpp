@@ -6,6 +6,7 @@
 #include "kelto/AppleBridge/BridgeError.hpp"
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/platform/SharedWork.hpp"
 
 namespace kelto {
 
@@ -19,6 +20,18 @@ std::optional<FilePlace> placeOf(std::string_view path) {
     const bool isPlain = !place.folder.empty() && !place.name.empty() && place.name != "." &&
                          place.name != ".." && path.find('\0') == path.npos;
     return isPlain ? std::optional(place) : std::nullopt;
+}
+
+/// None for whatever else stands there.
+std::optional<FileStatus> plainFile(Folder* folder, std::string_view name) {
+    if (folder == nullptr) return std::nullopt;
+    try {
+        const auto status = folder->status(name);
+        const bool isPlain = status && status->kind == FileStatus::Kind::regular;
+        return isPlain ? status : std::nullopt;
+    } catch (const PlatformError&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace
@@ -65,16 +78,32 @@ IncomingFile AssetReader::resolvedFile(std::string_view path) {
     return file;
 }
 
-bool AssetReader::isUnchanged(const FilePlace& place, const Payload& payload) {
-    try {
-        const auto folder = folderAt(place.folder);
-        const auto status = folder ? folder->status(place.name) : std::nullopt;
-        // Whoever takes the permission to read a file away changes its time, too.
-        return status && status->kind == FileStatus::Kind::regular &&
-               payloads_.seenBefore(*status) == payload && payloads_.isSound(payload, status->size);
-    } catch (const PlatformError&) {
-        return false;
+std::vector<std::optional<FileStatus>> AssetReader::look(const RequestMemory& memory) {
+    std::vector<std::optional<FileStatus>> statuses(memory.files.size());
+    if (memory.folders.size() > folderLimit) {
+        for (std::size_t i = 0; i < memory.files.size(); ++i) {
+            const SeenFile& file = memory.files[i];
+            const auto folder = folderAt(memory.folders[file.folder]);
+            statuses[i] = plainFile(folder.get(), memory.nameOf(file));
+        }
+        return statuses;
     }
+    std::vector<std::shared_ptr<Folder>> folders;
+    for (const std::string& path : memory.folders) folders.push_back(folderAt(path));
+    // Only the question crosses to the other thread, and only the answer comes back.
+    shareWork(memory.files.size(), [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            const SeenFile& file = memory.files[i];
+            statuses[i] = plainFile(folders[file.folder].get(), memory.nameOf(file));
+        }
+    });
+    return statuses;
+}
+
+bool AssetReader::isUnchanged(const std::optional<FileStatus>& status, const Payload& payload) {
+    // Whoever takes the permission to read a file away changes its time, too.
+    return status && payloads_.seenBefore(*status) == payload &&
+           payloads_.isSound(payload, status->size);
 }
 
 Payload AssetReader::keep(IncomingFile& file, const std::optional<Payload>& stored) {

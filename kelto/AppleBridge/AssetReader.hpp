@@ -5,8 +5,10 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "kelto/AppleBridge/Record.hpp"
+#include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
 #include "kelto/platform/FileSystem.hpp"
 
@@ -49,10 +51,13 @@ public:
     /// file system's error.
     [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
 
-    /// Whether the file that stands at this place still holds these bytes, by what the file system
-    /// says of it alone, and the storage does so as well. Never throws for what stands there:
-    /// asset() will say it.
-    [[nodiscard]] bool isUnchanged(const FilePlace& place, const Payload& payload);
+    /// What the file system says of the files that an earlier request named, in the order of
+    /// `memory.files`: none for what is no plain file, or cannot be looked at. asset() will say
+    /// why.
+    [[nodiscard]] std::vector<std::optional<FileStatus>> look(const RequestMemory& memory);
+    /// Whether the file of that status still holds these bytes, as it did when they were read, and
+    /// the storage does so as well.
+    [[nodiscard]] bool isUnchanged(const std::optional<FileStatus>& status, const Payload& payload);
 
     /// Makes the bytes part of the unit of work, unless `stored` are the same, and answers their
     /// payload.

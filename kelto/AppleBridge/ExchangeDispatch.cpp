@@ -13,7 +13,7 @@ namespace kelto {
 namespace {
 
 /// `exchange` lives in this coroutine's frame: what it captured is there until its task has ended.
-Task<ResponseText> responseOrEnvelope(ExchangeFunction exchange, std::string request) {
+Task<std::string> responseOrEnvelope(ExchangeFunction exchange, std::string request) {
     try {
         co_return co_await exchange(std::move(request));
     } catch (const std::exception& error) {
@@ -28,13 +28,13 @@ DetachedTask answer(MainExecutor& mainExecutor,
                     std::string request,
                     std::intptr_t context,
                     kelto_apple_callback callback) {
-    const ResponseText response =
+    const std::string response =
         co_await responseOrEnvelope(std::move(exchange), std::move(request));
     if (!mainExecutor.isCurrent()) {
         // A position that hosts know; it stays this one wherever the line moves.
         fatalError("unexpected executor", "kelto/AppleBridge", 64);
     }
-    if (callback != nullptr) callback(context, response.text().c_str());
+    if (callback != nullptr) callback(context, response.c_str());
 }
 
 }  // namespace

@@ -32,8 +32,6 @@ public:
 
     /// The "fingerprint" that the host says it last received for a thing; an empty text when none.
     [[nodiscard]] std::string_view knownFingerprint(const Uuid& thing) const;
-    /// All that the host says it last received; equal pointers are equal answers. nullptr: nothing.
-    [[nodiscard]] const std::shared_ptr<const KnownFingerprints>& known() const { return known_; }
 
     /// The last request, as it was when this one was read; nullptr when none is remembered.
     [[nodiscard]] const RequestMemory* memory() const { return memory_.get(); }

@@ -153,9 +153,12 @@ bool HostMerge::isSettled(const Record& record, const SeenRecord& note) {
     const RequestMemory& memory = *request_.memory();
     if (memory.structureNumber != index_.structureNumber()) return false;
     if (note.object->changeNumber() != before->changeNumber) return false;
-    for (const SeenFile& file : memory.filesOf(*before)) {
-        const FilePlace place{memory.folders[file.folder], memory.nameOf(file)};
-        if (!assets_.isUnchanged(place, file.payload)) return false;
+    if (before->fileCount == 0) return true;
+    // All of them at once: most of the request is as it was.
+    if (!hasLooked_) fileStatuses_ = assets_.look(memory);
+    hasLooked_ = true;
+    for (std::size_t i = before->firstFile; i < before->firstFile + before->fileCount; ++i) {
+        if (!assets_.isUnchanged(fileStatuses_[i], memory.files[i].payload)) return false;
     }
     return true;
 }

@@ -75,6 +75,9 @@ private:
     LinkedProjects linkedProjects_;
     AssetReader assets_;
     MergeNotes notes_;
+    /// Of the files that the last request named.
+    std::vector<std::optional<FileStatus>> fileStatuses_;
+    bool hasLooked_ = false;
     /// Whether the objects that the last request's memory points at are still there.
     bool remembersObjects_ = false;
 };

@@ -17,16 +17,24 @@ void MergeNotes::add(const IncomingFile& file) {
 }
 
 void MergeNotes::addFile(const FilePlace& place, const Payload& payload) {
-    auto& folders = memory_->folders;
-    // Nearly always the folder of the file before.
-    if (folders.empty() || folders.back() != place.folder) folders.emplace_back(place.folder);
     SeenFile& file = memory_->files.emplace_back();
-    file.folder = static_cast<std::uint32_t>(folders.size() - 1);
+    file.folder = folderNumber(place.folder);
     file.nameOffset = static_cast<std::uint32_t>(memory_->fileNames.size());
     file.nameSize = static_cast<std::uint32_t>(place.name.size());
     file.payload = payload;
     memory_->fileNames += place.name;
     ++current_->fileCount;
+}
+
+std::uint32_t MergeNotes::folderNumber(std::string_view path) {
+    // Hosts use a few folders over and over, or one for each item: the last few will do.
+    constexpr std::size_t few = 8;
+    auto& folders = memory_->folders;
+    for (std::size_t i = folders.size(); i > 0 && folders.size() - i < few; --i) {
+        if (folders[i - 1] == path) return static_cast<std::uint32_t>(i - 1);
+    }
+    folders.emplace_back(path);
+    return static_cast<std::uint32_t>(folders.size() - 1);
 }
 
 void MergeNotes::settle() {

@@ -36,6 +36,7 @@ public:
 
 private:
     void addFile(const FilePlace& place, const Payload& payload);
+    [[nodiscard]] std::uint32_t folderNumber(std::string_view path);
 
     std::unique_ptr<RequestMemory> memory_ = std::make_unique<RequestMemory>();
     SeenRecord* current_ = nullptr;

@@ -1,15 +1,23 @@
 #include "kelto/AppleBridge/RecordReader.hpp"
 
+#include <new>
+#include <type_traits>
+
 #include "kelto/foundation/WorkCounters.hpp"
 
 namespace kelto {
 
+static_assert(std::is_trivially_destructible_v<RecordValues>);
+
 RecordValues& RecordReader::blank() {
-    if (used_ == chunkRecords) {
-        chunks_.push_back(std::make_unique<Chunk>());
-        used_ = 0;
+    if (few_.size() < fewRecords) return few_.emplace_back();
+    constexpr std::size_t pieceRecords = LargeMemory::usualBytes / sizeof(RecordValues);
+    if (free_ == 0) {
+        pieces_.emplace_back(LargeMemory::usualBytes);
+        free_ = pieceRecords;
     }
-    return (*chunks_.back())[used_++];
+    auto* const first = static_cast<RecordValues*>(pieces_.back().start());
+    return *new (first + (pieceRecords - free_--)) RecordValues();  // needs no destructor
 }
 
 const RecordValues& RecordReader::read(JsonReader& reader) {

@@ -2,13 +2,13 @@
 
 #include <array>
 #include <deque>
-#include <memory>
 #include <string_view>
 #include <vector>
 
 #include "kelto/AppleBridge/RecordKey.hpp"
 #include "kelto/AppleBridge/RecordValue.hpp"
 #include "kelto/foundation/JsonReader.hpp"
+#include "kelto/foundation/LargeMemory.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
@@ -30,16 +30,16 @@ public:
     [[nodiscard]] const RecordValues& read(std::string_view text);
 
 private:
-    /// Records come by the thousand: memory for them is asked for in large pieces.
-    static constexpr std::size_t chunkRecords = 256;
-    using Chunk = std::array<RecordValues, chunkRecords>;
+    /// So many records are made one by one, before memory is asked for in large pieces.
+    static constexpr std::size_t fewRecords = 32;
 
     [[nodiscard]] RecordValues& blank();
     [[nodiscard]] RecordValue readValue(JsonReader& reader, RecordKey key);
     [[nodiscard]] RecordValue readIdentifiers(JsonReader& reader);
 
-    std::vector<std::unique_ptr<Chunk>> chunks_;
-    std::size_t used_ = chunkRecords;  // records of the last chunk
+    std::deque<RecordValues> few_;
+    std::vector<LargeMemory> pieces_;
+    std::size_t free_ = 0;  // records for which the last piece has room
     // Lists of identifiers; a deque, since records point into it while it grows.
     std::deque<std::vector<Uuid>> identifierLists_;
     std::deque<JsonReader> readers_;  // of single records, for the texts that they have decoded

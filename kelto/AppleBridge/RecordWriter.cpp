@@ -1,16 +1,36 @@
 #include "kelto/AppleBridge/RecordWriter.hpp"
 
+#include <cstring>
+#include <string>
+#include <utility>
+
 #include "kelto/AppleBridge/WireTimestamp.hpp"
 #include "kelto/foundation/JsonWriter.hpp"
 
 namespace kelto {
 
-std::string& RecordWriter::value(std::string_view key) {
-    if (!isEmpty_) out_ += ',';
-    isEmpty_ = false;
-    out_ += '"';
-    out_ += key;
-    out_ += "\":";
+namespace {
+
+char* put(char* to, std::string_view text) {
+    std::memcpy(to, text.data(), text.size());
+    return to + text.size();
+}
+
+}  // namespace
+
+char* RecordWriter::put(std::string_view key, std::size_t size) {
+    constexpr std::size_t aroundKey = 4;  // the separator, two quotation marks, the colon
+    char* to = out_.room(key.size() + aroundKey + size);
+    *to++ = std::exchange(separator_, ',');
+    *to++ = '"';
+    to = kelto::put(to, key);
+    *to++ = '"';
+    *to++ = ':';
+    return to;
+}
+
+TextBuffer& RecordWriter::value(std::string_view key) {
+    out_.commit(put(key, 0));
     return out_;
 }
 
@@ -18,35 +38,76 @@ void RecordWriter::text(std::string_view key, std::string_view text) {
     appendJsonString(value(key), text);
 }
 
+void RecordWriter::plainText(std::string_view key, std::string_view text) {
+    char* to = put(key, text.size() + 2);
+    *to++ = '"';
+    to = kelto::put(to, text);
+    *to++ = '"';
+    out_.commit(to);
+}
+
 void RecordWriter::integer(std::string_view key, std::int64_t integer) {
     appendJsonInteger(value(key), integer);
 }
 
 void RecordWriter::number(std::string_view key, double number) {
-    appendJsonDouble(value(key), number);
+    std::string text;
+    appendJsonDouble(text, number);
+    value(key).append(text);
 }
 
 void RecordWriter::boolean(std::string_view key, bool boolean) {
-    value(key) += boolean ? "true" : "false";
+    value(key).append(boolean ? "true" : "false");
 }
 
 void RecordWriter::identifier(std::string_view key, const Uuid& uuid) {
-    std::string& out = value(key);
-    out += '"';
-    uuid.appendLowerCase(out);
-    out += '"';
+    char* to = put(key, Uuid::textLength + 2);
+    *to++ = '"';
+    uuid.putLowerCase(to);
+    to += Uuid::textLength;
+    *to++ = '"';
+    out_.commit(to);
+}
+
+void RecordWriter::identifiers(std::string_view key, std::span<const Uuid> uuids) {
+    constexpr std::size_t aroundEach = 3;  // a comma, two quotation marks
+    char* to = put(key, uuids.size() * (Uuid::textLength + aroundEach) + 2);
+    *to++ = '[';
+    for (std::size_t i = 0; i < uuids.size(); ++i) {
+        if (i > 0) *to++ = ',';
+        *to++ = '"';
+        uuids[i].putLowerCase(to);
+        to += Uuid::textLength;
+        *to++ = '"';
+    }
+    *to++ = ']';
+    out_.commit(to);
+}
+
+void RecordWriter::digest(std::string_view key, const Digest& digest) {
+    char* to = put(key, Digest::hexLength + 2);
+    *to++ = '"';
+    digest.putHex(to);
+    to += Digest::hexLength;
+    *to++ = '"';
+    out_.commit(to);
 }
 
 void RecordWriter::timestamp(std::string_view key, const Date& date) {
     integer(key, wireTimestamp(date));
 }
 
-RecordWriter base(std::string& out,
+void RecordWriter::close() {
+    if (separator_ == '{') out_.append('{');
+    out_.append('}');
+}
+
+RecordWriter base(TextBuffer& out,
                   std::string_view recordType,
                   const Uuid& uuid,
                   const Date& createdAt) {
     RecordWriter record(out);
-    record.text("recordType", recordType);
+    record.plainText("recordType", recordType);
     record.identifier("uuid", uuid);
     record.timestamp("createdAt", createdAt);
     return record;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <span>
 #include <string_view>
 
 #include "kelto/foundation/Date.hpp"
+#include "kelto/foundation/Sha256.hpp"
+#include "kelto/foundation/TextBuffer.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
@@ -14,31 +16,38 @@ namespace kelto {
 class RecordWriter {
 public:
     /// Opens the object at the end of `out`.
-    explicit RecordWriter(std::string& out) : out_(out) { out_ += '{'; }
+    explicit RecordWriter(TextBuffer& out) : out_(out) {}
     /// Goes on in an object that was opened elsewhere, behind one of its values.
     struct Continued {};
-    RecordWriter(std::string& out, Continued /*unused*/) : out_(out), isEmpty_(false) {}
+    RecordWriter(TextBuffer& out, Continued /*unused*/) : out_(out), separator_(',') {}
 
     // `key` is one of the wire's own names: letters only, written as it stands.
     void text(std::string_view key, std::string_view value);
+    /// A text of which no byte is ever escaped.
+    void plainText(std::string_view key, std::string_view value);
     void integer(std::string_view key, std::int64_t value);
     void number(std::string_view key, double value);
     void boolean(std::string_view key, bool value);
     void identifier(std::string_view key, const Uuid& value);  ///< In lower case.
+    void identifiers(std::string_view key, std::span<const Uuid> values);
+    void digest(std::string_view key, const Digest& value);  ///< In lower-case hexadecimal digits.
     void timestamp(std::string_view key, const Date& value);
     /// The key alone; the caller appends the value to the text.
-    std::string& value(std::string_view key);
+    TextBuffer& value(std::string_view key);
 
-    void close() { out_ += '}'; }
+    void close();
 
 private:
-    std::string& out_;
-    bool isEmpty_ = true;
+    /// Writes the key with what stands around it, and makes room for `size` bytes behind it.
+    [[nodiscard]] char* put(std::string_view key, std::size_t size);
+
+    TextBuffer& out_;
+    char separator_ = '{';
 };
 
 /// Opens a record with the three members that every record has: "recordType", "uuid" in lower case,
 /// "createdAt".
-[[nodiscard]] RecordWriter base(std::string& out,
+[[nodiscard]] RecordWriter base(TextBuffer& out,
                                 std::string_view recordType,
                                 const Uuid& uuid,
                                 const Date& createdAt);

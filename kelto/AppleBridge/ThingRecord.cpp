@@ -1,6 +1,7 @@
 #include "kelto/AppleBridge/ThingRecord.hpp"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 #include "kelto/AppleBridge/FileFingerprint.hpp"
@@ -14,49 +15,50 @@ namespace kelto {
 
 namespace {
 
-void appendTags(std::string& out, const Thing& thing) {
-    std::vector<Uuid> identifiers;
-    identifiers.reserve(thing.tags().size());
-    for (const Tag* tag : thing.tags()) identifiers.push_back(tag->uuid());
+void appendTags(RecordWriter& record, const Thing& thing) {
+    constexpr std::size_t usual = 16;
+    std::array<Uuid, usual> few;
+    std::vector<Uuid> many;
+    const std::size_t count = thing.tags().size();
+    if (count > usual) many.resize(count);
+    const std::span<Uuid> identifiers(count > usual ? many.data() : few.data(), count);
+    std::transform(
+        thing.tags().begin(), thing.tags().end(), identifiers.begin(), [](const Tag* tag) {
+            return tag->uuid();
+        });
     std::sort(identifiers.begin(), identifiers.end());
-    out += '[';
-    for (std::size_t i = 0; i < identifiers.size(); ++i) {
-        out += i == 0 ? "\"" : ",\"";
-        identifiers[i].appendLowerCase(out);
-        out += '"';
-    }
-    out += ']';
+    record.identifiers("tags", identifiers);
 }
 
-/// The members of a thing's record in the order of their keys. `appendPayload` writes the value of
+/// The members of a thing's record in the order of their keys. `writePayload` writes the member of
 /// a payload that is there.
-template <typename AppendPayload>
-void appendRecord(std::string& out,
+template <typename WritePayload>
+void appendRecord(TextBuffer& out,
                   const Thing& thing,
-                  std::string_view fileFingerprint,
-                  const std::optional<std::string_view>& fingerprint,
-                  AppendPayload appendPayload) {
+                  const Digest& fileFingerprint,
+                  const Digest* fingerprint,
+                  WritePayload writePayload) {
     RecordWriter record(out);
     const auto payload = [&](std::string_view key, const std::optional<Payload>& value) {
-        if (value) appendPayload(record.value(key), key, *value);
+        if (value) writePayload(record, key, *value);
     };
     record.number("aspectRatio", thing.aspectRatio());
     record.text("content", thing.content());
     record.timestamp("createdAt", thing.createdAt());
     payload("data", thing.data());
-    record.text("fileFingerprint", fileFingerprint);
+    record.digest("fileFingerprint", fileFingerprint);
     record.text("fileName", thing.fileName());
     record.integer("fileSize", thing.fileSize());
-    if (fingerprint) record.text("fingerprint", *fingerprint);
+    if (fingerprint != nullptr) record.digest("fingerprint", *fingerprint);
     payload("icon", thing.iconData());
     record.boolean("isStarred", thing.isStarred());
     record.text("kind", thing.kindRaw());
     record.text("metadataJson", thing.metadataJSON());
     record.text("note", thing.note());
     if (thing.project() != nullptr) record.identifier("project", thing.project()->uuid());
-    record.text("recordType", "Thing");
+    record.plainText("recordType", "Thing");
     record.text("subtitle", thing.subtitle());
-    appendTags(record.value("tags"), thing);
+    appendTags(record, thing);
     payload("thumbnail", thing.thumbnailData());
     record.text("title", thing.title());
     if (thing.trashedAt()) record.timestamp("trashedAt", *thing.trashedAt());
@@ -67,6 +69,16 @@ void appendRecord(std::string& out,
     record.close();
 }
 
+void appendCanonicalRecord(TextBuffer& out, const Thing& thing, const Digest& fileFingerprint) {
+    appendRecord(out,
+                 thing,
+                 fileFingerprint,
+                 nullptr,
+                 [](RecordWriter& record, std::string_view key, const Payload& payload) {
+                     record.digest(key, payload.digest);
+                 });
+}
+
 }  // namespace
 
 std::array<PayloadField, 3> payloadFields(const Thing& thing) {
@@ -75,43 +87,49 @@ std::array<PayloadField, 3> payloadFields(const Thing& thing) {
             PayloadField{"icon", &thing.iconData()}};
 }
 
-std::string canonicalThingRecord(const Thing& thing, std::string_view fileFingerprint) {
-    std::string json;
-    appendRecord(json,
-                 thing,
-                 fileFingerprint,
-                 std::nullopt,
-                 [](std::string& out, std::string_view, const Payload& payload) {
-                     out += '"';
-                     payload.digest.appendHex(out);
-                     out += '"';
-                 });
-    return json;
+std::string canonicalThingRecord(const Thing& thing, const Digest& fileFingerprint) {
+    TextBuffer json;
+    appendCanonicalRecord(json, thing, fileFingerprint);
+    return std::string(json.view());
 }
 
-DerivedDigests fingerprintsOf(const Thing& thing) {
-    if (thing.derivedDigests()) return *thing.derivedDigests();
+DerivedDigests computedFingerprints(const Thing& thing) {
+    thread_local TextBuffer json;
     DerivedDigests digests;
     digests.file = sha256(canonicalJson(FileFacts::of(thing)));
-    digests.record = sha256(canonicalThingRecord(thing, digests.file.hex()));
-    thing.remember(digests);
+    json.clear();
+    appendCanonicalRecord(json, thing, digests.file);
+    digests.record = sha256(json.view());
     return digests;
 }
 
-void appendThingRecord(std::string& out,
+DerivedDigests fingerprintsOf(const Thing& thing) {
+    if (!thing.derivedDigests()) thing.remember(computedFingerprints(thing));
+    return *thing.derivedDigests();
+}
+
+void appendThingRecord(TextBuffer& out,
                        const Thing& thing,
-                       std::string_view fileFingerprint,
-                       std::string_view fingerprint,
-                       std::string_view payloadPathPrefix) {
+                       const DerivedDigests& fingerprints,
+                       std::string_view receivedFolder) {
     appendRecord(out,
                  thing,
-                 fileFingerprint,
-                 fingerprint,
-                 [&](std::string& text, std::string_view key, const Payload&) {
-                     std::string path(payloadPathPrefix);
-                     path += key;
-                     appendJsonString(text, path);
+                 fingerprints.file,
+                 &fingerprints.record,
+                 [&](RecordWriter& record, std::string_view key, const Payload&) {
+                     appendJsonString(record.value(key), payloadPath(receivedFolder, thing, key));
                  });
+}
+
+std::string payloadPath(std::string_view receivedFolder, const Thing& thing, std::string_view key) {
+    std::string path;
+    path.reserve(receivedFolder.size() + Uuid::textLength + key.size() + 2);
+    path += receivedFolder;
+    path += '/';
+    thing.uuid().appendLowerCase(path);
+    path += '.';
+    path += key;
+    return path;
 }
 
 }  // namespace kelto

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "kelto/foundation/TextBuffer.hpp"
 #include "kelto/model/Thing.hpp"
 
 namespace kelto {
@@ -20,19 +21,23 @@ struct PayloadField {
 
 /// The record over which a thing's fingerprint is taken: compact, keys sorted, payloads by digest.
 /// Hosts keep fingerprints between runs: golden files freeze its bytes.
-[[nodiscard]] std::string canonicalThingRecord(const Thing& thing,
-                                               std::string_view fileFingerprint);
+[[nodiscard]] std::string canonicalThingRecord(const Thing& thing, const Digest& fileFingerprint);
 
 /// The fingerprints of a thing: of its file (see FileFingerprint.hpp), and of its canonical record.
-/// Worked out once and remembered by the thing until it changes.
+/// Any thread, as long as nobody changes the objects meanwhile.
+[[nodiscard]] DerivedDigests computedFingerprints(const Thing& thing);
+/// The same, but worked out once and remembered by the thing until it changes.
 [[nodiscard]] DerivedDigests fingerprintsOf(const Thing& thing);
 
-/// Appends the record as the host receives it. `payloadPathPrefix` followed by a payload's key is
-/// the path of its file.
-void appendThingRecord(std::string& out,
+/// Appends the record as the host receives it; `receivedFolder` is the folder of its payload files.
+void appendThingRecord(TextBuffer& out,
                        const Thing& thing,
-                       std::string_view fileFingerprint,
-                       std::string_view fingerprint,
-                       std::string_view payloadPathPrefix);
+                       const DerivedDigests& fingerprints,
+                       std::string_view receivedFolder);
+
+/// Where the file of a payload lies: the thing's identifier and the payload's key name it.
+[[nodiscard]] std::string payloadPath(std::string_view receivedFolder,
+                                      const Thing& thing,
+                                      std::string_view key);
 
 }  // namespace kelto

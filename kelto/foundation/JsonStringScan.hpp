@@ -81,6 +81,23 @@ inline const char* findJsonEscapable(const char* at, const char* end) {
     return at;
 }
 
+/// Copies up to the first byte that the writer escapes or `end`, moves both positions there. There
+/// must be room at `to` for everything up to `end`, and for 16 bytes more.
+inline void copyUpToJsonEscapable(const char*& from, const char* end, char*& to) {
+#ifdef __SSE2__
+    while (end - from >= detail::blockBytes) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), detail::loadBlock(from));
+        const unsigned bits = detail::escapableBits(from);
+        const int copied =
+            bits == 0 ? static_cast<int>(detail::blockBytes) : std::countr_zero(bits);
+        from += copied;
+        to += copied;
+        if (bits != 0) return;
+    }
+#endif
+    while (from != end && !isJsonEscapable(*from)) *to++ = *from++;
+}
+
 /// Copies up to the first reverse solidus or `end`, moves both positions there. There must be room
 /// at `to` for everything up to `end`, of which all may be overwritten.
 inline void copyUpToEscape(const char*& from, const char* end, char*& to) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/HexDigits.hpp"
@@ -34,15 +35,48 @@ constexpr char shortEscape(char c) {
     }
 }
 
-void appendEscaped(std::string& out, char c) {
+/// The most that one escaped byte takes.
+constexpr std::size_t escapeBytes = 6;
+
+char* putEscaped(char* to, char c) {
+    *to++ = '\\';
     if (const char letter = shortEscape(c); letter != 0) {
-        const std::array<char, 2> escape = {'\\', letter};
-        out.append(escape.data(), escape.size());
-    } else {
-        std::array<char, 6> escape = {'\\', 'u', '0', '0', '0', '0'};
-        putHexPair(&escape[4], static_cast<std::uint8_t>(c), lowerCaseHexPairs);
-        out.append(escape.data(), escape.size());
+        *to++ = letter;
+        return to;
     }
+    std::memcpy(to, "u00", 3);
+    putHexPair(to + 3, static_cast<std::uint8_t>(c), lowerCaseHexPairs);
+    return to + 5;
+}
+
+/// Enough for the text with quotation marks, and for what the copying writes beyond it.
+std::size_t roomFor(std::string_view text) {
+    constexpr std::size_t shortText = 256;
+    constexpr std::size_t beside = 32;
+    // A short text gets the most that it could need; of a long one the escapes are counted.
+    if (text.size() <= shortText) return text.size() * escapeBytes + beside;
+    std::size_t escapes = 0;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while ((at = findJsonEscapable(at, end)) != end) {
+        ++escapes;
+        ++at;
+    }
+    return text.size() + escapes * escapeBytes + beside;
+}
+
+/// Writes into room that was made by roomFor(); answers the end.
+char* putJsonString(char* to, std::string_view text) {
+    *to++ = '"';
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (;;) {
+        copyUpToJsonEscapable(at, end, to);
+        if (at == end) break;
+        to = putEscaped(to, *at++);
+    }
+    *to++ = '"';
+    return to;
 }
 
 /// "d.ddde-xx", the shortest form that reads back equal, taken apart.
@@ -87,23 +121,26 @@ void appendPositional(std::string& out, const ShortestForm& form) {
 }  // namespace
 
 void appendJsonString(std::string& out, std::string_view text) {
-    out += '"';
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    for (;;) {
-        const char* const special = findJsonEscapable(at, end);
-        out.append(at, special);
-        if (special == end) break;
-        appendEscaped(out, *special);
-        at = special + 1;
-    }
-    out += '"';
+    thread_local TextBuffer buffer;
+    buffer.clear();
+    appendJsonString(buffer, text);
+    out += buffer.view();
+}
+
+void appendJsonString(TextBuffer& out, std::string_view text) {
+    out.commit(putJsonString(out.room(roomFor(text)), text));
 }
 
 void appendJsonInteger(std::string& out, std::int64_t value) {
     std::array<char, 20> digits;
     const auto printed = std::to_chars(digits.data(), digits.data() + digits.size(), value);
     out.append(digits.data(), printed.ptr);
+}
+
+void appendJsonInteger(TextBuffer& out, std::int64_t value) {
+    constexpr std::size_t mostDigits = 20;
+    char* const to = out.room(mostDigits);
+    out.commit(std::to_chars(to, to + mostDigits, value).ptr);
 }
 
 void appendJsonDouble(std::string& out, double value) {

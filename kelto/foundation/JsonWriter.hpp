@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "kelto/foundation/TextBuffer.hpp"
+
 namespace kelto {
 
 // The one writer of JSON text. Its output is an input of digests that hosts keep for years, so not
@@ -14,8 +16,10 @@ namespace kelto {
 
 /// Appends `text` (well-formed UTF-8) as a JSON string with its quotation marks.
 void appendJsonString(std::string& out, std::string_view text);
+void appendJsonString(TextBuffer& out, std::string_view text);
 
 void appendJsonInteger(std::string& out, std::int64_t value);
+void appendJsonInteger(TextBuffer& out, std::int64_t value);
 
 /// Appends a double in the shortest form that reads back equal, without a final ".0"; in exponent
 /// form (sign and at least two exponent digits, 1e+21, 1.5e-07) when its magnitude is above 2^53

@@ -72,17 +72,21 @@ Digest sha256(std::string_view text) {
 }
 
 std::string Digest::hex() const {
-    std::string text;
-    appendHex(text);
+    std::string text(hexLength, '\0');
+    putHex(text.data());
     return text;
 }
 
 void Digest::appendHex(std::string& text) const {
-    std::array<char, 64> digits;
+    const std::size_t before = text.size();
+    text.resize(before + hexLength);
+    putHex(text.data() + before);
+}
+
+void Digest::putHex(char* to) const {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        putHexPair(&digits[2 * i], bytes[i], lowerCaseHexPairs);
+        putHexPair(to + 2 * i, bytes[i], lowerCaseHexPairs);
     }
-    text.append(digits.data(), digits.size());
 }
 
 std::optional<Digest> Digest::parse(std::string_view hex) {

@@ -18,7 +18,10 @@ namespace kelto {
 struct Digest {
     std::array<std::uint8_t, 32> bytes{};
 
+    static constexpr std::size_t hexLength = 64;
+
     [[nodiscard]] std::string hex() const;    ///< 64 lower-case hexadecimal digits.
+    void putHex(char* to) const;              ///< Writes them to `to`.
     void appendHex(std::string& text) const;  ///< The same, at the end of `text`.
     [[nodiscard]] static std::optional<Digest> parse(
         std::string_view hex);  ///< 64 digits, any case.

@@ -19,7 +19,7 @@
 #include <unicode/utf8.h>
 
 #include "kelto/foundation/FatalError.hpp"
-#include "kelto/foundation/LargeText.hpp"
+#include "kelto/foundation/LargeMemory.hpp"
 #include "kelto/foundation/Utf8Scan.hpp"
 
 namespace kelto {

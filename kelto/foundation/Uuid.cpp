@@ -11,15 +11,11 @@ constexpr std::array<std::uint8_t, 16> digitOffsets = {
     0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26, 28, 30, 32, 34};
 constexpr std::array<std::uint8_t, 4> hyphenOffsets = {8, 13, 18, 23};
 
-using UuidText = std::array<char, Uuid::textLength>;
-
-UuidText print(const Uuid& uuid, const std::array<char, 512>& pairs) {
-    UuidText text;
-    for (const std::uint8_t offset : hyphenOffsets) text[offset] = '-';
+void print(const Uuid& uuid, const std::array<char, 512>& pairs, char* to) {
+    for (const std::uint8_t offset : hyphenOffsets) to[offset] = '-';
     for (std::size_t i = 0; i < uuid.bytes.size(); ++i) {
-        putHexPair(&text[digitOffsets[i]], uuid.bytes[i], pairs);
+        putHexPair(to + digitOffsets[i], uuid.bytes[i], pairs);
     }
-    return text;
 }
 
 }  // namespace
@@ -42,18 +38,25 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
 }
 
 std::string Uuid::lowerCaseText() const {
-    const UuidText text = print(*this, lowerCaseHexPairs);
-    return {text.data(), text.size()};
+    std::string text(textLength, '\0');
+    print(*this, lowerCaseHexPairs, text.data());
+    return text;
 }
 
 std::string Uuid::upperCaseText() const {
-    const UuidText text = print(*this, upperCaseHexPairs);
-    return {text.data(), text.size()};
+    std::string text(textLength, '\0');
+    print(*this, upperCaseHexPairs, text.data());
+    return text;
 }
 
 void Uuid::appendLowerCase(std::string& text) const {
-    const UuidText printed = print(*this, lowerCaseHexPairs);
-    text.append(printed.data(), printed.size());
+    const std::size_t before = text.size();
+    text.resize(before + textLength);
+    print(*this, lowerCaseHexPairs, text.data() + before);
+}
+
+void Uuid::putLowerCase(char* to) const {
+    print(*this, lowerCaseHexPairs, to);
 }
 
 }  // namespace kelto

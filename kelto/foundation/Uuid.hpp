@@ -25,6 +25,8 @@ struct Uuid {
     [[nodiscard]] std::string lowerCaseText() const;
     [[nodiscard]] std::string upperCaseText() const;
     void appendLowerCase(std::string& text) const;
+    /// Writes the 36 characters to `to`.
+    void putLowerCase(char* to) const;
 
     friend auto operator<=>(const Uuid&, const Uuid&) = default;
 };

@@ -14,10 +14,9 @@ enum class Work : std::uint8_t {
     filesWritten,         ///< Files made, in the store and for the host.
     filesExamined,        ///< Files whose state the file system was asked for.
     recordsRead,          ///< Records of requests that were taken apart.
-    recordsPrinted,       ///< Records of responses that were printed anew.
     objectsLoaded,        ///< Objects made or refreshed from rows of the store.
 };
-inline constexpr std::size_t workKindCount = 9;
+inline constexpr std::size_t workKindCount = 8;
 
 /// Amounts of work by kind. A difference of two says what was done in between, whatever the clock
 /// says.

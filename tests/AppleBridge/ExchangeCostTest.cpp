@@ -89,7 +89,6 @@ TEST_F(ExchangeCost, OfAnUnchangedSnapshotIsALookAtEachFile) {
     EXPECT_EQ(done(Work::rowsWritten), 0);
     EXPECT_EQ(done(Work::filesWritten), 0);
     EXPECT_EQ(done(Work::recordsRead), 0);
-    EXPECT_EQ(done(Work::recordsPrinted), 0);
     EXPECT_EQ(done(Work::objectsLoaded), 0);
 }
 
@@ -109,7 +108,6 @@ TEST_F(ExchangeCost, OfTheSameSnapshotInOtherWordsIsReadingAndComparing) {
     EXPECT_EQ(done(Work::digests), 0);
     EXPECT_EQ(done(Work::rowsWritten), 0);
     EXPECT_EQ(done(Work::filesWritten), 0);
-    EXPECT_EQ(done(Work::recordsPrinted), 0);
 }
 
 TEST_F(ExchangeCost, OfAnEditIsThatItem) {
@@ -117,7 +115,6 @@ TEST_F(ExchangeCost, OfAnEditIsThatItem) {
     const Response response = host.exchange();
     EXPECT_EQ(response.string(identifier(7), "title"), "another");
     EXPECT_EQ(done(Work::recordsRead), 1);
-    EXPECT_EQ(done(Work::recordsPrinted), 1);
     EXPECT_EQ(done(Work::rowsWritten), 1);
     EXPECT_EQ(done(Work::digests), 2) << "of its file and of its record";
     EXPECT_EQ(done(Work::payloadBytesRead), 0);
@@ -135,7 +132,6 @@ TEST_F(ExchangeCost, OfANewPayloadIsItsBytes) {
     EXPECT_EQ(done(Work::digests), 3) << "of the bytes, of the item's file and of its record";
     EXPECT_EQ(done(Work::filesWritten), 1);
     EXPECT_EQ(done(Work::recordsRead), 1);
-    EXPECT_EQ(done(Work::recordsPrinted), 1);
 }
 
 TEST_F(ExchangeCost, OfAnEditedItemWithAFileWritesThatFileAgain) {
@@ -150,7 +146,6 @@ TEST_F(ExchangeCost, OfAnAddedItemIsThatItem) {
     host.records.push_back(RecordBuilder::thing(identifier(0xC0)).with("title", "new"));
     (void)host.exchange();
     EXPECT_EQ(done(Work::recordsRead), 1);
-    EXPECT_EQ(done(Work::recordsPrinted), 1);
     EXPECT_EQ(done(Work::rowsWritten), 1);
 }
 
@@ -168,7 +163,6 @@ TEST_F(ExchangeCost, OfALeftOutRecordIsItsSuccessor) {
     (void)host.exchange();
     EXPECT_EQ(done(Work::recordsRead), 1);
     EXPECT_EQ(done(Work::rowsWritten), 0);
-    EXPECT_EQ(done(Work::recordsPrinted), 0);
 }
 
 TEST_F(ExchangeCost, AfterARestartIsLoadingAndComparing) {
@@ -193,7 +187,6 @@ TEST_F(ExchangeCost, OfFilesThatTheHostDoesNotHoldIsWritingThem) {
     host.known.clear();
     (void)host.exchange();
     EXPECT_EQ(done(Work::filesWritten), thingCount / 3);
-    EXPECT_EQ(done(Work::recordsPrinted), 0);
 }
 
 TEST(LinkedFolderCost, OfUnchangedItemsIsNoDigest) {

@@ -37,15 +37,15 @@ void record(std::intptr_t context, const char* response) {
     answers.push_back({context, response});
 }
 
-Task<ResponseText> echo(std::string request) {
+Task<std::string> echo(std::string request) {
     co_return request;
 }
 
 template <typename Error>
 ExchangeFunction throwing(Error error) {
-    return [error](std::string) -> Task<ResponseText> {
+    return [error](std::string) -> Task<std::string> {
         throw error;
-        co_return std::string();
+        co_return "";
     };
 }
 
@@ -161,7 +161,7 @@ TEST_F(ExchangeDispatch, AnswersWhateverElseIsThrownWithTheErrorEnvelope) {
 }
 
 TEST_F(ExchangeDispatch, AnswersWhenTheExchangeCannotEvenStart) {
-    const auto refuse = [](std::string) -> Task<ResponseText> { throw BridgeError("not now"); };
+    const auto refuse = [](std::string) -> Task<std::string> { throw BridgeError("not now"); };
     dispatch(refuse, "{}");
     fake.mainExecutor->runUntilIdle();
     EXPECT_THAT(answers, ElementsAre(Answer{1, R"({"version":1,"error":"not now"})"}));
@@ -169,7 +169,7 @@ TEST_F(ExchangeDispatch, AnswersWhenTheExchangeCannotEvenStart) {
 
 TEST_F(ExchangeDispatch, AnswersInTheOrderOfCompletion) {
     std::vector<std::coroutine_handle<>> waiting;
-    const ExchangeFunction exchange = [&waiting](std::string request) -> Task<ResponseText> {
+    const ExchangeFunction exchange = [&waiting](std::string request) -> Task<std::string> {
         co_await Waiting{waiting};
         co_return request;
     };
@@ -186,7 +186,7 @@ TEST_F(ExchangeDispatch, AnswersInTheOrderOfCompletion) {
 TEST_F(ExchangeDispatch, AnswersAFailureAfterAWait) {
     std::vector<std::coroutine_handle<>> waiting;
     dispatch(
-        [&waiting](std::string) -> Task<ResponseText> {
+        [&waiting](std::string) -> Task<std::string> {
             co_await Waiting{waiting};
             throw BridgeError("too late");
         },
@@ -200,7 +200,7 @@ TEST_F(ExchangeDispatch, KeepsWhatTheExchangeFunctionHoldsUntilTheAnswer) {
     std::vector<std::coroutine_handle<>> waiting;
     const auto held = std::make_shared<std::string>("held");
     dispatch(
-        [&waiting, held](std::string) -> Task<ResponseText> {
+        [&waiting, held](std::string) -> Task<std::string> {
             co_await Waiting{waiting};
             co_return *held;
         },

@@ -274,10 +274,10 @@ TEST(IdentifiersReader, IsEmptyWhenTheKeyIsAbsent) {
 // ----------------------------------------------------------------
 
 TEST(Base, HoldsTypeIdentifierInLowerCaseAndCreation) {
-    std::string text;
+    TextBuffer text;
     base(text, "Project", Uuid::parse("0A1B2C3D-4E5F-4678-9ABC-DEF012345678").value(), Date{1.5})
         .close();
-    EXPECT_EQ(text,
+    EXPECT_EQ(text.view(),
               R"({"recordType":"Project","uuid":"0a1b2c3d-4e5f-4678-9abc-def012345678",)"
               R"("createdAt":1500})");
 }

@@ -90,7 +90,7 @@ TEST(RememberedFingerprint, AreThoseOfTheFileAndOfTheRecord) {
     const std::string file = fileFingerprint(FileFacts::of(world.thing));
     const DerivedDigests digests = fingerprintsOf(world.thing);
     EXPECT_EQ(digests.file.hex(), file);
-    EXPECT_EQ(digests.record, sha256(canonicalThingRecord(world.thing, file)));
+    EXPECT_EQ(digests.record, sha256(canonicalThingRecord(world.thing, digests.file)));
     EXPECT_EQ(fileFingerprint(world.thing), file);
 }
 

@@ -1,10 +1,9 @@
-#include "kelto/foundation/LargeText.hpp"
+#include "kelto/foundation/LargeMemory.hpp"
 
 #include <cstdint>
+#include <new>
 
-#ifdef __linux__
 #include <sys/mman.h>
-#endif
 
 namespace kelto {
 
@@ -14,7 +13,7 @@ namespace {
 constexpr std::uintptr_t largePageBytes = std::uintptr_t{2} * 1024 * 1024;
 
 void preferLargePages([[maybe_unused]] void* start, [[maybe_unused]] std::size_t size) {
-#ifdef __linux__
+#ifdef MADV_HUGEPAGE
     // Whole large pages inside of what is reserved. Advice only: whether it is taken changes
     // nothing but the time.
     const auto begin = reinterpret_cast<std::uintptr_t>(start);
@@ -27,6 +26,17 @@ void preferLargePages([[maybe_unused]] void* start, [[maybe_unused]] std::size_t
 }
 
 }  // namespace
+
+LargeMemory::LargeMemory(std::size_t size)
+    : start_(::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
+      size_(size) {
+    if (start_ == MAP_FAILED) throw std::bad_alloc();
+    preferLargePages(start_, size_);
+}
+
+LargeMemory::~LargeMemory() {
+    if (start_ != nullptr) ::munmap(start_, size_);
+}
 
 void reserveLarge(std::string& text, std::size_t size) {
     text.reserve(size);

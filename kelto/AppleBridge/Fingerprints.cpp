@@ -1,0 +1,25 @@
+#include "kelto/AppleBridge/Fingerprints.hpp"
+
+#include <cstddef>
+#include <vector>
+
+#include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/platform/SharedWork.hpp"
+
+namespace kelto {
+
+void rememberFingerprints(std::span<Thing* const> things) {
+    std::vector<const Thing*> missing;
+    for (const Thing* thing : things) {
+        if (!thing->derivedDigests()) missing.push_back(thing);
+    }
+    std::vector<DerivedDigests> fingerprints(missing.size());
+    shareWork(missing.size(), [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            fingerprints[i] = computedFingerprints(*missing[i]);
+        }
+    });
+    for (std::size_t i = 0; i < missing.size(); ++i) missing[i]->remember(fingerprints[i]);
+}
+
+}  // namespace kelto

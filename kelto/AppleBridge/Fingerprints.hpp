@@ -1,0 +1,13 @@
+#pragma once
+
+#include <span>
+
+#include "kelto/model/Thing.hpp"
+
+namespace kelto {
+
+/// Has every one of the things remember its fingerprints. Where many have to be worked out, as in
+/// the first exchange of a process, a second thread helps.
+void rememberFingerprints(std::span<Thing* const> things);
+
+}  // namespace kelto

@@ -1,0 +1,89 @@
+#include "kelto/AppleBridge/RecordList.hpp"
+
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "kelto/AppleBridge/RecordWriter.hpp"
+#include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/foundation/LargeMemory.hpp"
+#include "kelto/platform/QuietThread.hpp"
+#include "kelto/platform/SharedWork.hpp"
+
+namespace kelto {
+
+namespace {
+
+/// What a thing's record takes, a little more than usual.
+constexpr std::size_t expectedRecordBytes = 1100;
+constexpr std::size_t pieceBytes = std::size_t{64} * 1024;
+
+}  // namespace
+
+void RecordList::reserve(std::size_t things) {
+    reserveLarge(text_, things * expectedRecordBytes);
+}
+
+void RecordList::append(const Project& project) {
+    separate();
+    RecordWriter record = base(piece_, "Project", project.uuid(), project.createdAt());
+    record.text("name", project.name());
+    record.integer("sortOrder", project.sortOrder());
+    record.text("linkedFolderOwner", project.linkedFolderOwner());
+    if (project.parent() != nullptr) record.identifier("parent", project.parent()->uuid());
+    record.close();
+}
+
+void RecordList::append(const Tag& tag) {
+    separate();
+    RecordWriter record = base(piece_, "Tag", tag.uuid(), tag.createdAt());
+    record.text("name", tag.name());
+    record.close();
+}
+
+void RecordList::append(const Thing& thing) {
+    separate();
+    appendThingRecord(piece_, thing, *thing.derivedDigests(), receivedFolder_);
+}
+
+void RecordList::appendAll(std::span<Thing* const> things) {
+    std::span<Thing* const> mine = things;
+    RecordList rest(receivedFolder_);
+    std::optional<QuietThread> helper;
+    if (things.size() >= 2 * worthAThread && hasSecondProcessor()) {
+        const std::span<Thing* const> others = things.subspan(things.size() / 2);
+        try {
+            helper.emplace([&rest, others]() noexcept {
+                rest.reserve(others.size());
+                for (const Thing* thing : others) rest.append(*thing);
+            });
+            mine = things.first(things.size() / 2);
+        } catch (const std::system_error&) {
+            helper.reset();  // slower, but no reason to give up
+        }
+    }
+    for (const Thing* thing : mine) append(*thing);
+    if (!helper) return;
+    helper.reset();  // waits for its end
+    separate();
+    movePiece();
+    text_ += rest.take();
+}
+
+std::string RecordList::take() {
+    movePiece();
+    hasRecords_ = false;
+    return std::exchange(text_, {});
+}
+
+void RecordList::separate() {
+    if (std::exchange(hasRecords_, true)) piece_.append(',');
+    if (piece_.size() > pieceBytes) movePiece();
+}
+
+void RecordList::movePiece() {
+    text_ += piece_.view();
+    piece_.clear();
+}
+
+}  // namespace kelto

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "kelto/foundation/TextBuffer.hpp"
+#include "kelto/model/Project.hpp"
+#include "kelto/model/Tag.hpp"
+#include "kelto/model/Thing.hpp"
+
+namespace kelto {
+
+/// The records of a response as text, one after the other with commas between them.
+class RecordList {
+public:
+    /// `receivedFolder` is the folder of payload files; it outlives the list.
+    explicit RecordList(std::string_view receivedFolder) : receivedFolder_(receivedFolder) {}
+
+    /// Makes room for so many things.
+    void reserve(std::size_t things);
+    /// Anything that stands around the records.
+    void appendText(std::string_view text) { piece_.append(text); }
+    void append(const Project& project);
+    void append(const Tag& tag);
+    /// The thing remembers its fingerprints.
+    void append(const Thing& thing);
+    /// All of them; of many, a second thread prints the second half.
+    void appendAll(std::span<Thing* const> things);
+
+    /// The whole text; the list is empty afterwards.
+    [[nodiscard]] std::string take();
+
+private:
+    void separate();
+    void movePiece();
+
+    std::string_view receivedFolder_;
+    std::string text_;
+    // The end of the text. Records are printed into a small piece of memory that stays in the
+    // processor's cache, and go from there into the text.
+    TextBuffer piece_;
+    bool hasRecords_ = false;
+};
+
+}  // namespace kelto

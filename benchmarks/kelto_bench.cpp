@@ -48,6 +48,7 @@ void reportGrowth(const Options& options, const std::vector<Row>& rows) {
         growth.isMet() ? "met" : "NOT MET",
         growth.floor.exponent,
         options.plot.c_str());
+    std::fflush(stdout);  // removing a million files takes a while
 }
 
 /// Others at work on the machine lengthen everything, and not everything alike.

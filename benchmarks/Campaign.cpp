@@ -15,16 +15,19 @@ namespace kelto::bench {
 
 namespace {
 
-constexpr std::size_t linkedItems = 10'000;
+using Sizes = std::vector<std::size_t>;
+
+const Sizes usualSizes{1'000, 10'000, 100'000};
+const Sizes growingSizes{1'000, 10'000, 100'000, 1'000'000};
+const Sizes linkedSizes{10'000};
 constexpr std::size_t fewestItems = 100;
 constexpr std::size_t importsOfMany = 3;
 // Even, so that exchange and floor come first equally often: who comes first writes to blocks that
 // the disk has perhaps never seen.
 constexpr std::size_t runsOfLarge = 4;
 
-std::vector<std::size_t> orElse(const std::vector<std::size_t>& asked,
-                                std::vector<std::size_t> usual) {
-    return asked.empty() ? std::move(usual) : asked;
+const Sizes& orElse(const Sizes& asked, const Sizes& usual) {
+    return asked.empty() ? usual : asked;
 }
 
 /// Bytes that no file system can leave out or shrink.
@@ -59,21 +62,22 @@ void Campaign::runWorkloads() {
         return std::any_of(
             names.begin(), names.end(), [&](const char* name) { return options_.wants(name); });
     };
+    // First, because its files are gone again afterwards, and those of the libraries are not.
+    if (options_.wants("W7")) measureLarge();
     if (wantsAny({"W1", "W2", "W3", "W4", "W6"})) {
-        for (const std::size_t items : orElse(options_.items, {1'000, 10'000, 100'000})) {
+        for (const std::size_t items : orElse(options_.items, usualSizes)) {
             measure(SampleShape::usual(items));
         }
     }
     if (options_.wants("W5")) {
-        for (const std::size_t items : orElse(options_.items, {linkedItems})) {
+        for (const std::size_t items : orElse(options_.items, linkedSizes)) {
             measure(SampleShape::linked(items));
         }
     }
-    if (options_.wants("W7")) measureLarge();
 }
 
 void Campaign::runGrowth() {
-    for (const std::size_t items : orElse(options_.items, {1'000, 10'000, 100'000, 1'000'000})) {
+    for (const std::size_t items : orElse(options_.items, growingSizes)) {
         measure(SampleShape::tiny(items));
     }
 }

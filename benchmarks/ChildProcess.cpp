@@ -1,11 +1,13 @@
 #include "benchmarks/ChildProcess.hpp"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,6 +34,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
     process_ = ::fork();
     if (process_ < 0) refuse("no process");
     if (process_ == 0) {
+        // Else it would fill a folder that whoever ended us is about to remove.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         ::dup2(toChild[0], STDIN_FILENO);
         ::dup2(fromChild[1], STDOUT_FILENO);
         ::execv(pointers[0], pointers.data());

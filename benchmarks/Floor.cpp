@@ -38,6 +38,7 @@ Milliseconds Floor::run(std::string_view request, std::string_view response, con
 
     const auto start = Clock::now();
     printed_.clear();
+    outgoing_.clear();
     if (stores) rows_.begin();
     FloorRequest reader(request);
     std::size_t position = 0;
@@ -57,6 +58,8 @@ Milliseconds Floor::run(std::string_view request, std::string_view response, con
     if (stores) {
         files_.flush();
         rows_.commit();
+        // After the commit, which would else have to flush what the file system notes about them.
+        for (const Outgoing& file : outgoing_) files_.give(file.path, file.size);
     }
     const Milliseconds time = Clock::now() - start;
 
@@ -71,11 +74,8 @@ void Floor::store(std::size_t position, const NewWork& work) {
     for (std::size_t i = 0; i < record_.payloadCount; ++i) {
         const std::string_view path = record_.payloadPaths[i];
         const std::size_t size = files_.examine(path);
-        if (isMarked(work.newPayloads, position)) {
-            digest = files_.take(path, size);
-        } else {
-            files_.writeAgain(path, size);
-        }
+        if (isMarked(work.newPayloads, position)) digest = files_.take(path, size);
+        outgoing_.push_back({path, size});
     }
     rows_.put(position + 1, record_, record_.payloadCount > 0 ? &digest : nullptr);
 }

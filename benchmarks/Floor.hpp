@@ -39,6 +39,12 @@ public:
                                    const NewWork& work = {});
 
 private:
+    /// A payload file that the host gets.
+    struct Outgoing {
+        std::string_view path;
+        std::size_t size;
+    };
+
     void store(std::size_t position, const NewWork& work);
     [[nodiscard]] static bool isMarked(const std::vector<bool>& marks, std::size_t position) {
         return position < marks.size() && marks[position];
@@ -48,6 +54,7 @@ private:
     FloorStore rows_;
     FloorFiles files_;
     FloorRecord record_;
+    std::vector<Outgoing> outgoing_;
     std::string printed_;
     std::size_t records_ = 0;
     std::size_t runs_ = 0;

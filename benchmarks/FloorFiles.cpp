@@ -81,20 +81,18 @@ std::size_t FloorFiles::examine(std::string_view path) {
 Digest FloorFiles::take(std::string_view path, std::size_t size) {
     const int folder = locate(path);
     const Descriptor source(::openat(folder, name_.c_str(), O_RDONLY | O_CLOEXEC), name_);
-    const Descriptor copy = create();
     for (std::size_t left = size; left > 0;) {
         const ssize_t got = ::read(source.number(), buffer_.data(), std::min(left, buffer_.size()));
         if (got <= 0) refuse(name_);
         const auto count = static_cast<std::size_t>(got);
         hash_.update(bytesOf(std::string_view(buffer_).substr(0, count)));
         writeAll(payloads_.number(), buffer_.data(), count);
-        writeAll(copy.number(), buffer_.data(), count);
         left -= count;
     }
     return hash_.finish();
 }
 
-void FloorFiles::writeAgain(std::string_view path, std::size_t size) {
+void FloorFiles::give(std::string_view path, std::size_t size) {
     static_cast<void>(locate(path));
     const Descriptor copy = create();
     for (std::size_t left = size; left > 0;) {

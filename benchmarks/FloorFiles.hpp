@@ -34,13 +34,12 @@ public:
 
     /// Asks the file system once about a payload file, and answers its size.
     [[nodiscard]] std::size_t examine(std::string_view path);
-    /// Reads a new payload once: hashes it, appends it to the file of all payloads, and writes it
-    /// as a file for the host.
+    /// Reads a new payload once: hashes it, and appends it to the file of all payloads.
     [[nodiscard]] Digest take(std::string_view path, std::size_t size);
-    /// Writes a file of that size for the host. Its bytes come for free, out of the buffer.
-    void writeAgain(std::string_view path, std::size_t size);
     /// Makes what was appended durable.
     void flush();
+    /// Writes a file of that size for the host. Its bytes come for free, out of the buffer.
+    void give(std::string_view path, std::size_t size);
 
 private:
     /// A folder below the exchange folder that payload paths name, opened once.

@@ -38,12 +38,19 @@ std::string number(double value) {
     return text;
 }
 
-/// 10 to the power of so much, as one says it.
-std::string powerText(int power, const char* unit) {
-    if (power >= 0) return grouped(static_cast<std::uint64_t>(std::pow(10, power))) + unit;
+/// 10 to the power of so much.
+std::string countText(int power) {
+    return grouped(static_cast<std::uint64_t>(std::pow(10, power)));
+}
+
+/// 10 to the power of so many milliseconds, in few characters.
+std::string timeText(int power) {
+    constexpr int second = 3;
+    if (power >= second) return countText(power - second) + " s";
+    if (power >= 0) return countText(power) + " ms";
     char text[32];
-    std::snprintf(text, sizeof text, "%.*f", -power, std::pow(10, power));
-    return text + std::string(unit);
+    std::snprintf(text, sizeof text, "%.*f ms", -power, std::pow(10, power));
+    return text;
 }
 
 std::string label(double x, double y, const char* attributes, const std::string& text) {
@@ -108,12 +115,12 @@ private:
         for (int power = x_.first; power <= x_.last; ++power) {
             const double x = x_.at(std::pow(10, power));
             out_ += line(x, top, x, height - bottom, "grid");
-            out_ += label(x, height - bottom + 20, "text-anchor=\"middle\"", powerText(power, ""));
+            out_ += label(x, height - bottom + 20, "text-anchor=\"middle\"", countText(power));
         }
         for (int power = y_.first; power <= y_.last; ++power) {
             const double y = y_.at(std::pow(10, power));
             out_ += line(left, y, width - right, y, "grid");
-            out_ += label(left - 8, y + 4, "text-anchor=\"end\"", powerText(power, " ms"));
+            out_ += label(left - 8, y + 4, "text-anchor=\"end\"", timeText(power));
         }
         out_ += label((left + width - right) / 2,
                       height - 16,

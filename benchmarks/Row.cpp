@@ -12,6 +12,7 @@ namespace {
 template <typename Value, typename Projection>
 Value median(const std::vector<const Sample*>& samples, Projection projection) {
     std::vector<Value> values;
+    values.reserve(samples.size());
     for (const Sample* sample : samples) values.push_back(projection(*sample));
     std::sort(values.begin(), values.end());
     const std::size_t middle = values.size() / 2;
@@ -45,7 +46,12 @@ Row rowOf(const std::vector<const Sample*>& samples) {
     row.residentBytes =
         median<std::size_t>(samples, [](const Sample& s) { return s.residentBytes; });
     row.idleBytes = median<std::size_t>(samples, [](const Sample& s) { return s.idleBytes; });
+    row.fastestMilliseconds = row.milliseconds;
+    row.fastestFloorMilliseconds = row.floorMilliseconds;
     for (const Sample* sample : samples) {
+        row.fastestMilliseconds = std::min(row.fastestMilliseconds, sample->cost.time.count());
+        row.fastestFloorMilliseconds =
+            std::min(row.fastestFloorMilliseconds, sample->floor.count());
         for (std::size_t kind = 0; kind < workKindCount; ++kind) {
             row.work.amounts[kind] =
                 std::max(row.work.amounts[kind], sample->cost.work.amounts[kind]);
@@ -92,6 +98,7 @@ std::vector<Row> sumUp(const std::vector<Sample>& samples) {
         groups[{sample.workload, sample.items}].push_back(&sample);
     }
     std::vector<Row> rows;
+    rows.reserve(groups.size());
     for (const auto& [key, group] : groups) rows.push_back(rowOf(group));
     return rows;
 }

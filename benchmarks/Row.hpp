@@ -10,13 +10,15 @@
 namespace kelto::bench {
 
 /// The samples of one workload and size, summed up: medians of times and sizes, and of each kind of
-/// work the most that any of them did.
+/// work the most that any of them did. The fastest times say how much the machine was disturbed.
 struct Row {
     std::string workload;
     std::size_t items = 0;
     std::size_t runs = 0;
     double milliseconds = 0;
     double floorMilliseconds = 0;
+    double fastestMilliseconds = 0;
+    double fastestFloorMilliseconds = 0;
     double unchangedMilliseconds = 0;
     std::size_t requestBytes = 0;
     std::size_t responseBytes = 0;

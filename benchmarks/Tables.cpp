@@ -182,6 +182,7 @@ JsonMembers membersOf(const Row& row) {
                         {"items", number(row.items)},
                         {"runs", number(row.runs)},
                         {"milliseconds", row.milliseconds},
+                        {"fastestMilliseconds", row.fastestMilliseconds},
                         {"requestBytes", number(row.requestBytes)},
                         {"peakBytes", number(row.peakBytes)}};
     const auto add = [&](const char* key, const JsonValue& value) {
@@ -189,6 +190,7 @@ JsonMembers membersOf(const Row& row) {
     };
     if (row.floorMilliseconds > 0) {
         add("floorMilliseconds", row.floorMilliseconds);
+        add("fastestFloorMilliseconds", row.fastestFloorMilliseconds);
         add("ratio", row.ratio());
     }
     if (row.responseBytes > 0) add("responseBytes", number(row.responseBytes));

@@ -2,11 +2,13 @@
 // at is the ratio; the milliseconds are this machine's. docs/performance.md says what is measured.
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "benchmarks/Campaign.hpp"
 #include "benchmarks/Growth.hpp"
@@ -46,6 +48,19 @@ void reportGrowth(const Options& options, const std::vector<Row>& rows) {
         growth.isMet() ? "met" : "NOT MET",
         growth.floor.exponent,
         options.plot.c_str());
+    std::fflush(stdout);  // removing a million files takes a while
+}
+
+/// Others at work on the machine lengthen everything, and not everything alike.
+void warnOfOthers() {
+    constexpr double ownLoad = 1.3;
+    double load = 0;
+    if (::getloadavg(&load, 1) != 1 || load <= ownLoad) return;
+    std::fprintf(stderr,
+                 "The machine was busy with other things as well (load %.1f, %u processors): take "
+                 "the figures with care.\n",
+                 load,
+                 std::thread::hardware_concurrency());
 }
 
 void runAll(const Options& options) {
@@ -59,6 +74,7 @@ void runAll(const Options& options) {
     std::cout << (options.json ? jsonOf(rows) : tables(rows)) << std::flush;
     if (options.growth) reportGrowth(options, rows);
     for (const std::string& omission : campaign.omissions()) std::cerr << omission << '\n';
+    warnOfOthers();
 }
 
 int run(int count, char** arguments) {

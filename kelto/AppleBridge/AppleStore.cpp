@@ -31,7 +31,7 @@ AppleStore& AppleStore::shared() {
 
 AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
-Task<std::string> AppleStore::exchange(std::string text) {
+Task<LargeText> AppleStore::exchange(LargeText text) {
     StageWatch watch(*platform_.clock);
     ExchangeStages stages;
     ExchangeRequest request(std::move(text), requestMemory_);
@@ -48,10 +48,10 @@ Task<std::string> AppleStore::exchange(std::string text) {
     co_return mergedSnapshot(container(request, fixedPath), request, watch, stages);
 }
 
-std::string AppleStore::mergedSnapshot(ModelContainer& library,
-                                       ExchangeRequest& request,
-                                       StageWatch& watch,
-                                       ExchangeStages& stages) {
+LargeText AppleStore::mergedSnapshot(ModelContainer& library,
+                                     ExchangeRequest& request,
+                                     StageWatch& watch,
+                                     ExchangeStages& stages) {
     FileSystem& files = *platform_.files;
     ModelContext context(library);
     try {
@@ -65,7 +65,7 @@ std::string AppleStore::mergedSnapshot(ModelContainer& library,
         auto response = SnapshotExport(context, request, files, *platform_.random)
                             .response(status(), lastSync());
         std::move(request).moveInto(*memory);
-        const bool isKept = memory->text->size() <= RequestMemory::textLimitBytes;
+        const bool isKept = memory->text.size() <= RequestMemory::textLimitBytes;
         requestMemory_ = isKept ? std::move(memory) : nullptr;
         stages.exporting = watch.lap();
         lastStages_ = stages;

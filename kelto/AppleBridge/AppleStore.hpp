@@ -9,6 +9,7 @@
 #include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/AppleBridge/SyncStatus.hpp"
 #include "kelto/foundation/Date.hpp"
+#include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/Task.hpp"
 #include "kelto/persistence/ModelContainer.hpp"
 #include "kelto/platform/Platform.hpp"
@@ -34,7 +35,7 @@ public:
     /// refusal and a PlatformError for a failure; the store is then as it was, except that a
     /// failure to write payload files for the host comes after the host's records were saved. Waits
     /// for others at two points only, both for the account service. The store outlives the task.
-    [[nodiscard]] Task<std::string> exchange(std::string request);
+    [[nodiscard]] Task<LargeText> exchange(LargeText request);
 
     /// Of the last exchange that came to an answer.
     [[nodiscard]] const ExchangeStages& lastStages() const { return lastStages_; }
@@ -51,10 +52,10 @@ private:
                                             const std::string& fixedPath);
     void observeMirroring();
     /// Merges the host's records and answers the snapshot. Waits for nobody.
-    [[nodiscard]] std::string mergedSnapshot(ModelContainer& library,
-                                             ExchangeRequest& request,
-                                             StageWatch& watch,
-                                             ExchangeStages& stages);
+    [[nodiscard]] LargeText mergedSnapshot(ModelContainer& library,
+                                           ExchangeRequest& request,
+                                           StageWatch& watch,
+                                           ExchangeStages& stages);
 
     Platform platform_;
     std::unique_ptr<ModelContainer> container_;

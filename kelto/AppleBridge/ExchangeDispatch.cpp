@@ -1,6 +1,7 @@
 #include "kelto/AppleBridge/ExchangeDispatch.hpp"
 
 #include <exception>
+#include <memory>
 #include <utility>
 
 #include "kelto/AppleBridge/BridgeError.hpp"
@@ -13,7 +14,7 @@ namespace kelto {
 namespace {
 
 /// `exchange` lives in this coroutine's frame: what it captured is there until its task has ended.
-Task<std::string> responseOrEnvelope(ExchangeFunction exchange, std::string request) {
+Task<LargeText> responseOrEnvelope(ExchangeFunction exchange, LargeText request) {
     try {
         co_return co_await exchange(std::move(request));
     } catch (const std::exception& error) {
@@ -25,16 +26,19 @@ Task<std::string> responseOrEnvelope(ExchangeFunction exchange, std::string requ
 
 DetachedTask answer(MainExecutor& mainExecutor,
                     ExchangeFunction exchange,
-                    std::string request,
+                    LargeText request,
                     std::intptr_t context,
                     kelto_apple_callback callback) {
-    const std::string response =
-        co_await responseOrEnvelope(std::move(exchange), std::move(request));
+    const LargeText response = co_await responseOrEnvelope(std::move(exchange), std::move(request));
     if (!mainExecutor.isCurrent()) {
         // A position that hosts know; it stays this one wherever the line moves.
         fatalError("unexpected executor", "kelto/AppleBridge", 64);
     }
-    if (callback != nullptr) callback(context, response.c_str());
+    if (callback != nullptr) callback(context, response.cString());
+}
+
+LargeText repairedCopy(std::string_view request) {
+    return isWellFormedUtf8(request) ? LargeText(request) : LargeText(repairedUtf8(request));
 }
 
 }  // namespace
@@ -47,10 +51,10 @@ void dispatchExchange(const Platform& platform,
     // Not owned by the task: a queue would then keep itself alive.
     auto start = [&mainExecutor = *platform.mainExecutor,
                   exchange = std::move(exchange),
-                  request = repairedUtf8(request),
+                  request = std::make_shared<LargeText>(repairedCopy(request)),
                   context,
                   callback]() mutable {
-        answer(mainExecutor, std::move(exchange), std::move(request), context, callback);
+        answer(mainExecutor, std::move(exchange), std::move(*request), context, callback);
     };
     platform.mainExecutor->post(std::move(start));
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/Task.hpp"
 #include "kelto/platform/Platform.hpp"
 #include "kelto_apple.h"
@@ -13,7 +14,7 @@ namespace kelto {
 
 /// Answers one request with the response text, or throws. Called on the main thread, and must be
 /// back there when the task ends.
-using ExchangeFunction = std::function<Task<std::string>(std::string request)>;
+using ExchangeFunction = std::function<Task<LargeText>(LargeText request)>;
 
 /// Runs one exchange as a task of the main executor and hands its answer to `callback`, exactly
 /// once: the response, or the error envelope of whatever was thrown. A callback of nullptr gets

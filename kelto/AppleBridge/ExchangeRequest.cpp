@@ -18,12 +18,12 @@ BridgeError invalidRequest() {
 }
 
 /// Lengths of texts are kept in 32 bits, so a longer request is refused before it is read.
-std::unique_ptr<const std::string> limited(std::string text) {
+LargeText limited(LargeText text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw PlatformError::described(
             errorDomain::cocoa, 3840, "The request couldn’t be read because it is over 4 GB long.");
     }
-    return std::make_unique<const std::string>(std::move(text));
+    return text;
 }
 
 /// The part of the text from `start` to where the reader stands.
@@ -33,8 +33,8 @@ TextPlace placeSince(std::size_t start, JsonReader& reader) {
 
 }  // namespace
 
-ExchangeRequest::ExchangeRequest(std::string text, std::shared_ptr<const RequestMemory> memory)
-    : memory_(std::move(memory)), text_(limited(std::move(text))), reader_(*text_) {
+ExchangeRequest::ExchangeRequest(LargeText text, std::shared_ptr<const RequestMemory> memory)
+    : memory_(std::move(memory)), text_(limited(std::move(text))), reader_(text_.view()) {
     reader_.requireContainer();
     if (reader_.kind() == JsonKind::array) {
         reader_.skipValue();
@@ -51,7 +51,7 @@ ExchangeRequest::ExchangeRequest(std::string text, std::shared_ptr<const Request
 
 std::string_view ExchangeRequest::knownFingerprint(const Uuid& thing) const {
     if (known_ == nullptr) return {};
-    return known_->find(std::string_view(*text_).substr(knownText_.offset, knownText_.size), thing);
+    return known_->find(text_.view().substr(knownText_.offset, knownText_.size), thing);
 }
 
 void ExchangeRequest::moveInto(RequestMemory& memory) && {
@@ -119,7 +119,7 @@ void ExchangeRequest::readRecords() {
 void ExchangeRequest::readRecord(RecordRecognition* recognition) {
     const std::size_t start = reader_.offset();
     if (recognition != nullptr) {
-        const std::string_view rest = std::string_view(*text_).substr(start);
+        const std::string_view rest = text_.view().substr(start);
         if (const SeenRecord* seen = recognition->recognise(rest)) {
             reader_.passOver(seen->text.size);
             records_.emplace_back(placeSince(start, reader_), rest, *seen, recordReader_);
@@ -136,7 +136,7 @@ void ExchangeRequest::readRecord(RecordRecognition* recognition) {
 
 void ExchangeRequest::readKnownFingerprints() {
     const std::size_t start = reader_.offset();
-    if (isRememberedKnown(std::string_view(*text_).substr(start))) {
+    if (isRememberedKnown(text_.view().substr(start))) {
         reader_.passOver(memory_->knownText.size);
         known_ = memory_->known;
     } else {

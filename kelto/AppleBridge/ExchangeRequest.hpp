@@ -11,6 +11,7 @@
 #include "kelto/AppleBridge/RecordReader.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/foundation/JsonReader.hpp"
+#include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
@@ -21,8 +22,7 @@ class ExchangeRequest {
 public:
     /// Throws a PlatformError when the text is not JSON (a document that is not an object or an
     /// array included), and a BridgeError, "Invalid bridge request.", when it is not a request.
-    explicit ExchangeRequest(std::string text,
-                             std::shared_ptr<const RequestMemory> memory = nullptr);
+    explicit ExchangeRequest(LargeText text, std::shared_ptr<const RequestMemory> memory = nullptr);
     ExchangeRequest(const ExchangeRequest&) = delete;
     ExchangeRequest& operator=(const ExchangeRequest&) = delete;
 
@@ -50,7 +50,7 @@ private:
     [[nodiscard]] bool isRememberedKnown(std::string_view rest) const;
 
     std::shared_ptr<const RequestMemory> memory_;
-    std::unique_ptr<const std::string> text_;
+    LargeText text_;
     JsonReader reader_;
     RecordReader recordReader_;
     std::string storePath_;

@@ -6,7 +6,6 @@
 
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
-#include "kelto/foundation/LargeMemory.hpp"
 #include "kelto/platform/QuietThread.hpp"
 #include "kelto/platform/SharedWork.hpp"
 
@@ -16,17 +15,16 @@ namespace {
 
 /// What a thing's record takes, a little more than usual.
 constexpr std::size_t expectedRecordBytes = 1100;
-constexpr std::size_t pieceBytes = std::size_t{64} * 1024;
 
 }  // namespace
 
 void RecordList::reserve(std::size_t things) {
-    reserveLarge(text_, things * expectedRecordBytes);
+    text_.reserve(things * expectedRecordBytes);
 }
 
 void RecordList::append(const Project& project) {
     separate();
-    RecordWriter record = base(piece_, "Project", project.uuid(), project.createdAt());
+    RecordWriter record = base(text_, "Project", project.uuid(), project.createdAt());
     record.text("name", project.name());
     record.integer("sortOrder", project.sortOrder());
     record.text("linkedFolderOwner", project.linkedFolderOwner());
@@ -36,14 +34,14 @@ void RecordList::append(const Project& project) {
 
 void RecordList::append(const Tag& tag) {
     separate();
-    RecordWriter record = base(piece_, "Tag", tag.uuid(), tag.createdAt());
+    RecordWriter record = base(text_, "Tag", tag.uuid(), tag.createdAt());
     record.text("name", tag.name());
     record.close();
 }
 
 void RecordList::append(const Thing& thing) {
     separate();
-    appendThingRecord(piece_, thing, *thing.derivedDigests(), receivedFolder_);
+    appendThingRecord(text_, thing, *thing.derivedDigests(), receivedFolder_);
 }
 
 void RecordList::appendAll(std::span<Thing* const> things) {
@@ -66,24 +64,11 @@ void RecordList::appendAll(std::span<Thing* const> things) {
     if (!helper) return;
     helper.reset();  // waits for its end
     separate();
-    movePiece();
-    text_ += rest.take();
-}
-
-std::string RecordList::take() {
-    movePiece();
-    hasRecords_ = false;
-    return std::exchange(text_, {});
+    text_.append(rest.text_.view());
 }
 
 void RecordList::separate() {
-    if (std::exchange(hasRecords_, true)) piece_.append(',');
-    if (piece_.size() > pieceBytes) movePiece();
-}
-
-void RecordList::movePiece() {
-    text_ += piece_.view();
-    piece_.clear();
+    if (std::exchange(hasRecords_, true)) text_.append(',');
 }
 
 }  // namespace kelto

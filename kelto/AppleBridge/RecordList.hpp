@@ -2,9 +2,10 @@
 
 #include <cstddef>
 #include <span>
-#include <string>
 #include <string_view>
+#include <utility>
 
+#include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/TextBuffer.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
@@ -21,7 +22,7 @@ public:
     /// Makes room for so many things.
     void reserve(std::size_t things);
     /// Anything that stands around the records.
-    void appendText(std::string_view text) { piece_.append(text); }
+    void appendText(std::string_view text) { text_.append(text); }
     void append(const Project& project);
     void append(const Tag& tag);
     /// The thing remembers its fingerprints.
@@ -30,17 +31,13 @@ public:
     void appendAll(std::span<Thing* const> things);
 
     /// The whole text; the list is empty afterwards.
-    [[nodiscard]] std::string take();
+    [[nodiscard]] LargeText take() { return std::move(text_); }
 
 private:
     void separate();
-    void movePiece();
 
     std::string_view receivedFolder_;
-    std::string text_;
-    // The end of the text. Records are printed into a small piece of memory that stays in the
-    // processor's cache, and go from there into the text.
-    TextBuffer piece_;
+    TextBuffer text_;
     bool hasRecords_ = false;
 };
 

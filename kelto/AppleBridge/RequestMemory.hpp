@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kelto/AppleBridge/KnownFingerprints.hpp"
+#include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/Uuid.hpp"
 #include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/Payload.hpp"
@@ -54,7 +55,7 @@ public:
     /// weighs in memory.
     static constexpr std::size_t textLimitBytes = std::size_t{256} * 1024 * 1024;
 
-    std::unique_ptr<const std::string> text;
+    LargeText text{""};
     std::vector<SeenRecord> records;  ///< In their order; deletions are left out.
     std::vector<SeenFile> files;      ///< By record.
     std::vector<std::string> folders;
@@ -67,7 +68,7 @@ public:
     std::uint64_t structureNumber = 0;
 
     [[nodiscard]] std::string_view textAt(TextPlace place) const {
-        return std::string_view(*text).substr(place.offset, place.size);
+        return text.view().substr(place.offset, place.size);
     }
     [[nodiscard]] std::span<const SeenFile> filesOf(const SeenRecord& record) const {
         return std::span(files).subspan(record.firstFile, record.fileCount);

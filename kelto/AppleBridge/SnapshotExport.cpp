@@ -28,7 +28,7 @@ SnapshotExport::SnapshotExport(ModelContext& context,
       outgoing_(files, random),
       receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
 
-std::string SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
+LargeText SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
     files_.createFolders(receivedFolder_);
     requireOwnFolder();
     const std::vector<Thing*> things = context_.fetch<Thing>();

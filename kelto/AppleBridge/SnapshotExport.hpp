@@ -6,6 +6,7 @@
 
 #include "kelto/AppleBridge/ExchangeRequest.hpp"
 #include "kelto/foundation/Date.hpp"
+#include "kelto/foundation/LargeText.hpp"
 #include "kelto/model/Thing.hpp"
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/platform/FileSystem.hpp"
@@ -27,8 +28,7 @@ public:
 
     /// The response text. Throws the file system's or the store's error; payload files that were
     /// written before it stay.
-    [[nodiscard]] std::string response(std::string_view status,
-                                       const std::optional<Date>& lastSync);
+    [[nodiscard]] LargeText response(std::string_view status, const std::optional<Date>& lastSync);
 
 private:
     /// Nothing is ever written through a link to a folder that is not the host's exchange folder.

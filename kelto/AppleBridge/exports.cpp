@@ -27,7 +27,7 @@ void startExchange(const char* request,
                    std::intptr_t context,
                    kelto_apple_callback callback) noexcept {
     // The store is first touched inside the task, on the main thread that it belongs to.
-    const auto exchange = [](std::string text) {
+    const auto exchange = [](kelto::LargeText text) {
         return kelto::AppleStore::shared().exchange(std::move(text));
     };
     kelto::dispatchExchange(

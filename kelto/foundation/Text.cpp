@@ -19,7 +19,6 @@
 #include <unicode/utf8.h>
 
 #include "kelto/foundation/FatalError.hpp"
-#include "kelto/foundation/LargeMemory.hpp"
 #include "kelto/foundation/Utf8Scan.hpp"
 
 namespace kelto {
@@ -213,7 +212,7 @@ std::size_t lineBreakLength(std::string_view text) {
 
 std::string repairedUtf8(std::string_view bytes) {
     std::size_t sound = wellFormedLength(bytes);
-    std::string repaired = largeCopy(bytes.substr(0, sound));
+    std::string repaired(bytes.substr(0, sound));
     while (sound < bytes.size()) {
         bytes.remove_prefix(sound);
         repaired += replacementCharacter;

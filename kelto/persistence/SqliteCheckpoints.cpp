@@ -14,6 +14,9 @@ void copyLog(const std::string& path) noexcept {
         // A connection knows that there is a log when it has read something.
         (void)database.integer("PRAGMA schema_version");
         database.checkpoint();
+        // Else the next process would read the whole log, only to learn that it has been copied.
+        // Gives up when anybody is at work: this connection waits for nobody.
+        database.emptyLog();
     } catch (const std::exception&) {
         // The log stays: it is part of the store, and the next commit has it copied again.
     }

@@ -187,6 +187,10 @@ void SqliteDatabase::leaveLogAlone() {
     sqlite3_wal_hook(handle_, note, &logPages_);
 }
 
+void SqliteDatabase::emptyLog() noexcept {
+    sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+}
+
 int SqliteDatabase::takeLogPages() {
     return std::exchange(logPages_, 0);
 }

@@ -74,6 +74,8 @@ public:
     /// Copies the write-ahead log into the database as far as nobody is in the way, waiting for
     /// nobody. What cannot be copied stays in the log.
     void checkpoint() noexcept;
+    /// The same for a log that nobody else is using at the moment; its file is empty afterwards.
+    void emptyLog() noexcept;
     /// From now on no commit of this connection does so by itself.
     void leaveLogAlone();
     /// How many pages the log had after the last commit that wrote something; 0 when there was none

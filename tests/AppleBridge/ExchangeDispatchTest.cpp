@@ -37,13 +37,13 @@ void record(std::intptr_t context, const char* response) {
     answers.push_back({context, response});
 }
 
-Task<std::string> echo(std::string request) {
+Task<LargeText> echo(LargeText request) {
     co_return request;
 }
 
 template <typename Error>
 ExchangeFunction throwing(Error error) {
-    return [error](std::string) -> Task<std::string> {
+    return [error](LargeText) -> Task<LargeText> {
         throw error;
         co_return "";
     };
@@ -80,7 +80,7 @@ TEST_F(ExchangeDispatch, HandsTheResponseToTheCallback) {
 TEST_F(ExchangeDispatch, StartsNothingBeforeTheMainThreadGetsToIt) {
     bool started = false;
     dispatch(
-        [&started](std::string request) {
+        [&started](LargeText request) {
             started = true;
             return echo(std::move(request));
         },
@@ -161,7 +161,7 @@ TEST_F(ExchangeDispatch, AnswersWhateverElseIsThrownWithTheErrorEnvelope) {
 }
 
 TEST_F(ExchangeDispatch, AnswersWhenTheExchangeCannotEvenStart) {
-    const auto refuse = [](std::string) -> Task<std::string> { throw BridgeError("not now"); };
+    const auto refuse = [](LargeText) -> Task<LargeText> { throw BridgeError("not now"); };
     dispatch(refuse, "{}");
     fake.mainExecutor->runUntilIdle();
     EXPECT_THAT(answers, ElementsAre(Answer{1, R"({"version":1,"error":"not now"})"}));
@@ -169,7 +169,7 @@ TEST_F(ExchangeDispatch, AnswersWhenTheExchangeCannotEvenStart) {
 
 TEST_F(ExchangeDispatch, AnswersInTheOrderOfCompletion) {
     std::vector<std::coroutine_handle<>> waiting;
-    const ExchangeFunction exchange = [&waiting](std::string request) -> Task<std::string> {
+    const ExchangeFunction exchange = [&waiting](LargeText request) -> Task<LargeText> {
         co_await Waiting{waiting};
         co_return request;
     };
@@ -186,7 +186,7 @@ TEST_F(ExchangeDispatch, AnswersInTheOrderOfCompletion) {
 TEST_F(ExchangeDispatch, AnswersAFailureAfterAWait) {
     std::vector<std::coroutine_handle<>> waiting;
     dispatch(
-        [&waiting](std::string) -> Task<std::string> {
+        [&waiting](LargeText) -> Task<LargeText> {
             co_await Waiting{waiting};
             throw BridgeError("too late");
         },
@@ -200,7 +200,7 @@ TEST_F(ExchangeDispatch, KeepsWhatTheExchangeFunctionHoldsUntilTheAnswer) {
     std::vector<std::coroutine_handle<>> waiting;
     const auto held = std::make_shared<std::string>("held");
     dispatch(
-        [&waiting, held](std::string) -> Task<std::string> {
+        [&waiting, held](LargeText) -> Task<LargeText> {
             co_await Waiting{waiting};
             co_return *held;
         },
@@ -214,7 +214,7 @@ TEST_F(ExchangeDispatch, KeepsWhatTheExchangeFunctionHoldsUntilTheAnswer) {
 
 TEST_F(ExchangeDispatch, RunsTheExchangeWithoutACallback) {
     bool ran = false;
-    const auto exchange = [&ran](std::string request) {
+    const auto exchange = [&ran](LargeText request) {
         ran = true;
         return echo(std::move(request));
     };

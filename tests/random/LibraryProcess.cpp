@@ -28,7 +28,7 @@ std::string LibraryProcess::exchangeText(std::string request) {
 DetachedTask LibraryProcess::answer(std::string request,
                                     std::shared_ptr<std::optional<std::string>> text) {
     try {
-        *text = co_await store_->exchange(std::move(request));
+        *text = (co_await store_->exchange(std::move(request))).view();
     } catch (const std::exception& error) {
         *text = errorEnvelope(error);
     }

@@ -25,7 +25,7 @@ void TestLibrary::restart() {
 
 DetachedTask TestLibrary::answer(std::string request, std::shared_ptr<PendingExchange> exchange) {
     try {
-        exchange->text_ = co_await store_->exchange(std::move(request));
+        exchange->text_ = (co_await store_->exchange(std::move(request))).view();
     } catch (const std::exception& error) {
         exchange->text_ = errorEnvelope(error);
     }

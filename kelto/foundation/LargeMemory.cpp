@@ -9,27 +9,34 @@ namespace kelto {
 
 namespace {
 
-void preferLargePages([[maybe_unused]] void* start, [[maybe_unused]] std::size_t size) {
-#ifdef MADV_HUGEPAGE
-    // Whole large pages inside of what was given. Advice only: whether it is taken changes nothing
-    // but the time.
-    constexpr std::uintptr_t page = LargeMemory::usualBytes;
-    const auto begin = reinterpret_cast<std::uintptr_t>(start);
-    const std::uintptr_t first = (begin + page - 1) / page * page;
-    const std::uintptr_t last = (begin + size) / page * page;
-    if (first < last) {
-        (void)::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-    }
-#endif
+constexpr std::size_t pageBytes = LargeMemory::usualBytes;
+
+std::size_t wholePages(std::size_t size) {
+    return (size + pageBytes - 1) / pageBytes * pageBytes;
+}
+
+/// Memory that begins at a whole large page: what lies before the first one would come in small
+/// pages, one fault for each.
+void* alignedMemory(std::size_t size) {
+    void* const start = ::mmap(
+        nullptr, size + pageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (start == MAP_FAILED) throw std::bad_alloc();
+    auto* const bytes = static_cast<std::byte*>(start);
+    const std::size_t before = wholePages(reinterpret_cast<std::uintptr_t>(start)) -
+                               reinterpret_cast<std::uintptr_t>(start);
+    if (before > 0) ::munmap(bytes, before);
+    ::munmap(bytes + before + size, pageBytes - before);
+    return bytes + before;
 }
 
 }  // namespace
 
 LargeMemory::LargeMemory(std::size_t size)
-    : start_(::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
-      size_(size) {
-    if (start_ == MAP_FAILED) throw std::bad_alloc();
-    preferLargePages(start_, size_);
+    : start_(alignedMemory(wholePages(size))), size_(wholePages(size)) {
+#ifdef MADV_HUGEPAGE
+    // Advice only: whether it is taken changes nothing but the time.
+    (void)::madvise(start_, size_, MADV_HUGEPAGE);
+#endif
 }
 
 LargeMemory::~LargeMemory() {

@@ -6,13 +6,14 @@ namespace kelto {
 
 void TextBuffer::grow(std::size_t size) {
     constexpr std::size_t smallest = 1024;
-    const std::size_t capacity = std::max({smallest, capacity_ * 2, size_ + size});
+    std::size_t capacity = std::max({smallest, capacity_ * 2, size_ + size});
     std::unique_ptr<char[]> small;
     std::optional<LargeMemory> large;
     char* start = nullptr;
     if (capacity >= LargeMemory::usualBytes) {
         large.emplace(capacity);
         start = static_cast<char*>(large->start());
+        capacity = large->size();
     } else {
         // Not value-initialised: every byte is written before it is read.
         small.reset(new char[capacity]);

@@ -1,5 +1,6 @@
 #include "kelto/AppleBridge/AssetReader.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -78,14 +79,17 @@ IncomingFile AssetReader::resolvedFile(std::string_view path) {
     return file;
 }
 
-std::vector<std::optional<FileStatus>> AssetReader::look(const RequestMemory& memory) {
+std::optional<FileStatus> AssetReader::look(const RequestMemory& memory, const SeenFile& file) {
+    return plainFile(folderAt(memory.folders[file.folder]).get(), memory.nameOf(file));
+}
+
+std::vector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemory& memory) {
     std::vector<std::optional<FileStatus>> statuses(memory.files.size());
     if (memory.folders.size() > folderLimit) {
-        for (std::size_t i = 0; i < memory.files.size(); ++i) {
-            const SeenFile& file = memory.files[i];
-            const auto folder = folderAt(memory.folders[file.folder]);
-            statuses[i] = plainFile(folder.get(), memory.nameOf(file));
-        }
+        std::transform(
+            memory.files.begin(), memory.files.end(), statuses.begin(), [&](const SeenFile& file) {
+                return look(memory, file);
+            });
         return statuses;
     }
     std::vector<std::shared_ptr<Folder>> folders;

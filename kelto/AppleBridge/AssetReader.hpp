@@ -51,10 +51,11 @@ public:
     /// file system's error.
     [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
 
-    /// What the file system says of the files that an earlier request named, in the order of
-    /// `memory.files`: none for what is no plain file, or cannot be looked at. asset() will say
-    /// why.
-    [[nodiscard]] std::vector<std::optional<FileStatus>> look(const RequestMemory& memory);
+    /// What the file system says of a file that an earlier request named: none for what is no plain
+    /// file, or cannot be looked at. asset() will say why.
+    [[nodiscard]] std::optional<FileStatus> look(const RequestMemory& memory, const SeenFile& file);
+    /// The same for all of them, in their order; many at a time, with a second thread.
+    [[nodiscard]] std::vector<std::optional<FileStatus>> lookAtAll(const RequestMemory& memory);
     /// Whether the file of that status still holds these bytes, as it did when they were read, and
     /// the storage does so as well.
     [[nodiscard]] bool isUnchanged(const std::optional<FileStatus>& status, const Payload& payload);

@@ -86,6 +86,7 @@ void HostMerge::createMissing() {
     notes_.reserve(request_.records().size());
     for (const Record& record : request_.records()) {
         if (isDeletion(record)) continue;
+        if (record.seen() != nullptr) ++recognised_;
         SeenRecord note;
         note.text = record.text();
         note.identifier = identifierOf(record);
@@ -154,13 +155,19 @@ bool HostMerge::isSettled(const Record& record, const SeenRecord& note) {
     if (memory.structureNumber != index_.structureNumber()) return false;
     if (note.object->changeNumber() != before->changeNumber) return false;
     if (before->fileCount == 0) return true;
-    // All of them at once: most of the request is as it was.
-    if (!hasLooked_) fileStatuses_ = assets_.look(memory);
-    hasLooked_ = true;
     for (std::size_t i = before->firstFile; i < before->firstFile + before->fileCount; ++i) {
-        if (!assets_.isUnchanged(fileStatuses_[i], memory.files[i].payload)) return false;
+        if (!assets_.isUnchanged(statusOfFile(i), memory.files[i].payload)) return false;
     }
     return true;
+}
+
+std::optional<FileStatus> HostMerge::statusOfFile(std::size_t number) {
+    const RequestMemory& memory = *request_.memory();
+    // Where most of the request is as it was, all of its files are asked for at once.
+    const bool isMostlyKnown = recognised_ * 2 > memory.records.size();
+    if (!isMostlyKnown) return assets_.look(memory, memory.files[number]);
+    if (fileStatuses_.empty()) fileStatuses_ = assets_.lookAtAll(memory);
+    return fileStatuses_[number];
 }
 
 void HostMerge::updateProject(Project& project, const Record& record) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,6 +52,8 @@ private:
     [[nodiscard]] ModelObject& objectOf(const Record& record, const SeenRecord& note);
     void updateFields();
     [[nodiscard]] bool isSettled(const Record& record, const SeenRecord& note);
+    /// Of a file that the last request named.
+    [[nodiscard]] std::optional<FileStatus> statusOfFile(std::size_t number);
     void updateProject(Project& project, const Record& record);
     static void updateTag(Tag& tag, const Record& record);
     void updateThing(Thing& thing, const Record& record);
@@ -77,7 +80,7 @@ private:
     MergeNotes notes_;
     /// Of the files that the last request named.
     std::vector<std::optional<FileStatus>> fileStatuses_;
-    bool hasLooked_ = false;
+    std::size_t recognised_ = 0;  ///< Records that stood in the last request.
     /// Whether the objects that the last request's memory points at are still there.
     bool remembersObjects_ = false;
 };

@@ -386,6 +386,40 @@ TEST_F(RepeatedRequest, TakesNoRecordApartThatItKnows) {
     EXPECT_EQ(recordsRead, 0);
 }
 
+TEST_F(RepeatedRequest, LooksOnlyAtTheFilesOfWhatItRepeats) {
+    RequestBuilder whole;
+    RequestBuilder part;
+    for (unsigned i = 1; i <= 40; ++i) {
+        const RecordBuilder record =
+            RecordBuilder::thing(identifier(i))
+                .with("data", library.putFile("file" + std::to_string(i), "bytes"));
+        whole.record(record);
+        if (i <= 3) part.record(record);
+    }
+    (void)exchange(whole);
+    const FaultyFileSystem& files = *library.platform().files;
+    const std::uint64_t looks = files.count(FileOperation::status);
+    (void)exchange(part);
+    EXPECT_EQ(recordsRead, 0);
+    EXPECT_LT(files.count(FileOperation::status) - looks, 20) << "not 40";
+}
+
+TEST_F(RepeatedRequest, FindsItsFilesInManyFolders) {
+    RequestBuilder request;
+    for (unsigned i = 1; i <= 150; ++i) {
+        const std::string path = "folder" + std::to_string(i) + "/file";
+        request.record(
+            RecordBuilder::thing(identifier(i)).with("data", library.putFile(path, "bytes")));
+    }
+    (void)exchange(request);
+    (void)exchange(request);
+    EXPECT_EQ(recordsRead, 0);
+    library.putFile("folder77/file", "other");
+    const Response response = exchange(request);
+    EXPECT_EQ(recordsRead, 1);
+    EXPECT_EQ(library.received(identifier(77), "data"), "other");
+}
+
 TEST_F(RepeatedRequest, ReadsADeletionEveryTime) {
     const RequestBuilder request =
         RequestBuilder().record(thing()).record(RecordBuilder::deletion("Tag", tag));

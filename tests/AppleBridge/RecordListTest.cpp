@@ -1,0 +1,78 @@
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "kelto/AppleBridge/Fingerprints.hpp"
+#include "kelto/AppleBridge/RecordList.hpp"
+#include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/foundation/Json.hpp"
+#include "tests/support/FakeClock.hpp"
+#include "tests/support/SeededRandom.hpp"
+
+namespace kelto {
+namespace {
+
+/// So many things without a store.
+class Things {
+public:
+    explicit Things(std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            owned_.push_back(std::make_unique<Thing>(
+                environment_, ThingKind::note, "title “" + std::to_string(i) + "”"));
+            things.push_back(owned_.back().get());
+        }
+    }
+    std::vector<Thing*> things;
+
+private:
+    ObjectEnvironment environment_{std::make_shared<FakeClock>(),
+                                   std::make_shared<SeededRandom>(1)};
+    std::vector<std::unique_ptr<Thing>> owned_;
+};
+
+class RecordLists : public testing::TestWithParam<std::size_t> {};
+
+/// Few are printed by this thread alone, many by two.
+TEST_P(RecordLists, AreTheSameAsOneRecordAfterTheOther) {
+    const Things world(GetParam());
+    rememberFingerprints(world.things);
+    RecordList together("/received");
+    together.appendText("[");
+    together.appendAll(world.things);
+    together.appendText("]");
+    RecordList oneByOne("/received");
+    oneByOne.appendText("[");
+    for (const Thing* thing : world.things) oneByOne.append(*thing);
+    oneByOne.appendText("]");
+    const LargeText text = together.take();
+    EXPECT_TRUE(text.view() == oneByOne.take().view());
+    EXPECT_EQ(JsonValue::parse(text.view()).array()->size(), GetParam());
+}
+INSTANTIATE_TEST_SUITE_P(Counts, RecordLists, testing::Values(0, 1, 2, 511, 512, 513, 5000));
+
+TEST(RecordLists, SeparateWhatWasThereBeforeFromWhatTwoThreadsPrint) {
+    Things world(2000);
+    rememberFingerprints(world.things);
+    RecordList list("/received");
+    list.appendText("[");
+    list.append(*world.things.front());
+    list.appendAll(world.things);
+    list.append(*world.things.back());
+    list.appendText("]");
+    EXPECT_EQ(JsonValue::parse(list.take().view()).array()->size(), 2002);
+}
+
+TEST(Fingerprints, AreTheSameOnTwoThreads) {
+    const Things world(3000);
+    rememberFingerprints(world.things);
+    for (const Thing* thing : world.things) {
+        ASSERT_TRUE(thing->derivedDigests().has_value());
+        const DerivedDigests again = computedFingerprints(*thing);
+        ASSERT_EQ(thing->derivedDigests()->file, again.file);
+        ASSERT_EQ(thing->derivedDigests()->record, again.record);
+    }
+}
+
+}  // namespace
+}  // namespace kelto

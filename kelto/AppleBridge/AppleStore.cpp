@@ -65,8 +65,7 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
         auto response = SnapshotExport(context, request, files, *platform_.random)
                             .response(status(), lastSync());
         std::move(request).moveInto(*memory);
-        const bool isKept = memory->text.size() <= RequestMemory::textLimitBytes;
-        requestMemory_ = isKept ? std::move(memory) : nullptr;
+        requestMemory_ = std::move(memory);
         stages.exporting = watch.lap();
         lastStages_ = stages;
         return response;

@@ -7,6 +7,7 @@
 
 #include "kelto/AppleBridge/BridgeError.hpp"
 #include "kelto/AppleBridge/ConflictPreservation.hpp"
+#include "kelto/AppleBridge/FetchAhead.hpp"
 #include "kelto/AppleBridge/FileFingerprint.hpp"
 #include "kelto/AppleBridge/ProjectCycles.hpp"
 #include "kelto/AppleBridge/WireTimestamp.hpp"
@@ -127,6 +128,7 @@ void HostMerge::updateFields() {
     std::size_t place = 0;
     for (const Record& record : request_.records()) {
         if (isDeletion(record)) continue;
+        fetchAhead(place);
         SeenRecord& note = notes_.at(place++);
         if (isSettled(record, note)) {
             notes_.repeat(note, *record.seen(), *request_.memory());
@@ -146,6 +148,16 @@ void HostMerge::updateFields() {
         }
         notes_.settle();
     }
+}
+
+void HostMerge::fetchAhead(std::size_t place) {
+    const SeenRecord* const object = notes_.find(place + objectsAhead);
+    if (object == nullptr || object->type != RecordType::thing) return;
+    // Of what is recognised, the number of the last change is mostly all that is looked at.
+    if (recognised_ > 0) return __builtin_prefetch(object->object);
+    fetchObject(static_cast<const Thing&>(*object->object));
+    const SeenRecord& texts = notes_.at(place + textsAhead);
+    if (texts.type == RecordType::thing) fetchTexts(static_cast<const Thing&>(*texts.object));
 }
 
 bool HostMerge::isSettled(const Record& record, const SeenRecord& note) {

@@ -51,6 +51,8 @@ private:
                         Arguments&&... arguments);
     [[nodiscard]] ModelObject& objectOf(const Record& record, const SeenRecord& note);
     void updateFields();
+    /// Asks the memory for the objects of the records behind that place.
+    void fetchAhead(std::size_t place);
     [[nodiscard]] bool isSettled(const Record& record, const SeenRecord& note);
     /// Of a file that the last request named.
     [[nodiscard]] std::optional<FileStatus> statusOfFile(std::size_t number);

@@ -16,6 +16,10 @@ class MergeNotes {
 public:
     void reserve(std::size_t records) { memory_->records.reserve(records); }
     SeenRecord& add(const SeenRecord& note) { return memory_->records.emplace_back(note); }
+    /// nullptr behind the last one.
+    [[nodiscard]] const SeenRecord* find(std::size_t place) const {
+        return place < memory_->records.size() ? &memory_->records[place] : nullptr;
+    }
     [[nodiscard]] SeenRecord& at(std::size_t place) { return memory_->records[place]; }
 
     /// Begins the merging of a record.

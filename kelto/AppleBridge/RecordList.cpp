@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "kelto/AppleBridge/FetchAhead.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/platform/QuietThread.hpp"
@@ -53,18 +54,26 @@ void RecordList::appendAll(std::span<Thing* const> things) {
         try {
             helper.emplace([&rest, others]() noexcept {
                 rest.reserve(others.size());
-                for (const Thing* thing : others) rest.append(*thing);
+                rest.appendEach(others);
             });
             mine = things.first(things.size() / 2);
         } catch (const std::system_error&) {
             helper.reset();  // slower, but no reason to give up
         }
     }
-    for (const Thing* thing : mine) append(*thing);
+    appendEach(mine);
     if (!helper) return;
     helper.reset();  // waits for its end
     separate();
     text_.append(rest.text_.view());
+}
+
+void RecordList::appendEach(std::span<Thing* const> things) {
+    for (std::size_t i = 0; i < things.size(); ++i) {
+        if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
+        if (i + textsAhead < things.size()) fetchTexts(*things[i + textsAhead]);
+        append(*things[i]);
+    }
 }
 
 void RecordList::separate() {

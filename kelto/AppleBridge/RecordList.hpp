@@ -34,6 +34,7 @@ public:
     [[nodiscard]] LargeText take() { return std::move(text_); }
 
 private:
+    void appendEach(std::span<Thing* const> things);
     void separate();
 
     std::string_view receivedFolder_;

@@ -51,10 +51,6 @@ struct SeenFile {
 /// merged again. Never changed once it is made, since requests that wait still refer to it.
 class RequestMemory {
 public:
-    /// Above this many bytes a request is not kept: remembering it would double what the library
-    /// weighs in memory.
-    static constexpr std::size_t textLimitBytes = std::size_t{256} * 1024 * 1024;
-
     LargeText text{""};
     std::vector<SeenRecord> records;  ///< In their order; deletions are left out.
     std::vector<SeenFile> files;      ///< By record.

@@ -1,8 +1,10 @@
 #include "kelto/AppleBridge/SnapshotExport.hpp"
 
+#include <cstddef>
 #include <vector>
 
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
+#include "kelto/AppleBridge/FetchAhead.hpp"
 #include "kelto/AppleBridge/Fingerprints.hpp"
 #include "kelto/AppleBridge/RecordList.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
@@ -33,7 +35,10 @@ LargeText SnapshotExport::response(std::string_view status, const std::optional<
     requireOwnFolder();
     const std::vector<Thing*> things = context_.fetch<Thing>();
     rememberFingerprints(things);
-    for (const Thing* thing : things) writePayloads(*thing);
+    for (std::size_t i = 0; i < things.size(); ++i) {
+        if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
+        writePayloads(*things[i]);
+    }
 
     RecordList records(receivedFolder_);
     records.reserve(things.size());

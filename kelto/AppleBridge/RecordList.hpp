@@ -14,7 +14,11 @@
 namespace kelto {
 
 /// The records of a response as text, one after the other with commas between them.
-class RecordList {
+///
+/// Two threads write two lists at the same time, a few bytes at a time: did the lists share a line
+/// of the processors' caches, each of those writes would wait for the other processor. (They come
+/// in pairs of 64 bytes.)
+class alignas(128) RecordList {
 public:
     /// `receivedFolder` is the folder of payload files; it outlives the list.
     explicit RecordList(std::string_view receivedFolder) : receivedFolder_(receivedFolder) {}

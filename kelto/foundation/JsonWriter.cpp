@@ -3,7 +3,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/HexDigits.hpp"
@@ -44,9 +43,11 @@ char* putEscaped(char* to, char c) {
         *to++ = letter;
         return to;
     }
-    std::memcpy(to, "u00", 3);
-    putHexPair(to + 3, static_cast<std::uint8_t>(c), lowerCaseHexPairs);
-    return to + 5;
+    *to++ = 'u';
+    *to++ = '0';
+    *to++ = '0';
+    putHexPair(to, static_cast<std::uint8_t>(c), lowerCaseHexPairs);
+    return to + 2;
 }
 
 /// Enough for the text with quotation marks, and for what the copying writes beyond it.

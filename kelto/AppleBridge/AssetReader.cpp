@@ -58,10 +58,9 @@ std::optional<IncomingFile> AssetReader::placedFile(std::string_view path) {
     file.folder_ = folder;
     file.size_ = status->size;
     if (const auto payload = payloads_.seenBefore(*status)) {
-        file.payload_ = *payload;
+        file.known_ = *payload;
     } else {
         file.received_.emplace(payloads_.receive(folder->openForReading(place->name)));
-        file.payload_ = file.received_->payload();
     }
     return file;
 }
@@ -75,7 +74,6 @@ IncomingFile AssetReader::resolvedFile(std::string_view path) {
     IncomingFile file;
     file.received_.emplace(
         payloads_.receive(folder->openForReading(lastPathComponent(location.path))));
-    file.payload_ = file.received_->payload();
     return file;
 }
 
@@ -112,12 +110,11 @@ bool AssetReader::isUnchanged(const std::optional<FileStatus>& status, const Pay
 
 Payload AssetReader::keep(IncomingFile& file, const std::optional<Payload>& stored) {
     if (!file.received_) {
-        if (file.payload_ == stored && payloads_.isSound(file.payload_, file.size_)) return *stored;
+        if (file.known_ == stored && payloads_.isSound(file.known_, file.size_)) return *stored;
         file.received_.emplace(payloads_.receive(file.folder_->openForReading(file.place_->name)));
     }
     payloads_.keep(*file.received_);
-    file.payload_ = file.received_->payload();
-    return file.payload_;
+    return file.received_->payload();
 }
 
 std::shared_ptr<Folder> AssetReader::folderAt(std::string_view path) {

@@ -23,7 +23,9 @@ struct FilePlace {
 /// A file that a record names: what its bytes are, and, if somebody wants them, the bytes.
 class IncomingFile {
 public:
-    [[nodiscard]] const Payload& payload() const { return payload_; }
+    [[nodiscard]] const Payload& payload() const {
+        return received_ ? received_->payload() : known_;
+    }
     /// Where the file can be asked for again; none when the way to it leads over a link or is
     /// spelled in an unusual manner. Borrowed from the record.
     [[nodiscard]] const std::optional<FilePlace>& place() const { return place_; }
@@ -31,7 +33,7 @@ public:
 private:
     friend class AssetReader;
 
-    Payload payload_;
+    Payload known_;  // of what has not been read
     std::uint64_t size_ = 0;
     std::optional<FilePlace> place_;
     std::shared_ptr<Folder> folder_;

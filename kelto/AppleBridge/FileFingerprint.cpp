@@ -1,8 +1,8 @@
 #include "kelto/AppleBridge/FileFingerprint.hpp"
 
-#include "kelto/AppleBridge/WireTimestamp.hpp"
-#include "kelto/foundation/JsonWriter.hpp"
+#include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/foundation/Sha256.hpp"
+#include "kelto/foundation/TextBuffer.hpp"
 
 namespace kelto {
 
@@ -17,27 +17,17 @@ FileFacts FileFacts::of(const Thing& thing) {
 }
 
 std::string canonicalJson(const FileFacts& facts) {
-    std::string json = R"({"content":)";
-    appendJsonString(json, facts.content);
-    if (facts.data) {
-        json += R"(,"data":")";
-        facts.data->digest.appendHex(json);
-        json += '"';
-    }
-    json += R"(,"kind":)";
-    appendJsonString(json, facts.kind);
-    json += R"(,"name":)";
-    appendJsonString(json, facts.name);
-    json += R"(,"title":)";
-    appendJsonString(json, facts.title);
-    if (facts.trashed) {
-        json += R"(,"trashed":)";
-        appendJsonInteger(json, wireTimestamp(*facts.trashed));
-    }
-    json += R"(,"url":)";
-    appendJsonString(json, facts.url);
-    json += '}';
-    return json;
+    TextBuffer json;
+    RecordWriter record(json);
+    record.text("content", facts.content);
+    if (facts.data) record.digest("data", facts.data->digest);
+    record.text("kind", facts.kind);
+    record.text("name", facts.name);
+    record.text("title", facts.title);
+    if (facts.trashed) record.timestamp("trashed", *facts.trashed);
+    record.text("url", facts.url);
+    record.close();
+    return std::string(json.view());
 }
 
 std::string fileFingerprint(const FileFacts& facts) {

@@ -13,8 +13,6 @@ namespace kelto {
 /// from one request serves the next one with the same text.
 class KnownFingerprints {
 public:
-    KnownFingerprints() = default;
-
     /// Reads the value that stands next, whatever it is; one that is no object of texts counts as
     /// empty. Texts with escapes are borrowed from the reader.
     explicit KnownFingerprints(JsonReader& reader);

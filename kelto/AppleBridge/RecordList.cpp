@@ -1,13 +1,10 @@
 #include "kelto/AppleBridge/RecordList.hpp"
 
-#include <optional>
-#include <system_error>
 #include <utility>
 
 #include "kelto/AppleBridge/FetchAhead.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
-#include "kelto/platform/QuietThread.hpp"
 #include "kelto/platform/SharedWork.hpp"
 
 namespace kelto {
@@ -46,24 +43,14 @@ void RecordList::append(const Thing& thing) {
 }
 
 void RecordList::appendAll(std::span<Thing* const> things) {
-    std::span<Thing* const> mine = things;
+    if (things.size() < 2 * worthAThread) return appendEach(things);
+    const std::span<Thing* const> others = things.subspan(things.size() / 2);
     RecordList rest(receivedFolder_);
-    std::optional<QuietThread> helper;
-    if (things.size() >= 2 * worthAThread && hasSecondProcessor()) {
-        const std::span<Thing* const> others = things.subspan(things.size() / 2);
-        try {
-            helper.emplace([&rest, others]() noexcept {
-                rest.reserve(others.size());
-                rest.appendEach(others);
-            });
-            mine = things.first(things.size() / 2);
-        } catch (const std::system_error&) {
-            helper.reset();  // slower, but no reason to give up
-        }
-    }
-    appendEach(mine);
-    if (!helper) return;
-    helper.reset();  // waits for its end
+    doBoth([&] { appendEach(things.first(things.size() / 2)); },
+           [&] {
+               rest.reserve(others.size());
+               rest.appendEach(others);
+           });
     separate();
     text_.append(rest.text_.view());
 }

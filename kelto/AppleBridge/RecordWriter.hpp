@@ -17,9 +17,6 @@ class RecordWriter {
 public:
     /// Opens the object at the end of `out`.
     explicit RecordWriter(TextBuffer& out) : out_(out) {}
-    /// Goes on in an object that was opened elsewhere, behind one of its values.
-    struct Continued {};
-    RecordWriter(TextBuffer& out, Continued /*unused*/) : out_(out), separator_(',') {}
 
     // `key` is one of the wire's own names: letters only, written as it stands.
     void text(std::string_view key, std::string_view value);

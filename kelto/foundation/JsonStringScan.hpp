@@ -48,11 +48,26 @@ inline unsigned specialBits(const char* at) {
     return bitsOf(_mm_or_si128(notPlain, _mm_or_si128(equalTo(block, '"'), equalTo(block, '\\'))));
 }
 
-inline unsigned escapableBits(const char* at) {
-    const __m128i block = loadBlock(at);
+inline unsigned escapableBits(__m128i block) {
     const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
     const __m128i solidus = _mm_or_si128(equalTo(block, '/'), equalTo(block, '\\'));
     return bitsOf(_mm_or_si128(_mm_or_si128(control, solidus), equalTo(block, '"')));
+}
+
+/// Copies whole blocks up to the first byte that `bitsOf` marks, moves both positions there, and
+/// answers whether it met one; else less than a block is left.
+template <typename BitsOf>
+bool copyBlocks(const char*& from, const char* end, char*& to, BitsOf bitsOf) {
+    while (end - from >= blockBytes) {
+        const __m128i block = loadBlock(from);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
+        const unsigned bits = bitsOf(block);
+        const int copied = bits == 0 ? static_cast<int>(blockBytes) : std::countr_zero(bits);
+        from += copied;
+        to += copied;
+        if (bits != 0) return true;
+    }
+    return false;
 }
 
 }  // namespace detail
@@ -74,7 +89,8 @@ inline const char* findJsonSpecial(const char* at, const char* end) {
 inline const char* findJsonEscapable(const char* at, const char* end) {
 #ifdef __SSE2__
     for (; end - at >= detail::blockBytes; at += detail::blockBytes) {
-        if (const unsigned bits = detail::escapableBits(at)) return at + std::countr_zero(bits);
+        if (const unsigned bits = detail::escapableBits(detail::loadBlock(at)))
+            return at + std::countr_zero(bits);
     }
 #endif
     while (at != end && !isJsonEscapable(*at)) ++at;
@@ -85,15 +101,7 @@ inline const char* findJsonEscapable(const char* at, const char* end) {
 /// must be room at `to` for everything up to `end`, and for 16 bytes more.
 inline void copyUpToJsonEscapable(const char*& from, const char* end, char*& to) {
 #ifdef __SSE2__
-    while (end - from >= detail::blockBytes) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), detail::loadBlock(from));
-        const unsigned bits = detail::escapableBits(from);
-        const int copied =
-            bits == 0 ? static_cast<int>(detail::blockBytes) : std::countr_zero(bits);
-        from += copied;
-        to += copied;
-        if (bits != 0) return;
-    }
+    if (detail::copyBlocks(from, end, to, detail::escapableBits)) return;
 #endif
     while (from != end && !isJsonEscapable(*from)) *to++ = *from++;
 }
@@ -102,16 +110,10 @@ inline void copyUpToJsonEscapable(const char*& from, const char* end, char*& to)
 /// at `to` for everything up to `end`, of which all may be overwritten.
 inline void copyUpToEscape(const char*& from, const char* end, char*& to) {
 #ifdef __SSE2__
-    while (end - from >= detail::blockBytes) {
-        const __m128i block = detail::loadBlock(from);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
-        const unsigned bits = detail::bitsOf(detail::equalTo(block, '\\'));
-        const int copied =
-            bits == 0 ? static_cast<int>(detail::blockBytes) : std::countr_zero(bits);
-        from += copied;
-        to += copied;
-        if (bits != 0) return;
-    }
+    const auto isEscape = [](__m128i block) {
+        return detail::bitsOf(detail::equalTo(block, '\\'));
+    };
+    if (detail::copyBlocks(from, end, to, isEscape)) return;
 #endif
     while (from != end && *from != '\\') *to++ = *from++;
 }

@@ -37,14 +37,6 @@ public:
         return models;
     }
 
-    /// About how many objects of a model class there are: those that were deleted but not saved yet
-    /// still count.
-    template <typename Model>
-    [[nodiscard]] std::size_t count() {
-        begin();
-        return container_.population(Model::description()).size();
-    }
-
     /// Makes a new object, inserts it and answers it. `arguments` follow the environment in the
     /// class's constructor.
     template <typename Model, typename... Arguments>

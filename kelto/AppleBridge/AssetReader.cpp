@@ -93,7 +93,8 @@ std::vector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemor
     std::vector<std::shared_ptr<Folder>> folders;
     for (const std::string& path : memory.folders) folders.push_back(folderAt(path));
     // Only the question crosses to the other thread, and only the answer comes back.
-    shareWork(memory.files.size(), [&](std::size_t begin, std::size_t end) {
+    constexpr std::size_t stride = 64;
+    shareWork(memory.files.size(), stride, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             const SeenFile& file = memory.files[i];
             statuses[i] = plainFile(folders[file.folder].get(), memory.nameOf(file));

@@ -1,5 +1,9 @@
 #include "kelto/AppleBridge/ExchangeDispatch.hpp"
 
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <utility>
@@ -8,6 +12,8 @@
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/Text.hpp"
+#include "kelto/foundation/TextBuffer.hpp"
+#include "kelto/platform/SharedWork.hpp"
 
 namespace kelto {
 
@@ -37,8 +43,32 @@ DetachedTask answer(MainExecutor& mainExecutor,
     if (callback != nullptr) callback(context, response.cString());
 }
 
+/// The first place from `place` on where a text may be cut without cutting a character. In what is
+/// not UTF-8 a cut may lie anywhere: one of the parts is malformed in any case.
+std::size_t cutFrom(std::size_t place, std::string_view text) {
+    const auto continues = [&](std::size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
+    };
+    while (place < text.size() && continues(place)) ++place;
+    return std::min(place, text.size());
+}
+
+/// The request, whose memory is the host's: copied, and repaired where it is not UTF-8.
 LargeText repairedCopy(std::string_view request) {
-    return isWellFormedUtf8(request) ? LargeText(request) : LargeText(repairedUtf8(request));
+    constexpr std::size_t stride = std::size_t{256} * 1024;
+    constexpr std::size_t endOfText = 1;
+    TextBuffer copy;
+    char* const start = copy.room(request.size() + endOfText);
+    std::atomic<bool> isSound{true};
+    shareWork(request.size(), stride, [&](std::size_t begin, std::size_t end) {
+        const std::size_t from = cutFrom(begin, request);
+        const std::size_t size = cutFrom(end, request) - from;
+        std::memcpy(start + from, request.data() + from, size);
+        if (!isWellFormedUtf8({start + from, size})) isSound = false;
+    });
+    if (!isSound) return LargeText(repairedUtf8(request));
+    copy.commit(start + request.size());
+    return LargeText(std::move(copy));
 }
 
 }  // namespace

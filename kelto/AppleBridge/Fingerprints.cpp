@@ -14,7 +14,8 @@ void rememberFingerprints(std::span<Thing* const> things) {
         if (!thing->derivedDigests()) missing.push_back(thing);
     }
     std::vector<DerivedDigests> fingerprints(missing.size());
-    shareWork(missing.size(), [&](std::size_t begin, std::size_t end) {
+    constexpr std::size_t stride = 64;
+    shareWork(missing.size(), stride, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             fingerprints[i] = computedFingerprints(*missing[i]);
         }

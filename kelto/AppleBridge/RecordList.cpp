@@ -1,24 +1,63 @@
 #include "kelto/AppleBridge/RecordList.hpp"
 
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "kelto/AppleBridge/FetchAhead.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/foundation/FatalError.hpp"
+#include "kelto/foundation/JsonWriter.hpp"
 #include "kelto/platform/SharedWork.hpp"
 
 namespace kelto {
 
 namespace {
 
-/// What a thing's record takes, a little more than usual.
-constexpr std::size_t expectedRecordBytes = 1100;
+/// The length of the folder's path in JSON with a slash behind it.
+std::size_t folderBytesOf(std::string_view receivedFolder) {
+    TextBuffer json;
+    appendJsonString(json, std::string(receivedFolder) + '/');
+    return json.size() - 2;
+}
+
+/// Prints records, each with a comma behind it, into memory that is exactly as long as they are, so
+/// that a second thread can print those that come behind them at the same time.
+class RecordRun {
+public:
+    explicit RecordRun(std::span<char> room)
+        : start_(room.data()), text_(TextBuffer::within(room.data(), room.size())) {}
+
+    void append(const Thing& thing, std::size_t bytes, std::string_view receivedFolder) {
+        // A writer may put a little behind the text, and asks for the room that the text would need
+        // if all of it had to be escaped: near the end there is none.
+        constexpr std::size_t beside = 64;
+        constexpr std::size_t escaped = 6;
+        if (text_.roomLeft() >= bytes * (escaped + 1) + beside) {
+            appendThingRecord(text_, thing, *thing.derivedDigests(), receivedFolder);
+        } else {
+            aside_.clear();
+            appendThingRecord(aside_, thing, *thing.derivedDigests(), receivedFolder);
+            text_.append(aside_.view());
+        }
+        text_.append(',');
+    }
+    void finish() const {
+        if (text_.roomLeft() == 0 && text_.view().data() == start_) return;
+        fatalError("a record has another length than was worked out");
+    }
+
+private:
+    const char* start_;
+    TextBuffer text_;
+    TextBuffer aside_;
+};
 
 }  // namespace
 
-void RecordList::reserve(std::size_t things) {
-    text_.reserve(things * expectedRecordBytes);
-}
+RecordList::RecordList(std::string_view receivedFolder)
+    : receivedFolder_(receivedFolder), folderBytes_(folderBytesOf(receivedFolder)) {}
 
 void RecordList::append(const Project& project) {
     separate();
@@ -37,30 +76,42 @@ void RecordList::append(const Tag& tag) {
     record.close();
 }
 
-void RecordList::append(const Thing& thing) {
+void RecordList::append(std::span<Thing* const> things, std::size_t bytesBehind) {
+    if (things.empty()) return;
     separate();
-    appendThingRecord(text_, thing, *thing.derivedDigests(), receivedFolder_);
+    // Where each so many of them begin is known before they are printed: any thread can print any.
+    constexpr std::size_t stride = 128;
+    std::vector<std::size_t> starts;
+    starts.reserve(things.size() / stride + 2);
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < things.size(); ++i) {
+        if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
+        if (i % stride == 0) starts.push_back(bytes);
+        bytes += bytesOf(*things[i]) + std::string_view(",").size();
+    }
+    starts.push_back(bytes);
+    char* const room = text_.room(bytes + bytesBehind);
+    shareWork(things.size(), stride, [&](std::size_t begin, std::size_t end) {
+        const std::size_t number = begin / stride;
+        print(things.subspan(begin, end - begin),
+              {room + starts[number], starts[number + 1] - starts[number]});
+    });
+    const std::size_t lastComma = 1;
+    text_.commit(room + bytes - lastComma);
 }
 
-void RecordList::appendAll(std::span<Thing* const> things) {
-    if (things.size() < 2 * worthAThread) return appendEach(things);
-    const std::span<Thing* const> others = things.subspan(things.size() / 2);
-    RecordList rest(receivedFolder_);
-    doBoth([&] { appendEach(things.first(things.size() / 2)); },
-           [&] {
-               rest.reserve(others.size());
-               rest.appendEach(others);
-           });
-    separate();
-    text_.append(rest.text_.view());
+std::size_t RecordList::bytesOf(const Thing& thing) const {
+    return thingRecordBytes(thing, *thing.derivedDigests(), folderBytes_);
 }
 
-void RecordList::appendEach(std::span<Thing* const> things) {
+void RecordList::print(std::span<Thing* const> things, std::span<char> room) const {
+    RecordRun run(room);
     for (std::size_t i = 0; i < things.size(); ++i) {
         if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
         if (i + textsAhead < things.size()) fetchTexts(*things[i + textsAhead]);
-        append(*things[i]);
+        run.append(*things[i], bytesOf(*things[i]), receivedFolder_);
     }
+    run.finish();
 }
 
 void RecordList::separate() {

@@ -14,34 +14,30 @@
 namespace kelto {
 
 /// The records of a response as text, one after the other with commas between them.
-///
-/// Two threads write two lists at the same time, a few bytes at a time: did the lists share a line
-/// of the processors' caches, each of those writes would wait for the other processor. (They come
-/// in pairs of 64 bytes.)
-class alignas(128) RecordList {
+class RecordList {
 public:
     /// `receivedFolder` is the folder of payload files; it outlives the list.
-    explicit RecordList(std::string_view receivedFolder) : receivedFolder_(receivedFolder) {}
+    explicit RecordList(std::string_view receivedFolder);
 
-    /// Makes room for so many things.
-    void reserve(std::size_t things);
     /// Anything that stands around the records.
     void appendText(std::string_view text) { text_.append(text); }
     void append(const Project& project);
     void append(const Tag& tag);
-    /// The thing remembers its fingerprints.
-    void append(const Thing& thing);
-    /// All of them; of many, a second thread prints the second half.
-    void appendAll(std::span<Thing* const> things);
+    /// Things that remember their fingerprints; of many, a second thread prints a part.
+    /// What follows must not be longer than `bytesBehind`, or all of it is copied once more.
+    void append(std::span<Thing* const> things, std::size_t bytesBehind = 0);
 
     /// The whole text; the list is empty afterwards.
     [[nodiscard]] LargeText take() { return std::move(text_); }
 
 private:
-    void appendEach(std::span<Thing* const> things);
+    [[nodiscard]] std::size_t bytesOf(const Thing& thing) const;
+    /// Each with a comma behind it, into room that they fill.
+    void print(std::span<Thing* const> things, std::span<char> room) const;
     void separate();
 
     std::string_view receivedFolder_;
+    std::size_t folderBytes_;  // as thingRecordBytes() wants it
     TextBuffer text_;
     bool hasRecords_ = false;
 };

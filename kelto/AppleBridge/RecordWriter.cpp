@@ -18,24 +18,9 @@ char* put(char* to, std::string_view text) {
 
 }  // namespace
 
-char* RecordWriter::put(std::string_view key, std::size_t size) {
-    constexpr std::size_t aroundKey = 4;  // the separator, two quotation marks, the colon
-    char* to = out_.room(key.size() + aroundKey + size);
-    *to++ = std::exchange(separator_, ',');
-    *to++ = '"';
-    to = kelto::put(to, key);
-    *to++ = '"';
-    *to++ = ':';
-    return to;
-}
-
 TextBuffer& RecordWriter::value(std::string_view key) {
     out_.commit(put(key, 0));
     return out_;
-}
-
-void RecordWriter::text(std::string_view key, std::string_view text) {
-    appendJsonString(value(key), text);
 }
 
 void RecordWriter::plainText(std::string_view key, std::string_view text) {
@@ -46,27 +31,10 @@ void RecordWriter::plainText(std::string_view key, std::string_view text) {
     out_.commit(to);
 }
 
-void RecordWriter::integer(std::string_view key, std::int64_t integer) {
-    appendJsonInteger(value(key), integer);
-}
-
 void RecordWriter::number(std::string_view key, double number) {
     std::string text;
     appendJsonDouble(text, number);
     value(key).append(text);
-}
-
-void RecordWriter::boolean(std::string_view key, bool boolean) {
-    value(key).append(boolean ? "true" : "false");
-}
-
-void RecordWriter::identifier(std::string_view key, const Uuid& uuid) {
-    char* to = put(key, Uuid::textLength + 2);
-    *to++ = '"';
-    uuid.putLowerCase(to);
-    to += Uuid::textLength;
-    *to++ = '"';
-    out_.commit(to);
 }
 
 void RecordWriter::identifiers(std::string_view key, std::span<const Uuid> uuids) {
@@ -81,15 +49,6 @@ void RecordWriter::identifiers(std::string_view key, std::span<const Uuid> uuids
         *to++ = '"';
     }
     *to++ = ']';
-    out_.commit(to);
-}
-
-void RecordWriter::digest(std::string_view key, const Digest& digest) {
-    char* to = put(key, Digest::hexLength + 2);
-    *to++ = '"';
-    digest.putHex(to);
-    to += Digest::hexLength;
-    *to++ = '"';
     out_.commit(to);
 }
 

@@ -41,7 +41,6 @@ LargeText SnapshotExport::response(std::string_view status, const std::optional<
     }
 
     RecordList records(receivedFolder_);
-    records.reserve(things.size());
     TextBuffer text;
     RecordWriter envelope(text);
     envelope.text("directory", request_.directory());
@@ -50,12 +49,13 @@ LargeText SnapshotExport::response(std::string_view status, const std::optional<
     records.appendText(text.view());
     for (const Project* project : context_.fetch<Project>()) records.append(*project);
     for (const Tag* tag : context_.fetch<Tag>()) records.append(*tag);
-    records.appendAll(things);
     text.clear();
     text.append(']');
     envelope.text("status", status);
     envelope.integer("version", bridgeProtocolVersion);
     envelope.close();
+    constexpr std::size_t endOfText = 1;
+    records.append(things, text.size() + endOfText);
     records.appendText(text.view());
     outgoing_.finish();
     return records.take();

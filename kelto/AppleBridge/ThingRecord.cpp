@@ -100,6 +100,7 @@ DerivedDigests computedFingerprints(const Thing& thing) {
     json.clear();
     appendCanonicalRecord(json, thing, digests.file);
     digests.record = sha256(json.view());
+    digests.recordBytes = json.size();
     return digests;
 }
 
@@ -119,6 +120,21 @@ void appendThingRecord(TextBuffer& out,
                  [&](RecordWriter& record, std::string_view key, const Payload&) {
                      appendJsonString(record.value(key), payloadPath(receivedFolder, thing, key));
                  });
+}
+
+std::size_t thingRecordBytes(const Thing& thing,
+                             const DerivedDigests& fingerprints,
+                             std::size_t folderBytes) {
+    // A record has, beside what the canonical one has, its fingerprint, and paths in the place of
+    // digests.
+    constexpr std::string_view fingerprintMember = R"("fingerprint":"",)";
+    std::size_t bytes = fingerprints.recordBytes + fingerprintMember.size() + Digest::hexLength;
+    for (const PayloadField& field : payloadFields(thing)) {
+        if (!field.payload->has_value()) continue;
+        const std::size_t name = Uuid::textLength + std::string_view(".").size() + field.key.size();
+        bytes += folderBytes + name - Digest::hexLength;
+    }
+    return bytes;
 }
 
 std::string payloadPath(std::string_view receivedFolder, const Thing& thing, std::string_view key) {

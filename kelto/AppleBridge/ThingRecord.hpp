@@ -35,6 +35,12 @@ void appendThingRecord(TextBuffer& out,
                        const DerivedDigests& fingerprints,
                        std::string_view receivedFolder);
 
+/// How many bytes appendThingRecord() will append, exactly. `folderBytes` is how long the folder of
+/// payload files is in JSON, with the slash behind it.
+[[nodiscard]] std::size_t thingRecordBytes(const Thing& thing,
+                                           const DerivedDigests& fingerprints,
+                                           std::size_t folderBytes);
+
 /// Where the file of a payload lies: the thing's identifier and the payload's key name it.
 [[nodiscard]] std::string payloadPath(std::string_view receivedFolder,
                                       const Thing& thing,

@@ -5,6 +5,8 @@
 
 #include <sys/mman.h>
 
+#include "kelto/foundation/SpareMemory.hpp"
+
 namespace kelto {
 
 namespace {
@@ -17,7 +19,7 @@ std::size_t wholePages(std::size_t size) {
 
 /// Memory that begins at a whole large page: what lies before the first one would come in small
 /// pages, one fault for each.
-void* alignedMemory(std::size_t size) {
+void* freshMemory(std::size_t size) {
     void* const start = ::mmap(
         nullptr, size + pageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (start == MAP_FAILED) throw std::bad_alloc();
@@ -26,21 +28,26 @@ void* alignedMemory(std::size_t size) {
                                reinterpret_cast<std::uintptr_t>(start);
     if (before > 0) ::munmap(bytes, before);
     ::munmap(bytes + before + size, pageBytes - before);
+#ifdef MADV_HUGEPAGE
+    // Advice only: whether it is taken changes nothing but the time.
+    (void)::madvise(bytes + before, size, MADV_HUGEPAGE);
+#endif
     return bytes + before;
+}
+
+void* memoryOf(std::size_t size) {
+    if (const auto kept = spareMemory::take(size)) return kept->data();
+    return freshMemory(size);
 }
 
 }  // namespace
 
 LargeMemory::LargeMemory(std::size_t size)
-    : start_(alignedMemory(wholePages(size))), size_(wholePages(size)) {
-#ifdef MADV_HUGEPAGE
-    // Advice only: whether it is taken changes nothing but the time.
-    (void)::madvise(start_, size_, MADV_HUGEPAGE);
-#endif
-}
+    : start_(memoryOf(wholePages(size))), size_(wholePages(size)) {}
 
 LargeMemory::~LargeMemory() {
-    if (start_ != nullptr) ::munmap(start_, size_);
+    if (start_ == nullptr) return;
+    if (!spareMemory::keep({static_cast<std::byte*>(start_), size_})) ::munmap(start_, size_);
 }
 
 }  // namespace kelto

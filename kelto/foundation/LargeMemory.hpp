@@ -7,11 +7,13 @@ namespace kelto {
 
 /// Uninitialised memory that goes back to the system with this object, instead of staying with the
 /// heap: for what an exchange needs only for a moment. Fresh memory is slow at its first touch, so,
-/// where the system can, it is given in large pages.
+/// where the system can, it is given in large pages, and a little of it is kept (SpareMemory).
 class LargeMemory {
 public:
-    /// The least that is worth it.
+    /// A large page: what is taken is a multiple of it.
     static constexpr std::size_t usualBytes = std::size_t{2} * 1024 * 1024;
+    /// The least that is worth one.
+    static constexpr std::size_t leastBytes = std::size_t{256} * 1024;
 
     /// Throws std::bad_alloc.
     explicit LargeMemory(std::size_t size);

@@ -10,7 +10,7 @@ void TextBuffer::grow(std::size_t size) {
     std::unique_ptr<char[]> small;
     std::optional<LargeMemory> large;
     char* start = nullptr;
-    if (capacity >= LargeMemory::usualBytes) {
+    if (capacity >= LargeMemory::leastBytes) {
         large.emplace(capacity);
         start = static_cast<char*>(large->start());
         capacity = large->size();

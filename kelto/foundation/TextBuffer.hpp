@@ -32,6 +32,14 @@ public:
     }
     ~TextBuffer() = default;
 
+    /// One that writes into somebody's memory as long as there is room in it.
+    [[nodiscard]] static TextBuffer within(char* start, std::size_t size) {
+        TextBuffer text;
+        text.start_ = start;
+        text.capacity_ = size;
+        return text;
+    }
+
     /// Where the next bytes go, with room for `size` of them. Good until the next call.
     [[nodiscard]] char* room(std::size_t size) {
         if (capacity_ - size_ < size || start_ == nullptr) grow(size);
@@ -55,6 +63,8 @@ public:
 
     [[nodiscard]] std::string_view view() const { return {start_, size_}; }
     [[nodiscard]] std::size_t size() const { return size_; }
+    /// How many bytes still go into the memory that is there.
+    [[nodiscard]] std::size_t roomLeft() const { return capacity_ - size_; }
     /// Empty again; the memory stays.
     void clear() { size_ = 0; }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -24,6 +25,8 @@ struct PersistentIdentifier {
 struct DerivedDigests {
     Digest file;    ///< Of the part that makes up the object's file.
     Digest record;  ///< Of all of it.
+    /// How long the text was of which `record` is the digest: others are as long but for a little.
+    std::size_t recordBytes = 0;
 };
 
 /// The base of everything that the store keeps: one object is one thing of the library, is owned by

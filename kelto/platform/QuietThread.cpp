@@ -32,6 +32,11 @@ QuietThread::QuietThread(std::function<void()> work) {
     thread_ = std::thread(std::move(work));
 }
 
+void QuietThread::startAlone(std::function<void()> work) {
+    const AllSignalsBlocked blocked;
+    std::thread(std::move(work)).detach();
+}
+
 bool hasSecondProcessor() {
     static const bool hasSecond = std::thread::hardware_concurrency() != 1;
     return hasSecond;

@@ -15,6 +15,9 @@ public:
     QuietThread& operator=(const QuietThread&) = delete;
     ~QuietThread() { thread_.join(); }
 
+    /// One that nobody waits for: it owns all that it touches. Throws like the constructor.
+    static void startAlone(std::function<void()> work);
+
 private:
     std::thread thread_;
 };

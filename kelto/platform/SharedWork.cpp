@@ -2,38 +2,79 @@
 
 #include <algorithm>
 #include <atomic>
-#include <optional>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 #include <system_error>
 
 #include "kelto/platform/QuietThread.hpp"
 
 namespace kelto {
 
-void doBoth(const std::function<void()>& here, const std::function<void()>& there) {
-    std::optional<QuietThread> second;
-    if (hasSecondProcessor()) {
-        try {
-            second.emplace([&there]() noexcept { there(); });
-        } catch (const std::system_error&) {
-            second.reset();  // slower, but no reason to give up
+namespace {
+
+/// What is to be done, and whether a second thread is at it. It outlives the call for a thread that
+/// has not come by then.
+class Job {
+public:
+    using Work = std::function<void(std::size_t, std::size_t)>;
+
+    Job(std::size_t count, std::size_t stride, const Work& work)
+        : count_(count), stride_(stride), work_(&work) {}
+
+    /// Takes ranges until none is left.
+    void takeRanges() noexcept {
+        for (;;) {
+            const std::size_t begin = next_.fetch_add(stride_);
+            if (begin >= count_) return;
+            (*work_)(begin, std::min(begin + stride_, count_));
         }
     }
-    here();
-    if (!second) there();
-}
 
-void shareWork(std::size_t count, const std::function<void(std::size_t, std::size_t)>& work) {
-    constexpr std::size_t stride = 64;
-    std::atomic<std::size_t> next{0};
-    const auto takeParts = [&]() noexcept {
-        for (;;) {
-            const std::size_t begin = next.fetch_add(stride);
-            if (begin >= count) return;
-            work(begin, std::min(begin + stride, count));
+    /// What the second thread does, unless it comes too late.
+    void join() noexcept {
+        {
+            const std::lock_guard guard(mutex_);
+            if (isOver_) return;
+            isHelped_ = true;
         }
-    };
-    if (count < worthAThread) return takeParts();
-    doBoth(takeParts, takeParts);
+        takeRanges();
+        const std::lock_guard guard(mutex_);
+        isHelped_ = false;
+        left_.notify_one();
+    }
+
+    /// Nobody touches what the work touches once this has returned.
+    void end() noexcept {
+        std::unique_lock guard(mutex_);
+        isOver_ = true;
+        left_.wait(guard, [this] { return !isHelped_; });
+    }
+
+private:
+    const std::size_t count_;
+    const std::size_t stride_;
+    const Work* const work_;  // the caller's, good until end()
+    std::atomic<std::size_t> next_{0};
+    std::mutex mutex_;
+    std::condition_variable left_;
+    bool isHelped_ = false;
+    bool isOver_ = false;
+};
+
+}  // namespace
+
+void shareWork(std::size_t count, std::size_t stride, const Job::Work& work) {
+    const auto job = std::make_shared<Job>(count, stride, work);
+    if (count >= worthAThread * stride && hasSecondProcessor()) {
+        try {
+            QuietThread::startAlone([job]() noexcept { job->join(); });
+        } catch (const std::system_error&) {
+            // No thread to be had: slower, but no reason to give up.
+        }
+    }
+    job->takeRanges();
+    job->end();
 }
 
 }  // namespace kelto

@@ -1,4 +1,5 @@
 #include <memory>
+#include <span>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -39,11 +40,13 @@ TEST_P(RecordLists, AreTheSameAsOneRecordAfterTheOther) {
     rememberFingerprints(world.things);
     RecordList together("/received");
     together.appendText("[");
-    together.appendAll(world.things);
+    together.append(world.things);
     together.appendText("]");
     RecordList oneByOne("/received");
     oneByOne.appendText("[");
-    for (const Thing* thing : world.things) oneByOne.append(*thing);
+    for (std::size_t i = 0; i < world.things.size(); ++i) {
+        oneByOne.append(std::span(world.things).subspan(i, 1));
+    }
     oneByOne.appendText("]");
     const LargeText text = together.take();
     EXPECT_TRUE(text.view() == oneByOne.take().view());
@@ -56,9 +59,9 @@ TEST(RecordLists, SeparateWhatWasThereBeforeFromWhatTwoThreadsPrint) {
     rememberFingerprints(world.things);
     RecordList list("/received");
     list.appendText("[");
-    list.append(*world.things.front());
-    list.appendAll(world.things);
-    list.append(*world.things.back());
+    list.append(std::span(world.things).first(1));
+    list.append(world.things);
+    list.append(std::span(world.things).last(1));
     list.appendText("]");
     EXPECT_EQ(JsonValue::parse(list.take().view()).array()->size(), 2002);
 }

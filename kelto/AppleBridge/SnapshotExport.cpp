@@ -27,17 +27,17 @@ SnapshotExport::SnapshotExport(ModelContext& context,
     : context_(context),
       request_(request),
       files_(files),
-      outgoing_(files, random),
+      random_(random),
       receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
 
 LargeText SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
-    files_.createFolders(receivedFolder_);
-    requireOwnFolder();
+    const std::unique_ptr<Folder> received = openReceivedFolder();
+    OutgoingFiles outgoing(*received, random_);
     const std::vector<Thing*> things = context_.fetch<Thing>();
     rememberFingerprints(things);
     for (std::size_t i = 0; i < things.size(); ++i) {
         if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
-        writePayloads(*things[i]);
+        writePayloads(*things[i], outgoing);
     }
 
     RecordList records(receivedFolder_);
@@ -57,14 +57,18 @@ LargeText SnapshotExport::response(std::string_view status, const std::optional<
     constexpr std::size_t endOfText = 1;
     records.append(things, text.size() + endOfText);
     records.appendText(text.view());
-    outgoing_.finish();
+    outgoing.finish();
     return records.take();
 }
 
-void SnapshotExport::requireOwnFolder() {
+std::unique_ptr<Folder> SnapshotExport::openReceivedFolder() {
+    files_.createFolders(receivedFolder_);
     const auto directory = files_.resolvedPath(withoutLastPathComponent(receivedFolder_));
     const auto received = files_.resolvedPath(receivedFolder_);
-    if (directory && received == joinedPath(*directory, receivedName)) return;
+    // By its resolved path and without following a link: what is opened is what was looked at.
+    if (directory && received == joinedPath(*directory, receivedName)) {
+        return files_.openFolder(*received);
+    }
     throw PlatformError::described(
         errorDomain::cocoa,
         512,  // "a file could not be written", as the platform's own layer numbers it
@@ -72,7 +76,7 @@ void SnapshotExport::requireOwnFolder() {
         "so that payload files can be written.");
 }
 
-void SnapshotExport::writePayloads(const Thing& thing) {
+void SnapshotExport::writePayloads(const Thing& thing, OutgoingFiles& outgoing) {
     std::optional<bool> isHeld;
     for (const PayloadField& field : payloadFields(thing)) {
         if (!field.payload->has_value()) continue;
@@ -80,8 +84,7 @@ void SnapshotExport::writePayloads(const Thing& thing) {
         // The host holds this version of the thing, files included: nothing to write.
         if (*isHeld) return;
         // Not flushed: after a power cut the host asks for these files again, the store has them.
-        context_.payloads().handOut(
-            **field.payload, payloadPath(receivedFolder_, thing, field.key), outgoing_);
+        context_.payloads().handOut(**field.payload, payloadName(thing, field.key), outgoing);
     }
 }
 

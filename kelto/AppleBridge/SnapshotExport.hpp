@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,16 +32,18 @@ public:
     [[nodiscard]] LargeText response(std::string_view status, const std::optional<Date>& lastSync);
 
 private:
-    /// Nothing is ever written through a link to a folder that is not the host's exchange folder.
-    void requireOwnFolder();
+    /// The folder for the host's files, made when it is missing. Nothing is ever written through a
+    /// link to a folder that is not the host's exchange folder, nor when a link takes the place of
+    /// the folder later: it stays open until the last file is written.
+    [[nodiscard]] std::unique_ptr<Folder> openReceivedFolder();
     /// Writes the thing's files unless the host holds them.
-    void writePayloads(const Thing& thing);
+    void writePayloads(const Thing& thing, OutgoingFiles& outgoing);
     [[nodiscard]] bool isHeldByHost(const Thing& thing) const;
 
     ModelContext& context_;
     const ExchangeRequest& request_;
     FileSystem& files_;
-    OutgoingFiles outgoing_;
+    Random& random_;
     std::string receivedFolder_;
 };
 

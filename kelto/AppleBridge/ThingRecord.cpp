@@ -15,6 +15,21 @@ namespace kelto {
 
 namespace {
 
+void appendPayloadName(std::string& out, const Thing& thing, std::string_view key) {
+    thing.uuid().appendLowerCase(out);
+    out += '.';
+    out += key;
+}
+
+std::string payloadPath(std::string_view receivedFolder, const Thing& thing, std::string_view key) {
+    std::string path;
+    path.reserve(receivedFolder.size() + Uuid::textLength + key.size() + 2);
+    path += receivedFolder;
+    path += '/';
+    appendPayloadName(path, thing, key);
+    return path;
+}
+
 void appendTags(RecordWriter& record, const Thing& thing) {
     constexpr std::size_t usual = 16;
     std::array<Uuid, usual> few;
@@ -137,15 +152,10 @@ std::size_t thingRecordBytes(const Thing& thing,
     return bytes;
 }
 
-std::string payloadPath(std::string_view receivedFolder, const Thing& thing, std::string_view key) {
-    std::string path;
-    path.reserve(receivedFolder.size() + Uuid::textLength + key.size() + 2);
-    path += receivedFolder;
-    path += '/';
-    thing.uuid().appendLowerCase(path);
-    path += '.';
-    path += key;
-    return path;
+std::string payloadName(const Thing& thing, std::string_view key) {
+    std::string name;
+    appendPayloadName(name, thing, key);
+    return name;
 }
 
 }  // namespace kelto

@@ -41,9 +41,7 @@ void appendThingRecord(TextBuffer& out,
                                            const DerivedDigests& fingerprints,
                                            std::size_t folderBytes);
 
-/// Where the file of a payload lies: the thing's identifier and the payload's key name it.
-[[nodiscard]] std::string payloadPath(std::string_view receivedFolder,
-                                      const Thing& thing,
-                                      std::string_view key);
+/// The name of a payload's file: the thing's identifier and the payload's key.
+[[nodiscard]] std::string payloadName(const Thing& thing, std::string_view key);
 
 }  // namespace kelto

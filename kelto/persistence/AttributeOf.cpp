@@ -1,5 +1,6 @@
 #include "kelto/persistence/AttributeOf.hpp"
 
+#include <cmath>
 #include <cstring>
 
 #include "kelto/foundation/Text.hpp"
@@ -26,6 +27,12 @@ void read(RowReader& row, int at, Uuid& value) {
 }
 void read(RowReader& row, int at, Payload& value) {
     readExactly(row, at, value.digest.bytes);
+}
+
+void read(RowReader& row, int at, double& value) {
+    value = row.real(at);
+    // No response can hold it, and no exchange has ever stored it.
+    if (!std::isfinite(value)) throw damagedStore("a stored number is out of range");
 }
 
 void read(RowReader& row, int at, Date& value) {

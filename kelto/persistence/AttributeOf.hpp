@@ -45,9 +45,7 @@ void read(RowReader& row, int at, std::string& value);
 inline void read(RowReader& row, int at, std::int64_t& value) {
     value = row.integer(at);
 }
-inline void read(RowReader& row, int at, double& value) {
-    value = row.real(at);
-}
+void read(RowReader& row, int at, double& value);
 inline void read(RowReader& row, int at, bool& value) {
     value = row.integer(at) != 0;
 }

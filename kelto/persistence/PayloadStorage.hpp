@@ -67,8 +67,8 @@ public:
     /// Writes the stored bytes of `payload` to `destination`. A PlatformError when they are missing
     /// or fewer than they were.
     virtual void copyTo(const Payload& payload, File& destination) = 0;
-    /// The same into the place of the file at `path`, as one of `files`.
-    virtual void handOut(const Payload& payload, const std::string& path, OutgoingFiles& files) = 0;
+    /// The same into the place of the file of that name, as one of `files`.
+    virtual void handOut(const Payload& payload, const std::string& name, OutgoingFiles& files) = 0;
     /// The size in bytes; a PlatformError when the storage does not hold the payload.
     [[nodiscard]] virtual std::uint64_t size(const Payload& payload) = 0;
 };

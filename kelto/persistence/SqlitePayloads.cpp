@@ -167,15 +167,15 @@ void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
 }
 
 void SqlitePayloads::handOut(const Payload& payload,
-                             const std::string& path,
+                             const std::string& name,
                              OutgoingFiles& files) {
     const StatementUse use(selectBytes_);
     const StoredBytes row = storedBytes(payload);
     if (row.isInFile) {
-        return files.writeNow(path,
+        return files.writeNow(name,
                               [&](File& destination) { copyFile(payload, row.size, destination); });
     }
-    files.write(path, row.bytes);
+    files.write(name, row.bytes);
     countWork(Work::payloadBytesWritten, row.size);
 }
 

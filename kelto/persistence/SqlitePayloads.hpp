@@ -39,7 +39,7 @@ public:
     [[nodiscard]] bool isSound(const Payload& payload, std::uint64_t size) override;
     void keep(ReceivedPayload& received) override;
     void copyTo(const Payload& payload, File& destination) override;
-    void handOut(const Payload& payload, const std::string& path, OutgoingFiles& files) override;
+    void handOut(const Payload& payload, const std::string& name, OutgoingFiles& files) override;
     [[nodiscard]] std::uint64_t size(const Payload& payload) override;
 
     /// Within the store's transaction: removes the rows of those payloads that nobody names any

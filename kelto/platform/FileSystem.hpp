@@ -73,6 +73,12 @@ public:
     [[nodiscard]] virtual std::optional<FileStatus> status(std::string_view name) = 0;
     /// Like FileSystem::openForReading(), but a link is refused (ELOOP).
     [[nodiscard]] virtual std::unique_ptr<File> openForReading(std::string_view name) = 0;
+
+    /// Like their namesakes of FileSystem: a new, empty file (0600); `from` in the place of `to`, a
+    /// link there included; a file or a link taken away.
+    [[nodiscard]] virtual std::unique_ptr<File> create(std::string_view name) = 0;
+    virtual void rename(std::string_view from, std::string_view to) = 0;
+    virtual void remove(std::string_view name) = 0;
 };
 
 /// Files and folders by path. Paths are absolute UTF-8 texts; one that holds a NUL names nothing

@@ -13,10 +13,12 @@ namespace kelto {
 
 namespace {
 
-/// A file that vanishes again unless it was put in its place.
+/// A file that vanishes again unless it was put in its place. `Files` is a whole file system or one
+/// folder.
+template <typename Files>
 class TemporaryFile {
 public:
-    TemporaryFile(FileSystem& files, std::string path) : files_(files), path_(std::move(path)) {}
+    TemporaryFile(Files& files, std::string path) : files_(files), path_(std::move(path)) {}
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile() {
@@ -29,16 +31,29 @@ public:
         }
     }
 
-    [[nodiscard]] const std::string& path() const { return path_; }
     void moveTo(std::string_view place) {
         files_.rename(path_, place);
         path_.clear();
     }
 
 private:
-    FileSystem& files_;
+    Files& files_;
     std::string path_;
 };
+
+template <typename Files>
+void writeThroughTemporary(Files& files,
+                           const std::string& temporaryPath,
+                           std::string_view path,
+                           Durability durability,
+                           const std::function<void(File&)>& fill) {
+    std::unique_ptr<File> file = files.create(temporaryPath);
+    TemporaryFile temporary(files, temporaryPath);
+    fill(*file);
+    if (durability == Durability::flushed) file->sync();
+    file.reset();
+    temporary.moveTo(path);
+}
 
 constexpr std::string_view temporaryPrefix = ".kelto-";
 constexpr std::string_view temporarySuffix = ".part";
@@ -88,14 +103,18 @@ void writeAtomically(FileSystem& files,
                      Durability durability,
                      const std::function<void(File&)>& fill) {
     namingInsteadOf(temporaryPath, path, [&] {
-        std::unique_ptr<File> file = files.create(temporaryPath);
-        TemporaryFile temporary(files, temporaryPath);
-        fill(*file);
-        if (durability == Durability::flushed) file->sync();
-        file.reset();
-        temporary.moveTo(path);
+        writeThroughTemporary(files, temporaryPath, path, durability, fill);
     });
     if (durability == Durability::flushed) files.syncFolder(withoutLastPathComponent(path));
+}
+
+void writeAtomically(Folder& folder,
+                     const std::string& temporaryName,
+                     std::string_view name,
+                     const std::function<void(File&)>& fill) {
+    namingInsteadOf(temporaryName, joinedPath(folder.path(), name), [&] {
+        writeThroughTemporary(folder, temporaryName, name, Durability::relaxed, fill);
+    });
 }
 
 std::string temporaryPathBeside(std::string_view path, Random& random) {

@@ -38,6 +38,12 @@ void writeAtomically(FileSystem& files,
                      Durability durability,
                      const std::function<void(File&)>& fill);
 
+/// The same, not flushed, for a file of an open folder; both names are single components.
+void writeAtomically(Folder& folder,
+                     const std::string& temporaryName,
+                     std::string_view name,
+                     const std::function<void(File&)>& fill);
+
 /// The name of a temporary file beside `path`, different every time.
 [[nodiscard]] std::string temporaryPathBeside(std::string_view path, Random& random);
 

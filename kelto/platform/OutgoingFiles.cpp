@@ -16,7 +16,7 @@ namespace kelto {
 /// The files that wait, and the thread that writes them.
 class OutgoingFiles::Queue {
 public:
-    explicit Queue(FileSystem& files) : files_(files), thread_([this] { run(); }) {}
+    explicit Queue(Folder& folder) : folder_(folder), thread_([this] { run(); }) {}
     Queue(const Queue&) = delete;
     Queue& operator=(const Queue&) = delete;
     ~Queue() {
@@ -27,13 +27,13 @@ public:
         given_.notify_one();
     }
 
-    void add(std::string temporaryPath, const std::string& path, Bytes bytes) {
+    void add(std::string temporaryName, const std::string& name, Bytes bytes) {
         // When all places are taken, it goes on when half of them are free: woken for each single
         // one, the two threads would do little but wake each other.
         if (added_ - doneAsSeen_ == places) waitUntilAtMostWait(places / 2);
         Waiting& place = waiting_[added_ % places];
-        place.temporaryPath = std::move(temporaryPath);
-        place.path = path;
+        place.temporaryName = std::move(temporaryName);
+        place.name = name;
         place.bytes.assign(bytes.begin(), bytes.end());
         {
             const std::lock_guard lock(mutex_);
@@ -49,8 +49,8 @@ private:
     static constexpr std::uint64_t places = 32;
 
     struct Waiting {
-        std::string temporaryPath;
-        std::string path;
+        std::string temporaryName;
+        std::string name;
         std::vector<std::byte> bytes;  // its memory is used again
     };
 
@@ -87,17 +87,16 @@ private:
 
     std::exception_ptr write(const Waiting& file) {
         try {
-            writeAtomically(
-                files_, file.temporaryPath, file.path, Durability::relaxed, [&](File& destination) {
-                    destination.write(file.bytes);
-                });
+            writeAtomically(folder_, file.temporaryName, file.name, [&](File& destination) {
+                destination.write(file.bytes);
+            });
             return nullptr;
         } catch (...) {
             return std::current_exception();
         }
     }
 
-    FileSystem& files_;
+    Folder& folder_;
     std::array<Waiting, places> waiting_;
     std::uint64_t doneAsSeen_ = 0;  // the caller's: how many were written when it last waited
     std::mutex mutex_;
@@ -111,29 +110,29 @@ private:
     QuietThread thread_;  // last: it has ended before anything that it uses goes
 };
 
-OutgoingFiles::OutgoingFiles(FileSystem& files, Random& random)
-    : files_(files), random_(random), isAlone_(!hasSecondProcessor()) {}
+OutgoingFiles::OutgoingFiles(Folder& folder, Random& random)
+    : folder_(folder), random_(random), isAlone_(!hasSecondProcessor()) {}
 
 OutgoingFiles::~OutgoingFiles() = default;
 
-void OutgoingFiles::write(const std::string& path, Bytes bytes) {
+void OutgoingFiles::write(const std::string& name, Bytes bytes) {
     if (!queue_ && !isAlone_ && written_ >= filesWrittenAlone) {
         try {
-            queue_ = std::make_unique<Queue>(files_);
+            queue_ = std::make_unique<Queue>(folder_);
         } catch (const std::system_error&) {
             isAlone_ = true;  // slower, but no reason to give up
         }
     }
     if (queue_) {
-        queue_->add(temporaryPathBeside(path, random_), path, bytes);
+        queue_->add(temporaryPathBeside(name, random_), name, bytes);
     } else {
-        writeNow(path, [bytes](File& file) { file.write(bytes); });
+        writeNow(name, [bytes](File& file) { file.write(bytes); });
     }
 }
 
-void OutgoingFiles::writeNow(const std::string& path, const std::function<void(File&)>& fill) {
+void OutgoingFiles::writeNow(const std::string& name, const std::function<void(File&)>& fill) {
     finish();
-    writeAtomically(files_, random_, path, Durability::relaxed, fill);
+    writeAtomically(folder_, temporaryPathBeside(name, random_), name, fill);
     ++written_;
 }
 

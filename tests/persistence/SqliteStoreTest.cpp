@@ -160,6 +160,16 @@ TEST_F(SqliteStoreTest, RefusesAStoredDateThatNoResponseCouldName) {
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr("date is out of range")));
 }
 
+TEST_F(SqliteStoreTest, RefusesANumberThatNoResponseCouldHold) {
+    storedAndRead([](Thing&) {});
+    context.reset();
+    execute("UPDATE Thing SET aspectRatio = -9e999");
+    ModelContext next(library.container());
+    EXPECT_THAT(
+        [&] { (void)next.fetch<Thing>(); },
+        testing::ThrowsMessage<PlatformError>(testing::HasSubstr("number is out of range")));
+}
+
 TEST_F(SqliteStoreTest, RefusesToWriteIntoAFileThatWasMovedAway) {
     storedAndRead([](Thing&) {});
     context.reset();

@@ -26,7 +26,7 @@ protected:
         return std::string(static_cast<std::size_t>(100 * number), 'x') + std::to_string(number);
     }
     void give(OutgoingFiles& outgoing, int number) {
-        outgoing.write(folder.path(name(number)), bytesOf(contents(number)));
+        outgoing.write(name(number), bytesOf(contents(number)));
     }
     /// As a caller does that has something to do at the end, whatever happens before.
     void giveAll(OutgoingFiles& outgoing) {
@@ -41,11 +41,12 @@ protected:
 
     TemporaryFolder folder;
     FaultyFileSystem files{std::make_shared<PosixFileSystem>()};
+    const std::unique_ptr<Folder> open = files.openFolder(folder.path());
     SeededRandom random{1};
 };
 
 TEST_F(OutgoingFilesTest, WritesEveryFile) {
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     giveAll(outgoing);
     for (int number = 0; number < many; ++number) {
         EXPECT_EQ(folder.read(name(number)), contents(number));
@@ -54,10 +55,10 @@ TEST_F(OutgoingFilesTest, WritesEveryFile) {
 }
 
 TEST_F(OutgoingFilesTest, CopiesTheBytesThatItIsGiven) {
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     for (int number = 0; number < many; ++number) {
         std::string bytes = contents(number);
-        outgoing.write(folder.path(name(number)), bytesOf(bytes));
+        outgoing.write(name(number), bytesOf(bytes));
         bytes.assign(bytes.size(), '?');
     }
     outgoing.finish();
@@ -67,25 +68,25 @@ TEST_F(OutgoingFilesTest, CopiesTheBytesThatItIsGiven) {
 }
 
 TEST_F(OutgoingFilesTest, ReplacesFilesInTheOrderInWhichTheyWereGiven) {
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     for (int number = 0; number < many; ++number) {
-        outgoing.write(folder.path("the same"), bytesOf(contents(number)));
+        outgoing.write("the same", bytesOf(contents(number)));
     }
     outgoing.finish();
     EXPECT_EQ(folder.read("the same"), contents(many - 1));
 }
 
 TEST_F(OutgoingFilesTest, WritesAFileNowBehindAllThatWait) {
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     for (int number = 0; number < 20; ++number) {
-        outgoing.write(folder.path("the same"), bytesOf(contents(number)));
+        outgoing.write("the same", bytesOf(contents(number)));
     }
-    outgoing.writeNow(folder.path("the same"), [](File& file) { file.write(bytesOf("now")); });
+    outgoing.writeNow("the same", [](File& file) { file.write(bytesOf("now")); });
     EXPECT_EQ(folder.read("the same"), "now");
 }
 
 TEST_F(OutgoingFilesTest, WritesAFewFilesWithoutASecondThread) {
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     for (int number = 0; number < static_cast<int>(OutgoingFiles::filesWrittenAlone); ++number) {
         give(outgoing, number);
         EXPECT_EQ(folder.read(name(number)), contents(number)) << "nobody has waited for it";
@@ -93,7 +94,7 @@ TEST_F(OutgoingFilesTest, WritesAFewFilesWithoutASecondThread) {
 }
 
 TEST_F(OutgoingFilesTest, FlushesNothing) {
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     giveAll(outgoing);
     EXPECT_EQ(files.count(FileOperation::fileSync), 0U);
     EXPECT_EQ(files.count(FileOperation::syncFolder), 0U);
@@ -105,9 +106,9 @@ TEST_P(FailedOutgoingFile, EndsTheWorkWithItsOwnError) {
     files.fail({.operation = FileOperation::rename,
                 .pathPattern = "*/" + name(GetParam()),
                 .errorNumber = ENOSPC});
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     EXPECT_THROW_FILE_ERROR(giveAll(outgoing), 640, ENOSPC);
-    EXPECT_THROW_FILE_ERROR(outgoing.writeNow(folder.path("late"), [](File&) {}), 640, ENOSPC);
+    EXPECT_THROW_FILE_ERROR(outgoing.writeNow("late", [](File&) {}), 640, ENOSPC);
     for (int number = 0; number < GetParam(); ++number) {
         EXPECT_EQ(folder.read(name(number)), contents(number)) << "files written before stay";
     }
@@ -121,13 +122,13 @@ INSTANTIATE_TEST_SUITE_P(OnTheSecondThread, FailedOutgoingFile, testing::Values(
 
 TEST_F(OutgoingFilesTest, ThrowsTheErrorOfAFileThatItWritesAlone) {
     files.fail({.operation = FileOperation::create, .errorNumber = ENOSPC});
-    OutgoingFiles outgoing(files, random);
+    OutgoingFiles outgoing(*open, random);
     EXPECT_THROW_FILE_ERROR(give(outgoing, 0), 640, ENOSPC);
 }
 
 TEST_F(OutgoingFilesTest, LeavesNoTemporaryWhenItIsGivenUp) {
     {
-        OutgoingFiles outgoing(files, random);
+        OutgoingFiles outgoing(*open, random);
         for (int number = 0; number < 30; ++number) give(outgoing, number);
     }
     EXPECT_EQ(temporaries(), 0U);

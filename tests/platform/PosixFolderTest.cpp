@@ -97,6 +97,74 @@ TEST_F(PosixFolderTest, RefusesToOpenWhatIsNoFile) {
     EXPECT_THROW_FILE_ERROR(std::ignore = folder->openForReading("sub"), 256, EISDIR);
 }
 
+// --- Writing
+// --------------------------------------------------------------------------------------
+
+TEST_F(PosixFolderTest, MakesAFileForTheUserAlone) {
+    const mode_t before = ::umask(0);
+    const auto folder = files.openFolder(temporary.path());
+    const auto file = folder->create("new");
+    (void)::umask(0777);
+    (void)folder->create("other");
+    (void)::umask(before);
+    file->write(bytesOf("bytes"));
+    EXPECT_EQ(temporary.read("new"), "bytes");
+    EXPECT_EQ(file->path(), temporary.path("new"));
+    for (const char* name : {"new", "other"}) {
+        EXPECT_EQ(fs::status(temporary.path(name)).permissions(), fs::perms(0600)) << name;
+    }
+}
+
+TEST_F(PosixFolderTest, MakesNoFileWhereAnythingStands) {
+    temporary.write("a", "abcde");
+    fs::create_symlink(temporary.path("missing"), temporary.path("link"));
+    const auto folder = files.openFolder(temporary.path());
+    EXPECT_THROW_FILE_ERROR(std::ignore = folder->create("a"), 516, EEXIST);
+    EXPECT_THROW_FILE_ERROR(std::ignore = folder->create("link"), 516, EEXIST);
+    EXPECT_THROW_FILE_ERROR(std::ignore = folder->create("../b"), 4, ENOENT);
+    EXPECT_EQ(temporary.read("a"), "abcde");
+    EXPECT_FALSE(exists(temporary.path("missing")));
+}
+
+TEST_F(PosixFolderTest, RenamesInItselfAndReplacesALink) {
+    temporary.write("a", "abcde");
+    temporary.write("outside", "mine");
+    fs::create_symlink(temporary.path("outside"), temporary.path("link"));
+    const auto folder = files.openFolder(temporary.path());
+    folder->rename("a", "link");
+    EXPECT_EQ(temporary.read("link"), "abcde");
+    EXPECT_EQ(temporary.read("outside"), "mine");
+    EXPECT_THROW_FILE_ERROR(folder->rename("a", "b"), 4, ENOENT);
+    EXPECT_THROW_FILE_ERROR(folder->rename("link", "../b"), 4, ENOENT);
+    fs::create_directory(temporary.path("sub"));
+    EXPECT_THROW_FILE_ERROR(folder->rename("link", "sub"), 512, EISDIR);
+}
+
+TEST_F(PosixFolderTest, RemovesAFileOrALinkAndNoFolder) {
+    temporary.write("a", "abcde");
+    fs::create_symlink(temporary.path("a"), temporary.path("link"));
+    fs::create_directory(temporary.path("sub"));
+    const auto folder = files.openFolder(temporary.path());
+    folder->remove("link");
+    EXPECT_EQ(temporary.read("a"), "abcde");
+    folder->remove("a");
+    folder->remove("a");  // that nothing stands there is fine
+    EXPECT_THROW_FILE_ERROR(folder->remove("sub"), 512, EISDIR);
+    EXPECT_EQ(namesIn(temporary.path()), std::vector<std::string>{"sub"});
+}
+
+TEST_F(PosixFolderTest, WritesIntoTheFolderWhereverItsPathLeads) {
+    fs::create_directory(temporary.path("first"));
+    fs::create_directory(temporary.path("second"));
+    const auto folder = files.openFolder(temporary.path("first"));
+    fs::rename(temporary.path("first"), temporary.path("moved"));
+    fs::create_directory_symlink(temporary.path("second"), temporary.path("first"));
+    folder->create("a")->write(bytesOf("abcde"));
+    folder->rename("a", "b");
+    EXPECT_EQ(temporary.read("moved/b"), "abcde");
+    EXPECT_TRUE(fs::is_empty(temporary.path("second")));
+}
+
 // Where the kernel cannot refuse links in one call:
 
 TEST_F(PosixFolderTest, IsReachedByWalkingAsWell) {

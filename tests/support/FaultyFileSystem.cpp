@@ -168,6 +168,18 @@ public:
         faults_->meet(FileOperation::openForReading, joinedPath(path(), name));
         return std::make_unique<WatchedFile>(inner_->openForReading(name), faults_);
     }
+    [[nodiscard]] std::unique_ptr<File> create(std::string_view name) override {
+        faults_->meet(FileOperation::create, joinedPath(path(), name));
+        return std::make_unique<WatchedFile>(inner_->create(name), faults_);
+    }
+    void rename(std::string_view from, std::string_view to) override {
+        faults_->meet(FileOperation::rename, joinedPath(path(), to), joinedPath(path(), from));
+        inner_->rename(from, to);
+    }
+    void remove(std::string_view name) override {
+        faults_->meet(FileOperation::remove, joinedPath(path(), name));
+        inner_->remove(name);
+    }
 
 private:
     std::unique_ptr<Folder> inner_;

@@ -47,6 +47,18 @@ FileStatus fileStatusOf(const struct stat& answer) {
 PosixFile::PosixFile(FileDescriptor descriptor, std::string path)
     : descriptor_(std::move(descriptor)), path_(std::move(path)) {}
 
+std::unique_ptr<File> PosixFile::made(FileDescriptor descriptor, std::string path) {
+    if (!descriptor.isOpen()) throw PlatformError::fileWrite(path, errno);
+    constexpr mode_t permissionBits = 0777;
+    struct stat made {};
+    const bool isPrivate =
+        ::fstat(descriptor.number(), &made) == 0 && (made.st_mode & permissionBits) == privateMode;
+    if (!isPrivate && ::fchmod(descriptor.number(), privateMode) != 0) {
+        throw PlatformError::fileWrite(path, errno);
+    }
+    return std::make_unique<PosixFile>(std::move(descriptor), std::move(path));
+}
+
 std::unique_ptr<File> PosixFile::regular(FileDescriptor descriptor, std::string path) {
     if (!descriptor.isOpen()) {
         // Sockets, and devices that nobody drives, cannot even be opened.

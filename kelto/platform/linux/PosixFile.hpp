@@ -4,6 +4,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/types.h>
 
 #include "kelto/platform/FileSystem.hpp"
 #include "kelto/platform/linux/FileDescriptor.hpp"
@@ -23,11 +24,19 @@ public:
     /// somebody writes to it.
     static constexpr int readingFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
+    /// How a file is made: nothing that stands there already is opened, a link included.
+    static constexpr int makingFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+    static constexpr mode_t privateMode = 0600;
+
     PosixFile(FileDescriptor descriptor, std::string path);
 
     /// The file behind a descriptor that was just opened for reading, or not (errno says why).
     /// Throws unless it is a regular file.
     [[nodiscard]] static std::unique_ptr<File> regular(FileDescriptor descriptor, std::string path);
+
+    /// The file behind a descriptor that was just made with privateMode, or not (errno says why);
+    /// of exactly that mode, whatever the process's umask has taken away.
+    [[nodiscard]] static std::unique_ptr<File> made(FileDescriptor descriptor, std::string path);
 
     [[nodiscard]] const std::string& path() const override { return path_; }
     [[nodiscard]] FileStatus status() override;

@@ -21,7 +21,6 @@ namespace kelto {
 
 namespace {
 
-constexpr mode_t privateFileMode = 0600;
 constexpr mode_t privateFolderMode = 0700;
 constexpr mode_t permissionBits = 0777;
 
@@ -61,7 +60,8 @@ int restorePermissions(const std::string& path, mode_t mode) {
     struct stat made {};
     if (::lstat(path.c_str(), &made) != 0) return -1;
     if ((made.st_mode & permissionBits) == mode) return 0;
-    return ::chmod(path.c_str(), mode);
+    // Whoever has put a link in its place meanwhile does not get the link's target changed.
+    return ::fchmodat(AT_FDCWD, path.c_str(), mode, AT_SYMLINK_NOFOLLOW);
 }
 
 /// Makes one folder and answers 0 or the errno of its failure; that it is already there is fine.
@@ -98,19 +98,15 @@ std::unique_ptr<Folder> PosixFileSystem::openFolder(std::string_view path) {
 std::unique_ptr<File> PosixFileSystem::create(std::string_view path) {
     countWork(Work::filesWritten);
     std::string name = writablePath(path);
-    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-    FileDescriptor descriptor(
-        uninterrupted([&] { return ::open(name.c_str(), flags, privateFileMode); }));
-    if (!descriptor.isOpen()) throw PlatformError::fileWrite(path, errno);
-    struct stat made {};
-    const bool isPrivate = ::fstat(descriptor.number(), &made) == 0 &&
-                           (made.st_mode & permissionBits) == privateFileMode;
-    if (!isPrivate && ::fchmod(descriptor.number(), privateFileMode) != 0) {
-        const int failure = errno;
-        ::unlink(name.c_str());
-        throw PlatformError::fileWrite(path, failure);
+    FileDescriptor descriptor(uninterrupted(
+        [&] { return ::open(name.c_str(), PosixFile::makingFlags, PosixFile::privateMode); }));
+    const bool isOurs = descriptor.isOpen();
+    try {
+        return PosixFile::made(std::move(descriptor), name);
+    } catch (const PlatformError&) {
+        if (isOurs) ::unlink(name.c_str());
+        throw;
     }
-    return std::make_unique<PosixFile>(std::move(descriptor), std::move(name));
 }
 
 std::optional<FileStatus> PosixFileSystem::status(std::string_view path) {

@@ -100,6 +100,41 @@ std::optional<FileStatus> PosixFolder::status(std::string_view name) {
     throw PlatformError::fileRead(joinedPath(path_, name), errno);
 }
 
+std::unique_ptr<File> PosixFolder::create(std::string_view name) {
+    countWork(Work::filesWritten);
+    const ComponentName component(name);
+    FileDescriptor descriptor(uninterrupted([&] {
+        return ::openat(
+            descriptor_.number(), component.text(), PosixFile::makingFlags, PosixFile::privateMode);
+    }));
+    const bool isOurs = descriptor.isOpen();
+    try {
+        return PosixFile::made(std::move(descriptor), joinedPath(path_, name));
+    } catch (const PlatformError&) {
+        if (isOurs) ::unlinkat(descriptor_.number(), component.text(), 0);
+        throw;
+    }
+}
+
+void PosixFolder::rename(std::string_view from, std::string_view to) {
+    const ComponentName source(from);
+    const ComponentName target(to);
+    const int folder = descriptor_.number();
+    if (::renameat(folder, source.text(), folder, target.text()) == 0) return;
+    const int failure = errno;
+    struct stat ignored {};
+    const bool sourceIsMissing =
+        failure == ENOENT && ::fstatat(folder, source.text(), &ignored, AT_SYMLINK_NOFOLLOW) != 0 &&
+        errno == ENOENT;
+    throw PlatformError::fileWrite(joinedPath(path_, sourceIsMissing ? from : to), failure);
+}
+
+void PosixFolder::remove(std::string_view name) {
+    const ComponentName component(name);
+    if (::unlinkat(descriptor_.number(), component.text(), 0) == 0 || errno == ENOENT) return;
+    throw PlatformError::fileWrite(joinedPath(path_, name), errno);
+}
+
 std::unique_ptr<File> PosixFolder::openForReading(std::string_view name) {
     countWork(Work::filesExamined);
     const ComponentName component(name);

@@ -19,6 +19,9 @@ public:
     [[nodiscard]] const std::string& path() const override { return path_; }
     [[nodiscard]] std::optional<FileStatus> status(std::string_view name) override;
     [[nodiscard]] std::unique_ptr<File> openForReading(std::string_view name) override;
+    [[nodiscard]] std::unique_ptr<File> create(std::string_view name) override;
+    void rename(std::string_view from, std::string_view to) override;
+    void remove(std::string_view name) override;
 
 private:
     FileDescriptor descriptor_;

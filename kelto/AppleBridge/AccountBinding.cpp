@@ -12,7 +12,6 @@ namespace kelto {
 
 namespace {
 
-constexpr std::string_view markerName = "AvaloniaCloudAccount";
 /// Record names of accounts are far shorter; a larger file is nothing that this library wrote.
 constexpr std::size_t markerLimitBytes = std::size_t{64} * 1024;
 /// "Text that cannot be decoded", as the platform's own layer numbers it.
@@ -23,7 +22,7 @@ std::string readMarker(FileSystem& files, const std::string& path) {
     if (isWellFormedUtf8(account)) return account;
     throw PlatformError::described(errorDomain::cocoa,
                                    unreadableTextCode,
-                                   "The file “" + std::string(markerName) +
+                                   "The file “" + std::string(accountMarkerName) +
                                        "” couldn’t be opened because it isn’t in the correct "
                                        "format.");
 }
@@ -35,7 +34,7 @@ void bindToAccount(FileSystem& files,
                    std::string_view libraryFolder,
                    std::string_view accountName) {
     files.createFolders(libraryFolder);
-    const std::string marker = joinedPath(libraryFolder, markerName);
+    const std::string marker = joinedPath(libraryFolder, accountMarkerName);
     if (!files.status(marker)) {
         writeAtomically(files, random, marker, Durability::flushed, [&](File& file) {
             file.write(bytesOf(accountName));

@@ -7,6 +7,9 @@
 
 namespace kelto {
 
+/// The name of the marker file beside the store.
+inline constexpr std::string_view accountMarkerName = "AvaloniaCloudAccount";
+
 /// Binds a library folder to the first account that syncs it: the account's name is written into a
 /// marker file once, and never changed or removed again. Makes the folder when it is missing.
 /// Another account is refused with a BridgeError.

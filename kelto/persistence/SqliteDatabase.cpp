@@ -28,7 +28,7 @@ std::string sentence(const std::string& path, int code, const char* detail) {
         case SQLITE_NOTADB:
             return name + "couldn’t be opened because it isn’t a library store.";
         case SQLITE_CORRUPT:
-            return name + "is damaged (" + detail + ").";
+            return name + "is damaged (" + detail + "). " + std::string(whatHelpsDamage);
         default:
             return name + "couldn’t be used (" + detail + ").";
     }
@@ -134,13 +134,11 @@ Bytes SqliteStatement::blob(int column) {
     return {start, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
 }
 
-SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit)
+SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit, Access access)
     : path_(std::move(path)), busyLimit_(busyLimit) {
-    const int code =
-        sqlite3_open_v2(path_.c_str(),
-                        &handle_,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
-                        nullptr);
+    const int way = access == Access::readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+    const int code = sqlite3_open_v2(
+        path_.c_str(), &handle_, way | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
     if (code != SQLITE_OK) {
         // Even a connection that could not be opened has to be closed, after it was asked why.
         const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> closed(handle_, &sqlite3_close);
@@ -172,6 +170,34 @@ std::int64_t SqliteDatabase::integer(std::string_view sql) {
 
 bool SqliteDatabase::isInTransaction() const {
     return sqlite3_get_autocommit(handle_) == 0;
+}
+
+void SqliteDatabase::leaveLogOnClose() {
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
+bool SqliteDatabase::takeForItself() {
+    run("PRAGMA locking_mode = EXCLUSIVE");
+    const int code = sqlite3_exec(handle_, "BEGIN EXCLUSIVE; ROLLBACK", nullptr, nullptr, nullptr);
+    if (code == SQLITE_OK) return true;
+    if ((code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED) return false;
+    throw error(code);
+}
+
+void SqliteDatabase::copyTo(const std::string& path) {
+    SqliteDatabase copy(path, busyLimit_);
+    sqlite3_backup* const backup = sqlite3_backup_init(copy.handle_, "main", handle_, "main");
+    if (backup == nullptr) throw copy.error(sqlite3_extended_errcode(copy.handle_));
+    // All pages in one step, under one read lock: other programs may write meanwhile, unseen.
+    const int stepped = sqlite3_backup_step(backup, -1);
+    const int finished = sqlite3_backup_finish(backup);
+    if (stepped != SQLITE_DONE) {
+        // The copy reports its own failures, a full disk for one; the rest is the original's.
+        throw finished != SQLITE_OK && sqlite3_errcode(copy.handle_) == finished
+            ? copy.error(finished)
+            : error(stepped);
+    }
+    copy.run("PRAGMA journal_mode = DELETE");
 }
 
 void SqliteDatabase::checkpoint() noexcept {

@@ -56,9 +56,12 @@ private:
 /// that names the file and what the database says.
 class SqliteDatabase {
 public:
-    /// Opens an existing file for reading and writing. `busyLimit` is how long another writer is
-    /// waited for.
-    SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit);
+    enum class Access : std::uint8_t { readWrite, readOnly };
+
+    /// Opens an existing file. `busyLimit` is how long another writer is waited for.
+    SqliteDatabase(std::string path,
+                   std::chrono::milliseconds busyLimit,
+                   Access access = Access::readWrite);
     ~SqliteDatabase();
     SqliteDatabase(const SqliteDatabase&) = delete;
     SqliteDatabase& operator=(const SqliteDatabase&) = delete;
@@ -70,6 +73,15 @@ public:
     /// The first column of the first row, an integer; 0 when there is no row.
     [[nodiscard]] std::int64_t integer(std::string_view sql);
     [[nodiscard]] bool isInTransaction() const;
+
+    /// Closing does not copy the log into the database, nor remove it: for whoever only looks.
+    void leaveLogOnClose();
+    /// Takes the file for this connection alone, until it is closed; false when anybody else has it
+    /// open, even if at rest. Before anything else is done with the connection.
+    [[nodiscard]] bool takeForItself();
+    /// Writes the database as it is at this moment, page by page, log included, over the database
+    /// at `path`, which has to be there and may be empty. Needs no log itself afterwards.
+    void copyTo(const std::string& path);
 
     /// Copies the write-ahead log into the database as far as nobody is in the way, waiting for
     /// nobody. What cannot be copied stays in the log.

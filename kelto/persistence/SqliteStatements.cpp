@@ -165,6 +165,11 @@ std::string deleteRow(const EntityDescription& entity) {
     return "DELETE FROM " + quoted(entity.name) + " WHERE \"id\" = ?";
 }
 
+std::string selectUnusedPayloads(const Schema& schema) {
+    return "SELECT \"digest\", \"size\", \"bytes\" IS NULL FROM \"Payload\" WHERE " +
+           payloadIsUnused(schema);
+}
+
 std::string deleteUnusedPayload(const Schema& schema) {
     return "DELETE FROM \"Payload\" WHERE \"digest\" = ? AND " + payloadIsUnused(schema) +
            " RETURNING \"bytes\" IS NULL";

@@ -29,6 +29,9 @@ namespace kelto::sql {
 /// Parameter: id.
 [[nodiscard]] std::string deleteRow(const EntityDescription& entity);
 
+/// The digests and sizes of the payloads that no row names, and whether their bytes lie in a file.
+[[nodiscard]] std::string selectUnusedPayloads(const Schema& schema);
+
 /// Removes the payload of the digest in parameter 0 if no row names it any more, and answers, if it
 /// did so, whether the bytes lie in a file.
 [[nodiscard]] std::string deleteUnusedPayload(const Schema& schema);

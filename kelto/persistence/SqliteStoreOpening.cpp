@@ -56,18 +56,6 @@ std::int64_t bigEndian32(const std::byte* bytes) {
     return value;
 }
 
-/// Looks at the file itself first: merely opening a database may already change the files beside
-/// it.
-void checkHeader(FileSystem& files, const std::string& path) {
-    std::array<std::byte, 100> header{};
-    const std::size_t read = files.openForReading(path)->read(header);
-    if (read == 0) return;
-    if (read < header.size() || std::memcmp(header.data(), "SQLite format 3", 16) != 0) {
-        throw notAStore(path);
-    }
-    check({bigEndian32(&header[68]), bigEndian32(&header[60])}, path);
-}
-
 Declaration declarationOf(SqliteDatabase& database) {
     return {database.integer("PRAGMA application_id"), database.integer("PRAGMA user_version")};
 }
@@ -120,6 +108,28 @@ std::string externalDataFolder(const std::string& storePath) {
                       "_EXTERNAL_DATA");
 }
 
+void requireStoreFile(FileSystem& files, const std::string& path) {
+    // The file itself is looked at: merely opening a database may already change those beside it.
+    std::array<std::byte, 100> header{};
+    const std::size_t read = files.openForReading(path)->read(header);
+    if (read == 0) return;
+    if (read < header.size() || std::memcmp(header.data(), "SQLite format 3", 16) != 0) {
+        throw notAStore(path);
+    }
+    check({bigEndian32(&header[68]), bigEndian32(&header[60])}, path);
+}
+
+std::unique_ptr<SqliteDatabase> openStoreToLook(FileSystem& files, const std::string& path) {
+    requireStoreFile(files, path);
+    auto database = std::make_unique<SqliteDatabase>(path, SqliteStore::busyLimit);
+    database->run("PRAGMA trusted_schema = OFF");
+    database->run("PRAGMA cell_size_check = ON");
+    const auto log = files.status(path + "-wal");
+    if (log && log->size > 0) database->leaveLogOnClose();
+    requireKnownFormat(*database);
+    return database;
+}
+
 void requireKnownFormat(SqliteDatabase& database) {
     check(declarationOf(database), database.path());
 }
@@ -128,7 +138,7 @@ std::unique_ptr<SqliteDatabase> openStoreDatabase(const Schema& schema,
                                                   FileSystem& files,
                                                   const std::string& path) {
     createFileIfMissing(files, path);
-    checkHeader(files, path);
+    requireStoreFile(files, path);
     auto database = std::make_unique<SqliteDatabase>(path, SqliteStore::busyLimit);
     // A newer format may still stand in the write-ahead log alone.
     requireKnownFormat(*database);

@@ -19,6 +19,15 @@ namespace kelto {
                                                                 FileSystem& files,
                                                                 const std::string& path);
 
+/// Refuses an existing file that is not the database of a store, or of a newer format, by its first
+/// bytes; an empty file may become one. The file is read, closed again and left as it is.
+void requireStoreFile(FileSystem& files, const std::string& path);
+
+/// Opens an existing store of any format that this library knows, to look at it: nothing is brought
+/// up to date, and a log that another program has left stays as it is.
+[[nodiscard]] std::unique_ptr<SqliteDatabase> openStoreToLook(FileSystem& files,
+                                                              const std::string& path);
+
 /// Refuses a store that a newer version has taken over since it was opened.
 void requireKnownFormat(SqliteDatabase& database);
 

@@ -12,8 +12,14 @@ namespace kelto {
 /// "The library’s store “Kelto.store” ", for a sentence to go on from there.
 [[nodiscard]] std::string storeNamed(std::string_view path);
 
-/// "The library’s store is damaged: <what>.": what the store's own constraints and this library
+/// What to do about any damage.
+inline constexpr std::string_view whatHelpsDamage =
+    "“keltoctl doctor” says where, and mends what can be mended.";
+
+/// "The library’s store is damaged: <what>. …": what the store's own constraints and this library
 /// keep out, so that somebody else must have written it.
 [[nodiscard]] PlatformError damagedStore(std::string_view what);
+/// Whether an error is one of those.
+[[nodiscard]] bool isDamagedStore(const PlatformError& error);
 
 }  // namespace kelto

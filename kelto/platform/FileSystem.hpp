@@ -28,6 +28,7 @@ struct FileStatus {
     std::uint64_t size = 0;                ///< Bytes.
     std::int64_t modifiedNanoseconds = 0;  ///< Since 1970-01-01 00:00 UTC.
     std::int64_t changedNanoseconds = 0;   ///< The same, of the inode's last change.
+    std::uint32_t permissions = 0;         ///< Who may read, write and run it: nine bits.
 
     friend bool operator==(const FileStatus&, const FileStatus&) = default;
 };
@@ -109,8 +110,15 @@ public:
     virtual void createFolders(std::string_view path) = 0;
     /// Puts `from` in the place of `to` in one step; a link at `to` is itself replaced.
     virtual void rename(std::string_view from, std::string_view to) = 0;
+    /// Puts each of two files or folders in the place of the other, in one step; false, with both
+    /// where they were, when this file system has no such step.
+    [[nodiscard]] virtual bool swap(std::string_view one, std::string_view other) = 0;
     /// Removes a file or a link, never a folder; that nothing stands there is fine.
     virtual void remove(std::string_view path) = 0;
+    /// Removes a folder that holds nothing; that nothing stands there is fine.
+    virtual void removeFolder(std::string_view path) = 0;
+    /// Makes an existing file or folder readable by the user alone, as if it had been made here.
+    virtual void makePrivate(std::string_view path) = 0;
     /// Returns once the folder's entries have reached the disk.
     virtual void syncFolder(std::string_view path) = 0;
 };

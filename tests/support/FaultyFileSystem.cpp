@@ -260,6 +260,20 @@ void FaultyFileSystem::rename(std::string_view from, std::string_view to) {
     inner_->rename(from, to);
 }
 
+bool FaultyFileSystem::swap(std::string_view one, std::string_view other) {
+    faults_->meet(FileOperation::rename, other);
+    return canSwap_ && inner_->swap(one, other);
+}
+
+void FaultyFileSystem::removeFolder(std::string_view path) {
+    faults_->meet(FileOperation::remove, path);
+    inner_->removeFolder(path);
+}
+
+void FaultyFileSystem::makePrivate(std::string_view path) {
+    inner_->makePrivate(path);
+}
+
 void FaultyFileSystem::remove(std::string_view path) {
     faults_->meet(FileOperation::remove, path);
     inner_->remove(path);

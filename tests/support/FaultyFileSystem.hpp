@@ -69,7 +69,13 @@ public:
     void createFolders(std::string_view path) override;
     /// A pattern matches by either path.
     void rename(std::string_view from, std::string_view to) override;
+    /// Counts as a rename; a pattern matches by the second path.
+    [[nodiscard]] bool swap(std::string_view one, std::string_view other) override;
+    /// From now on no two files change their places in one step, as on an older file system.
+    void forgetSwap() { canSwap_ = false; }
     void remove(std::string_view path) override;
+    void removeFolder(std::string_view path) override;
+    void makePrivate(std::string_view path) override;
     void syncFolder(std::string_view path) override;
 
 private:
@@ -79,6 +85,7 @@ private:
 
     std::shared_ptr<FileSystem> inner_;
     std::shared_ptr<Faults> faults_;
+    bool canSwap_ = true;
 };
 
 }  // namespace kelto

@@ -15,5 +15,7 @@ void addAddingCommands(CLI::App& app, Command& chosen);    ///< add note|quote|l
 void addEditingCommands(CLI::App& app, Command& chosen);   ///< edit, tag, move
 void addTrashCommands(CLI::App& app, Command& chosen);     ///< trash, restore, delete
 void addExchangeCommands(CLI::App& app, Command& chosen);  ///< exchange, status, …
+void addBackupCommands(CLI::App& app, Command& chosen);    ///< backup, restore-backup
+void addDoctorCommand(CLI::App& app, Command& chosen);     ///< doctor
 
 }  // namespace kelto::ctl

@@ -57,6 +57,8 @@ int main(int argc, char** argv) {
     addEditingCommands(app, command);
     addTrashCommands(app, command);
     addExchangeCommands(app, command);
+    addDoctorCommand(app, command);
+    addBackupCommands(app, command);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -41,6 +41,7 @@ FileStatus fileStatusOf(const struct stat& answer) {
         .size = static_cast<std::uint64_t>(answer.st_size),
         .modifiedNanoseconds = nanoseconds(answer.st_mtim),
         .changedNanoseconds = nanoseconds(answer.st_ctim),
+        .permissions = answer.st_mode & 0777U,
     };
 }
 

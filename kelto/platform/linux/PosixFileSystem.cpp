@@ -169,12 +169,38 @@ void PosixFileSystem::rename(std::string_view from, std::string_view to) {
     throw PlatformError::fileWrite(sourceIsMissing ? from : to, failure);
 }
 
+bool PosixFileSystem::swap(std::string_view one, std::string_view other) {
+    const std::string first = writablePath(one);
+    const std::string second = writablePath(other);
+    if (::renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0) {
+        return true;
+    }
+    // An older kernel, or a file system that has not learnt it.
+    if (errno == EINVAL || errno == ENOSYS) return false;
+    throw PlatformError::fileWrite(other, errno);
+}
+
 void PosixFileSystem::remove(std::string_view path) {
     if (holdsNul(path)) return;
     if (::unlink(std::string(path).c_str()) == 0) return;
     // A file in the middle of the path: below it, too, nothing stands.
     if (errno == ENOENT || errno == ENOTDIR) return;
     throw PlatformError::fileWrite(path, errno);
+}
+
+void PosixFileSystem::removeFolder(std::string_view path) {
+    if (holdsNul(path)) return;
+    if (::rmdir(std::string(path).c_str()) == 0) return;
+    if (errno == ENOENT) return;
+    throw PlatformError::fileWrite(path, errno);
+}
+
+void PosixFileSystem::makePrivate(std::string_view path) {
+    const std::string name = writablePath(path);
+    struct stat found {};
+    if (::stat(name.c_str(), &found) != 0) throw PlatformError::fileWrite(path, errno);
+    const mode_t mode = S_ISDIR(found.st_mode) ? privateFolderMode : privateFileMode;
+    if (::chmod(name.c_str(), mode) != 0) throw PlatformError::fileWrite(path, errno);
 }
 
 void PosixFileSystem::syncFolder(std::string_view path) {

@@ -1,0 +1,130 @@
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/keltoctl/KeltoctlTest.hpp"
+
+namespace kelto::ctl {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// A library with a note and a file that is large enough to lie beside the database.
+class StoreCareTest : public KeltoctlTest {
+protected:
+    StoreCareTest() {
+        done({"add", "note", "bread"});
+        done({"add", "file", folder.write("Film.mp4", std::string(100'000, 'f'))});
+    }
+
+    [[nodiscard]] std::string libraryFolder() {
+        std::string path = run({"group-path"}).output;
+        path.pop_back();
+        return path + "/Library";
+    }
+
+    [[nodiscard]] std::filesystem::path payloadFile() {
+        const std::filesystem::directory_iterator files(libraryFolder() +
+                                                        "/.Kelto_SUPPORT/_EXTERNAL_DATA");
+        return files->path();
+    }
+};
+
+TEST_F(StoreCareTest, AHealthyLibraryIsSaidToBeSoInOneLine) {
+    const Outcome outcome = run({"doctor"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output, StartsWith("The library is healthy: "));
+    EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1);
+    EXPECT_TRUE(*json({"doctor"}).member("healthy")->boolean());
+    EXPECT_EQ(run({"doctor", "--repair", "--yes"}).status, 0);
+}
+
+TEST_F(StoreCareTest, ALostFileIsNamedWithItsItemAndLetGoOnlyWhenAsked) {
+    std::filesystem::remove(payloadFile());
+    const Outcome found = run({"doctor"});
+    EXPECT_EQ(found.status, 1);
+    EXPECT_THAT(found.output,
+                AllOf(HasSubstr("1 finding"), HasSubstr("thing “Film”"), HasSubstr("missing")));
+    EXPECT_EQ(run({"doctor", "--repair"}).status, 2) << "nobody to ask";
+    const Outcome dry = run({"doctor", "--repair", "--dry-run"});
+    EXPECT_EQ(dry.status, 1);
+    EXPECT_THAT(dry.output, HasSubstr("What would be done:"));
+    EXPECT_EQ(run({"doctor"}).status, 1);
+    const Outcome mended = run({"doctor", "--repair", "--yes"});
+    EXPECT_EQ(mended.status, 0) << mended.output << mended.complaint;
+    EXPECT_THAT(mended.output, HasSubstr("Lost and found/Repair "));
+    EXPECT_EQ(run({"doctor"}).status, 0);
+    EXPECT_EQ(runAs("there", {"list"}).status, 0);
+}
+
+TEST_F(StoreCareTest, ALibraryThatNoProgramOpensIsStillLookedAt) {
+    folder.write("data/group.app.kelto/Library/Kelto.store", "Dear diary");
+    EXPECT_EQ(run({"list"}).status, 1);
+    const Outcome outcome = run({"doctor"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.output, HasSubstr("isn’t a library store"));
+}
+
+TEST_F(StoreCareTest, DoctorRefusesOptionsThatDoNotGoTogether) {
+    EXPECT_EQ(run({"doctor", "--dry-run"}).status, 2);
+}
+
+TEST_F(StoreCareTest, ABackupComesBackWhole) {
+    done({"backup", folder.path("backup.tar")});
+    done({"add", "note", "after the backup"});
+    EXPECT_EQ(run({"restore-backup", folder.path("backup.tar")}).status, 2) << "nobody to ask";
+    done({"restore-backup", folder.path("backup.tar"), "--yes"});
+    const JsonValue list = jsonAs("there", {"list"});
+    EXPECT_EQ(list.member("things")->array()->size(), 2U);
+    EXPECT_EQ(run({"doctor"}).status, 0);
+    bool isKept = false;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(folder.path("data/group.app.kelto"))) {
+        isKept |= entry.path().filename().string().starts_with("Library before ");
+    }
+    EXPECT_TRUE(isKept);
+}
+
+TEST_F(StoreCareTest, ABackupMakesALibraryWhereNoneIs) {
+    done({"backup", folder.path("backup.tar")});
+    std::filesystem::remove_all(libraryFolder());
+    done({"restore-backup", folder.path("backup.tar")});
+    EXPECT_EQ(things().size(), 2U);
+}
+
+TEST_F(StoreCareTest, ABackupReplacesNothingUnasked) {
+    folder.write("backup.tar", "mine");
+    const Outcome refused = run({"backup", folder.path("backup.tar")});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.complaint, HasSubstr("--force"));
+    EXPECT_EQ(folder.read("backup.tar"), "mine");
+    done({"backup", folder.path("backup.tar"), "--force"});
+    done({"restore-backup", "--check", folder.path("backup.tar")});
+}
+
+TEST_F(StoreCareTest, ADamagedLibraryIsBackedUpOnlyWhenWanted) {
+    std::filesystem::remove(payloadFile());
+    const Outcome refused = run({"backup", folder.path("backup.tar")});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.output, HasSubstr("thing “Film”"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("backup.tar")));
+    EXPECT_EQ(run({"backup", folder.path("backup.tar"), "--damaged"}).status, 1);
+    EXPECT_TRUE(std::filesystem::exists(folder.path("backup.tar")));
+}
+
+TEST_F(StoreCareTest, WhatIsNoBackupIsNotRestored) {
+    folder.write("backup.tar", "Dear diary");
+    const Outcome outcome = run({"restore-backup", folder.path("backup.tar"), "--yes"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.complaint, HasSubstr("isn’t a whole backup"));
+    EXPECT_EQ(things().size(), 2U);
+}
+
+}  // namespace
+}  // namespace kelto::ctl

@@ -1,9 +1,11 @@
 #include "kelto/persistence/SqliteStore.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
+#include "kelto/persistence/LostAndFound.hpp"
 #include "kelto/persistence/RowList.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
@@ -74,8 +76,17 @@ SqliteStore::SqliteStore(const Schema& schema,
     changeLog_ = std::make_unique<SqliteChangeLog>(schema, *database_);
     prepare();
     begin_->run();
-    payloads_->sweep();
+    // Payload files beside a database in which nothing was ever saved are what is left of a library
+    // that has lost its database, perhaps because somebody moved a damaged one away.
+    LostAndFound lostAndFound(*files_, *random_, path);
+    payloads_->sweep(wasEverUsed() ? nullptr : &lostAndFound);
     rollback_->run();
+}
+
+bool SqliteStore::wasEverUsed() {
+    return std::any_of(schema_.entities.begin(),
+                       schema_.entities.end(),
+                       [this](const auto* entity) { return lastRow(*entity) > 0; });
 }
 
 SqliteStore::~SqliteStore() {

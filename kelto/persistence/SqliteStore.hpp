@@ -58,6 +58,8 @@ private:
     };
 
     void prepare();
+    /// Whether any record was ever saved here.
+    [[nodiscard]] bool wasEverUsed();
     /// What is written into a file that was moved away or replaced would be lost.
     void requireSameFile();
     /// A number that another one replaces whenever another connection has committed.

@@ -95,6 +95,7 @@ SqliteStore::~SqliteStore() {
 
 void SqliteStore::prepare() {
     begin_ = std::make_unique<SqliteStatement>(*database_, "BEGIN IMMEDIATE");
+    beginReading_ = std::make_unique<SqliteStatement>(*database_, "BEGIN");
     commit_ = std::make_unique<SqliteStatement>(*database_, "COMMIT");
     rollback_ = std::make_unique<SqliteStatement>(*database_, "ROLLBACK");
     dataVersion_ = std::make_unique<SqliteStatement>(*database_, "PRAGMA data_version");
@@ -109,16 +110,33 @@ ForeignChanges SqliteStore::begin() {
     try {
         requireSameFile();
         payloads_->removeSuspects();
-        const std::int64_t version = dataVersion();
-        if (seenVersion_ == version) return {ForeignChanges::Extent::none, {}};
-        requireKnownFormat(*database_);
-        ForeignChanges changes = changeLog_->news();
-        seenVersion_ = version;
-        return changes;
+        return news();
     } catch (...) {
         rollback();  // nobody else knows that it has begun, and the write lock would stay
         throw;
     }
+}
+
+ForeignChanges SqliteStore::beginReading() {
+    if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
+    beginReading_->run();
+    isReading_ = true;
+    try {
+        requireSameFile();
+        return news();
+    } catch (...) {
+        rollback();
+        throw;
+    }
+}
+
+ForeignChanges SqliteStore::news() {
+    const std::int64_t version = dataVersion();
+    if (seenVersion_ == version) return {ForeignChanges::Extent::none, {}};
+    requireKnownFormat(*database_);
+    ForeignChanges changes = changeLog_->news();
+    seenVersion_ = version;
+    return changes;
 }
 
 void SqliteStore::requireSameFile() {
@@ -192,6 +210,8 @@ void SqliteStore::rollback() noexcept {
     } catch (const PlatformError&) {
         // The database rolls back by itself when it cannot do so now; the first error counts.
     }
+    // It may have been another program that was in the way when they were dropped.
+    if (std::exchange(isReading_, false)) removeDroppedFiles();
 }
 
 void SqliteStore::write(const ChangeSet& changes) {

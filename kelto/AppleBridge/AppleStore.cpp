@@ -14,6 +14,7 @@
 #include "kelto/model/LibrarySchema.hpp"
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
+#include "kelto/persistence/StoreErrors.hpp"
 
 namespace kelto {
 
@@ -52,18 +53,16 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
                                      ExchangeRequest& request,
                                      StageWatch& watch,
                                      ExchangeStages& stages) {
-    FileSystem& files = *platform_.files;
     ModelContext context(library);
     try {
-        HostMerge merge(context, request, files, index_);
+        HostMerge merge(context, request, *platform_.files, index_);
         merge.begin();
         stages.opening = watch.lap();
         merge.merge();
         stages.merging = watch.lap();
         auto memory = merge.save();
         stages.saving = watch.lap();
-        auto response = SnapshotExport(context, request, files, *platform_.random)
-                            .response(status(), lastSync());
+        auto response = exportedSnapshot(library, request);
         std::move(request).moveInto(*memory);
         requestMemory_ = std::move(memory);
         stages.exporting = watch.lap();
@@ -73,6 +72,24 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
         requestMemory_.reset();
         throw;
     }
+}
+
+LargeText AppleStore::exportedSnapshot(ModelContainer& library, const ExchangeRequest& request) {
+    const auto snapshotOf = [&](ModelContext& context) {
+        return SnapshotExport(context, request, *platform_.files, *platform_.random)
+            .response(status(), lastSync());
+    };
+    try {
+        // Copying payload files can take minutes, in which other programs go on.
+        ModelContext reading(library, ModelContext::Access::read);
+        return snapshotOf(reading);
+    } catch (const PlatformError& error) {
+        if (!isDamagedStore(error)) throw;
+    }
+    // One of them has deleted an item whose file was not copied yet. Of a state that nobody changes
+    // meanwhile, only what is really damaged is missing.
+    ModelContext alone(library);
+    return snapshotOf(alone);
 }
 
 std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {

@@ -57,6 +57,10 @@ private:
                                            StageWatch& watch,
                                            ExchangeStages& stages);
 
+    /// The answer, with the files of what the host does not hold.
+    [[nodiscard]] LargeText exportedSnapshot(ModelContainer& library,
+                                             const ExchangeRequest& request);
+
     Platform platform_;
     std::unique_ptr<ModelContainer> container_;
     std::optional<std::string> storePath_;

@@ -25,8 +25,7 @@ Population& ModelContainer::population(const EntityDescription& entity) {
     fatalError("an object of an entity that the container does not know");
 }
 
-void ModelContainer::begin() {
-    const ForeignChanges changes = store_->begin();
+void ModelContainer::begin(const ForeignChanges& changes) {
     if (isLoaded_ && changes.extent == ForeignChanges::Extent::none) return;
     try {
         if (!loadChanges(changes)) loadAll();

@@ -33,8 +33,8 @@ private:
     friend class ModelContext;
 
     [[nodiscard]] Population& population(const EntityDescription& entity);
-    /// Starts the store's unit of work and makes the objects agree with it.
-    void begin();
+    /// Makes the objects agree with the store's unit of work, which has just begun.
+    void begin(const ForeignChanges& changes);
     /// Answers false when everything has to be read instead.
     [[nodiscard]] bool loadChanges(const ForeignChanges& changes);
     void loadAll();

@@ -8,7 +8,8 @@ namespace kelto {
 
 using State = ModelObject::State;
 
-ModelContext::ModelContext(ModelContainer& container) : container_(container) {}
+ModelContext::ModelContext(ModelContainer& container, Access access)
+    : container_(container), access_(access) {}
 
 ModelContext::~ModelContext() {
     rollback();
@@ -16,7 +17,8 @@ ModelContext::~ModelContext() {
 
 void ModelContext::begin() {
     if (isAtWork_) return;
-    container_.begin();
+    PersistentStore& store = *container_.store_;
+    container_.begin(access_ == Access::write ? store.begin() : store.beginReading());
     isAtWork_ = true;
 }
 
@@ -101,6 +103,7 @@ std::vector<const ModelObject*> ModelContext::insertedAndChanged() const {
 
 void ModelContext::save() {
     if (!isAtWork_) return;
+    if (access_ == Access::read) fatalError("a unit of work that only reads is saved");
     ChangeSet changes;
     for (const ModelObject* object : inserted_) {
         if (object->state() == State::inserted) changes.inserted.push_back(object);

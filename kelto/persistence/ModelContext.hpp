@@ -17,7 +17,11 @@ namespace kelto {
 /// write to the store. At most one context of a container is at work at a time. Main thread only.
 class ModelContext {
 public:
-    explicit ModelContext(ModelContainer& container);
+    enum class Access : std::uint8_t {
+        write,
+        read,  ///< Nothing is inserted, changed or deleted; other processes may write meanwhile.
+    };
+    explicit ModelContext(ModelContainer& container, Access access = Access::write);
     /// What was not saved is rolled back.
     ~ModelContext();
     ModelContext(const ModelContext&) = delete;
@@ -79,6 +83,7 @@ private:
     void settle() noexcept;
 
     ModelContainer& container_;
+    Access access_;
     bool isAtWork_ = false;
     std::vector<ModelObject*> inserted_;
     std::vector<ModelObject*> deleted_;   // those that have a row

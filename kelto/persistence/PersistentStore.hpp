@@ -57,6 +57,10 @@ public:
     /// begun. Answers what others have committed since the last begin(): of that, the first one
     /// knows nothing. A rollback alone is no change.
     [[nodiscard]] virtual ForeignChanges begin() = 0;
+    /// The same for a unit of work that writes nothing and ends with rollback(). It waits for
+    /// nobody and nobody for it: others may write meanwhile, and what they write is not seen. But
+    /// the bytes of a payload that they delete may be gone (damagedStore()).
+    [[nodiscard]] virtual ForeignChanges beginReading() = 0;
     /// Rows of an entity in the order of their creation; `row` is the row's number, column i of
     /// the reader is attribute i, and after the attributes come the relationships that are stored
     /// as columns, in their order of declaration: to-one null or the other row's number, to-many

@@ -162,6 +162,7 @@ void SqlitePayloads::copyTo(const Payload& payload, File& destination) {
     const StatementUse use(selectBytes_);
     const StoredBytes row = storedBytes(payload);
     if (row.isInFile) return copyFile(payload, row.size, destination);
+    requireIntact(payload, row);
     destination.write(row.bytes);
     countWork(Work::payloadBytesWritten, row.size);
 }
@@ -175,8 +176,17 @@ void SqlitePayloads::handOut(const Payload& payload,
         return files.writeNow(name,
                               [&](File& destination) { copyFile(payload, row.size, destination); });
     }
+    requireIntact(payload, row);
     files.write(name, row.bytes);
     countWork(Work::payloadBytesWritten, row.size);
+}
+
+void SqlitePayloads::requireIntact(const Payload& payload, const StoredBytes& row) {
+    // The database has no checksums of its own. Few bytes are hashed in a fraction of the time that
+    // a file for them takes.
+    if (row.bytes.size() != row.size || sha256(row.bytes) != payload.digest) {
+        throw missing(payload);
+    }
 }
 
 void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& destination) {
@@ -258,12 +268,18 @@ void SqlitePayloads::removeSuspects() noexcept {
     suspects_.clear();
 }
 
-void SqlitePayloads::sweep() {
+void SqlitePayloads::sweep(LostAndFound* lostAndFound) {
     for (const std::string& name : files_.list(externalFolder_)) {
         const auto digest = Digest::parse(name);
         // Only files of our own making: whatever else lies here is not ours to remove.
         const bool isStray = digest ? !isNamed(*digest) : isTemporaryName(name);
-        if (isStray) removeQuietly(joinedPath(externalFolder_, name));
+        if (!isStray) continue;
+        const std::string path = joinedPath(externalFolder_, name);
+        if (digest && lostAndFound != nullptr) {
+            (void)lostAndFound->move(path);
+        } else {
+            removeQuietly(path);
+        }
     }
 }
 

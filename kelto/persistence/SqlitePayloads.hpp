@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kelto/persistence/FileIdentities.hpp"
+#include "kelto/persistence/LostAndFound.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
 #include "kelto/persistence/Schema.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
@@ -62,9 +63,9 @@ public:
     /// another program could take the same bytes into its own transaction in between, and lose
     /// them.
     void removeSuspects() noexcept;
-    /// Removes files that no row names, left by a process that died. The caller holds the write
-    /// lock.
-    void sweep();
+    /// Removes files that no row names, left by a process that died; payloads among them are moved
+    /// into `lostAndFound`, if there is one. The caller holds the write lock.
+    void sweep(LostAndFound* lostAndFound);
 
 private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
@@ -85,6 +86,8 @@ private:
         Bytes bytes;
     };
     [[nodiscard]] StoredBytes storedBytes(const Payload& payload);
+    /// Throws when the bytes of a row are not those of its digest.
+    static void requireIntact(const Payload& payload, const StoredBytes& row);
     [[nodiscard]] std::optional<Stored> find(const Digest& digest);
     /// Whether nothing is missing of what the storage would have to keep.
     [[nodiscard]] bool holds(const ReceivedPayload& received);

@@ -1,9 +1,11 @@
 #include "kelto/persistence/SqliteStore.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
+#include "kelto/persistence/LostAndFound.hpp"
 #include "kelto/persistence/RowList.hpp"
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
@@ -74,8 +76,17 @@ SqliteStore::SqliteStore(const Schema& schema,
     changeLog_ = std::make_unique<SqliteChangeLog>(schema, *database_);
     prepare();
     begin_->run();
-    payloads_->sweep();
+    // Payload files beside a database in which nothing was ever saved are what is left of a library
+    // that has lost its database, perhaps because somebody moved a damaged one away.
+    LostAndFound lostAndFound(*files_, *random_, path);
+    payloads_->sweep(wasEverUsed() ? nullptr : &lostAndFound);
     rollback_->run();
+}
+
+bool SqliteStore::wasEverUsed() {
+    return std::any_of(schema_.entities.begin(),
+                       schema_.entities.end(),
+                       [this](const auto* entity) { return lastRow(*entity) > 0; });
 }
 
 SqliteStore::~SqliteStore() {
@@ -84,6 +95,7 @@ SqliteStore::~SqliteStore() {
 
 void SqliteStore::prepare() {
     begin_ = std::make_unique<SqliteStatement>(*database_, "BEGIN IMMEDIATE");
+    beginReading_ = std::make_unique<SqliteStatement>(*database_, "BEGIN");
     commit_ = std::make_unique<SqliteStatement>(*database_, "COMMIT");
     rollback_ = std::make_unique<SqliteStatement>(*database_, "ROLLBACK");
     dataVersion_ = std::make_unique<SqliteStatement>(*database_, "PRAGMA data_version");
@@ -98,16 +110,33 @@ ForeignChanges SqliteStore::begin() {
     try {
         requireSameFile();
         payloads_->removeSuspects();
-        const std::int64_t version = dataVersion();
-        if (seenVersion_ == version) return {ForeignChanges::Extent::none, {}};
-        requireKnownFormat(*database_);
-        ForeignChanges changes = changeLog_->news();
-        seenVersion_ = version;
-        return changes;
+        return news();
     } catch (...) {
         rollback();  // nobody else knows that it has begun, and the write lock would stay
         throw;
     }
+}
+
+ForeignChanges SqliteStore::beginReading() {
+    if (database_->isInTransaction()) fatalError("a unit of work begins inside another");
+    beginReading_->run();
+    isReading_ = true;
+    try {
+        requireSameFile();
+        return news();
+    } catch (...) {
+        rollback();
+        throw;
+    }
+}
+
+ForeignChanges SqliteStore::news() {
+    const std::int64_t version = dataVersion();
+    if (seenVersion_ == version) return {ForeignChanges::Extent::none, {}};
+    requireKnownFormat(*database_);
+    ForeignChanges changes = changeLog_->news();
+    seenVersion_ = version;
+    return changes;
 }
 
 void SqliteStore::requireSameFile() {
@@ -181,6 +210,8 @@ void SqliteStore::rollback() noexcept {
     } catch (const PlatformError&) {
         // The database rolls back by itself when it cannot do so now; the first error counts.
     }
+    // It may have been another program that was in the way when they were dropped.
+    if (std::exchange(isReading_, false)) removeDroppedFiles();
 }
 
 void SqliteStore::write(const ChangeSet& changes) {

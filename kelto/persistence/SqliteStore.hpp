@@ -39,6 +39,7 @@ public:
     ~SqliteStore() override;
 
     [[nodiscard]] ForeignChanges begin() override;
+    [[nodiscard]] ForeignChanges beginReading() override;
     void load(const EntityDescription& entity,
               const RowRange& rows,
               const std::function<void(std::int64_t, RowReader&)>& sink) override;
@@ -58,6 +59,10 @@ private:
     };
 
     void prepare();
+    /// What others have committed, asked within the transaction.
+    [[nodiscard]] ForeignChanges news();
+    /// Whether any record was ever saved here.
+    [[nodiscard]] bool wasEverUsed();
     /// What is written into a file that was moved away or replaced would be lost.
     void requireSameFile();
     /// A number that another one replaces whenever another connection has committed.
@@ -79,11 +84,13 @@ private:
     std::unique_ptr<SqlitePayloads> payloads_;
     std::unique_ptr<SqliteChangeLog> changeLog_;
     std::unique_ptr<SqliteStatement> begin_;
+    std::unique_ptr<SqliteStatement> beginReading_;
     std::unique_ptr<SqliteStatement> commit_;
     std::unique_ptr<SqliteStatement> rollback_;
     std::unique_ptr<SqliteStatement> dataVersion_;
     std::map<const EntityDescription*, std::unique_ptr<EntityStatements>> statements_;
     std::optional<std::int64_t> seenVersion_;
+    bool isReading_ = false;  // the unit of work only reads
 };
 
 }  // namespace kelto

@@ -129,7 +129,8 @@ TEST_F(ExchangeCost, OfANewPayloadIsItsBytes) {
     (void)host.exchange();
     EXPECT_EQ(done(Work::payloadBytesRead), size);
     EXPECT_EQ(done(Work::payloadBytesWritten), 2 * size) << "into the store and for the host";
-    EXPECT_EQ(done(Work::digests), 3) << "of the bytes, of the item's file and of its record";
+    EXPECT_EQ(done(Work::digests), 4)
+        << "of the bytes as they come and as they go, of the item's file and of its record";
     EXPECT_EQ(done(Work::filesWritten), 1);
     EXPECT_EQ(done(Work::recordsRead), 1);
 }

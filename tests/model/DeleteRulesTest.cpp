@@ -24,6 +24,7 @@ public:
         using Extent = ForeignChanges::Extent;
         return {began_++ == 0 ? Extent::unknown : Extent::none, {}};
     }
+    ForeignChanges beginReading() override { return begin(); }
     void load(const EntityDescription&,
               const RowRange&,
               const std::function<void(std::int64_t, RowReader&)>&) override {}

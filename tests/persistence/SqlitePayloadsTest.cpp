@@ -202,6 +202,22 @@ TEST_F(SqlitePayloadsTest, SweepsFilesThatNoRowNamesWhenTheStoreOpens) {
     EXPECT_EQ(library.externalFileCount(), 1U);
 }
 
+TEST_F(SqlitePayloadsTest, KeepsTheFilesOfALibraryThatHasLostItsDatabase) {
+    {
+        ModelContext context(library.container());
+        addThing(context, large);
+        context.save();
+    }
+    library.close();
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+        library.files().remove(library.storePath() + suffix);
+    }
+    library.reopen();
+    EXPECT_EQ(library.externalFileCount(), 0U);
+    const std::string kept = library.folder().path() + "/Lost and found/" + sha256(large).hex();
+    EXPECT_EQ(readWholeFile(library.files(), kept, 1'000'000), large);
+}
+
 TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseFileIsGone) {
     Payload payload;
     {
@@ -248,6 +264,27 @@ TEST_F(SqlitePayloadsTest, NamesAPayloadWhoseBytesHaveChanged) {
                     [&](File& file) { file.write(bytesOf(changed)); });
     EXPECT_THAT([&] { (void)library.bytes(payload); },
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+}
+
+TEST_F(SqlitePayloadsTest, NamesASmallPayloadWhoseBytesHaveChanged) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, small).data();
+    context.save();
+    SqliteDatabase(library.storePath(), std::chrono::milliseconds(1000))
+        .run("UPDATE Payload SET bytes = CAST(replace(bytes, 's', 't') AS BLOB)");
+    EXPECT_THAT(
+        [&] { (void)library.bytes(payload); },
+        testing::ThrowsMessage<PlatformError>(testing::AllOf(
+            testing::HasSubstr(payload.digest.hex()), testing::HasSubstr("keltoctl doctor"))));
+    EXPECT_THAT(
+        [&] {
+            SeededRandom random(7);
+            OutgoingFiles outgoing(library.files(), random);
+            library.container().payloads().handOut(
+                payload, joinedPath(library.folder().path(), "out"), outgoing);
+        },
+        testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+    EXPECT_FALSE(library.files().status(joinedPath(library.folder().path(), "out")));
 }
 
 TEST_F(SqlitePayloadsTest, WaitsForTheDiskOnceBeforeTheCommit) {

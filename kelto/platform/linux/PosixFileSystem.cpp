@@ -199,7 +199,7 @@ void PosixFileSystem::makePrivate(std::string_view path) {
     const std::string name = writablePath(path);
     struct stat found {};
     if (::stat(name.c_str(), &found) != 0) throw PlatformError::fileWrite(path, errno);
-    const mode_t mode = S_ISDIR(found.st_mode) ? privateFolderMode : privateFileMode;
+    const mode_t mode = S_ISDIR(found.st_mode) ? privateFolderMode : PosixFile::privateMode;
     if (::chmod(name.c_str(), mode) != 0) throw PlatformError::fileWrite(path, errno);
 }
 

@@ -68,6 +68,22 @@ void ConfinedFileSystem::remove(std::string_view path) {
     inner_->remove(path);
 }
 
+bool ConfinedFileSystem::swap(std::string_view one, std::string_view other) {
+    requireWritable(one);
+    requireWritable(other);
+    return inner_->swap(one, other);
+}
+
+void ConfinedFileSystem::removeFolder(std::string_view path) {
+    requireWritable(path);
+    inner_->removeFolder(path);
+}
+
+void ConfinedFileSystem::makePrivate(std::string_view path) {
+    requireWritable(path);
+    inner_->makePrivate(path);
+}
+
 void ConfinedFileSystem::syncFolder(std::string_view path) {
     requireWritable(path);
     inner_->syncFolder(path);

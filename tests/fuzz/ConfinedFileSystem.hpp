@@ -23,7 +23,10 @@ public:
     [[nodiscard]] std::string currentFolder() override { return folder_; }
     void createFolders(std::string_view path) override;
     void rename(std::string_view from, std::string_view to) override;
+    [[nodiscard]] bool swap(std::string_view one, std::string_view other) override;
     void remove(std::string_view path) override;
+    void removeFolder(std::string_view path) override;
+    void makePrivate(std::string_view path) override;
     void syncFolder(std::string_view path) override;
 
 private:

@@ -279,9 +279,9 @@ TEST_F(SqlitePayloadsTest, NamesASmallPayloadWhoseBytesHaveChanged) {
     EXPECT_THAT(
         [&] {
             SeededRandom random(7);
-            OutgoingFiles outgoing(library.files(), random);
-            library.container().payloads().handOut(
-                payload, joinedPath(library.folder().path(), "out"), outgoing);
+            const auto folder = library.files().openFolder(library.folder().path());
+            OutgoingFiles outgoing(*folder, random);
+            library.container().payloads().handOut(payload, "out", outgoing);
         },
         testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
     EXPECT_FALSE(library.files().status(joinedPath(library.folder().path(), "out")));

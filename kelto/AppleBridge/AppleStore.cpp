@@ -14,6 +14,7 @@
 #include "kelto/model/LibrarySchema.hpp"
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
+#include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
 
@@ -62,8 +63,12 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
         stages.merging = watch.lap();
         auto memory = merge.save();
         stages.saving = watch.lap();
-        auto response = SnapshotExport(context, request, files, *platform_.random)
-                            .response(status(), lastSync());
+        SnapshotExport snapshot(context, request, files, *platform_.random);
+        if (sweptDirectory_ != request.directory()) {
+            snapshot.removeLeftovers();
+            sweptDirectory_ = request.directory();
+        }
+        auto response = snapshot.response(status(), lastSync());
         std::move(request).moveInto(*memory);
         requestMemory_ = std::move(memory);
         stages.exporting = watch.lap();
@@ -117,6 +122,8 @@ ModelContainer& AppleStore::container(const ExchangeRequest& request,
         platform_.clock,
         platform_.random);
     storePath_ = request.storePath();
+    // Of account markers. One that another program is just writing may go with them: it knows.
+    removeTemporaryFiles(*platform_.files, withoutLastPathComponent(fixedPath));
     return *container_;
 }
 

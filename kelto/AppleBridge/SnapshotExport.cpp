@@ -11,6 +11,7 @@
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
 
@@ -29,6 +30,19 @@ SnapshotExport::SnapshotExport(ModelContext& context,
       files_(files),
       outgoing_(files, random),
       receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
+
+void SnapshotExport::removeLeftovers() {
+    context_.begin();
+    try {
+        const auto directory = files_.resolvedPath(withoutLastPathComponent(receivedFolder_));
+        const auto received = files_.resolvedPath(receivedFolder_);
+        // Nothing is removed through a link, either.
+        if (!directory || received != joinedPath(*directory, receivedName)) return;
+        removeTemporaryFiles(files_, *received);
+    } catch (const PlatformError&) {
+        return;  // response() says what is wrong with the folder
+    }
+}
 
 LargeText SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
     files_.createFolders(receivedFolder_);

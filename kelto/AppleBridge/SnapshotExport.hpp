@@ -26,6 +26,9 @@ public:
                    FileSystem& files,
                    Random& random);
 
+    /// Removes what exports of processes that were killed have left in the folder "received": under
+    /// the store's write lock, so nobody else exports from this library meanwhile.
+    void removeLeftovers();
     /// The response text. Throws the file system's or the store's error; payload files that were
     /// written before it stay.
     [[nodiscard]] LargeText response(std::string_view status, const std::optional<Date>& lastSync);

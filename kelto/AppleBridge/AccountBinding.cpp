@@ -16,6 +16,8 @@ namespace {
 constexpr std::size_t markerLimitBytes = std::size_t{64} * 1024;
 /// "Text that cannot be decoded", as the platform's own layer numbers it.
 constexpr std::int64_t unreadableTextCode = 259;
+/// "No such file", likewise.
+constexpr std::int64_t noSuchFileCode = 4;
 
 std::string readMarker(FileSystem& files, const std::string& path) {
     std::string account = readWholeFile(files, path, markerLimitBytes);
@@ -33,13 +35,17 @@ void bindToAccount(FileSystem& files,
                    Random& random,
                    std::string_view libraryFolder,
                    std::string_view accountName) {
-    files.createFolders(libraryFolder);
     const std::string marker = joinedPath(libraryFolder, accountMarkerName);
     if (!files.status(marker)) {
-        writeAtomically(files, random, marker, Durability::flushed, [&](File& file) {
-            file.write(bytesOf(accountName));
-        });
-        return;
+        createFoldersDurably(files, libraryFolder);
+        try {
+            writeAtomically(files, random, marker, Durability::flushed, [&](File& file) {
+                file.write(bytesOf(accountName));
+            });
+        } catch (const PlatformError& failure) {
+            // Another program that was quicker may have taken our temporary file for a leftover.
+            if (failure.code() != noSuchFileCode || !files.status(marker)) throw;
+        }
     }
     if (readMarker(files, marker) != accountName) {
         throw BridgeError(

@@ -15,6 +15,7 @@
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
+#include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
 
@@ -76,8 +77,12 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
 
 LargeText AppleStore::exportedSnapshot(ModelContainer& library, const ExchangeRequest& request) {
     const auto snapshotOf = [&](ModelContext& context) {
-        return SnapshotExport(context, request, *platform_.files, *platform_.random)
-            .response(status(), lastSync());
+        SnapshotExport snapshot(context, request, *platform_.files, *platform_.random);
+        if (sweptDirectory_ != request.directory()) {
+            snapshot.removeLeftovers();
+            sweptDirectory_ = request.directory();
+        }
+        return snapshot.response(status(), lastSync());
     };
     try {
         // Copying payload files can take minutes, in which other programs go on.
@@ -134,6 +139,8 @@ ModelContainer& AppleStore::container(const ExchangeRequest& request,
         platform_.clock,
         platform_.random);
     storePath_ = request.storePath();
+    // Of account markers. One that another program is just writing may go with them: it knows.
+    removeTemporaryFiles(*platform_.files, withoutLastPathComponent(fixedPath));
     return *container_;
 }
 

@@ -71,6 +71,7 @@ private:
     // What the last exchange has left behind, so that the next one need only look at differences.
     LibraryIndex index_;
     std::shared_ptr<const RequestMemory> requestMemory_;
+    std::string sweptDirectory_;  // the exchange folder that was last rid of leftovers
     ExchangeStages lastStages_;
 };
 

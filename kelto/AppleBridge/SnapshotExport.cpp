@@ -11,6 +11,7 @@
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
 
@@ -30,8 +31,19 @@ SnapshotExport::SnapshotExport(ModelContext& context,
       random_(random),
       receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
 
+void SnapshotExport::removeLeftovers() {
+    try {
+        const auto received = openReceivedFolder();
+        // Else another program is making files here: those of the dead look like its own.
+        if (received->hold(Folder::Hold::alone)) removeTemporaryFiles(files_, *received);
+    } catch (const PlatformError&) {
+        return;  // response() says what is wrong with the folder
+    }
+}
+
 LargeText SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
     const std::unique_ptr<Folder> received = openReceivedFolder();
+    (void)received->hold(Folder::Hold::together);  // where that cannot be, nobody removes anything
     OutgoingFiles outgoing(*received, random_);
     const std::vector<Thing*> things = context_.fetch<Thing>();
     rememberFingerprints(things);

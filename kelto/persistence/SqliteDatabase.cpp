@@ -1,5 +1,7 @@
 #include "kelto/persistence/SqliteDatabase.hpp"
 
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include <sqlite3.h>
@@ -11,10 +13,26 @@ namespace kelto {
 
 namespace {
 
+/// What the system said to the last call, in whose beginning errno was 0; 0 for failures of which
+/// the system knows nothing. SQLite's own answer (sqlite3_system_errno) leaves out failed commits.
+int systemErrorOf(int code) {
+    const int kind = code & 0xff;
+    return kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN ? errno : 0;
+}
+
+std::string systemReason(int systemError) {
+    const char* text = strerrordesc_np(systemError);
+    return text != nullptr ? text : "error " + std::to_string(systemError);
+}
+
 /// What went wrong and what to do, for a person.
-std::string sentence(const std::string& path, int code, const char* detail) {
+std::string sentence(const std::string& path,
+                     int code,
+                     const std::string& detail,
+                     int systemError) {
     const std::string name = storeNamed(path);
-    switch (code & 0xff) {
+    const bool isFull = systemError == ENOSPC || systemError == EDQUOT;
+    switch (isFull ? SQLITE_FULL : code & 0xff) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
             return name + "is in use by another program. Try again when that has finished.";
@@ -24,7 +42,8 @@ std::string sentence(const std::string& path, int code, const char* detail) {
         case SQLITE_PERM:
             return name + "couldn’t be saved because it is read only.";
         case SQLITE_CANTOPEN:
-            return name + "couldn’t be opened.";
+            return name + "couldn’t be opened" +
+                   (systemError == 0 ? "" : " (" + systemReason(systemError) + ")") + ".";
         case SQLITE_NOTADB:
             return name + "couldn’t be opened because it isn’t a library store.";
         case SQLITE_CORRUPT:
@@ -38,6 +57,7 @@ std::string sentence(const std::string& path, int code, const char* detail) {
 
 SqliteStatement::SqliteStatement(SqliteDatabase& database, std::string_view sql)
     : database_(database) {
+    errno = 0;
     const int code = sqlite3_prepare_v3(database_.handle_,
                                         sql.data(),
                                         static_cast<int>(sql.size()),
@@ -91,6 +111,7 @@ void SqliteStatement::copiedText(int parameter, const std::string& value) {
 }
 
 bool SqliteStatement::step() {
+    errno = 0;
     const int code = sqlite3_step(statement_);
     if (code == SQLITE_ROW) return true;
     if (code == SQLITE_DONE) {
@@ -136,6 +157,7 @@ Bytes SqliteStatement::blob(int column) {
 
 SqliteDatabase::SqliteDatabase(std::string path, std::chrono::milliseconds busyLimit, Access access)
     : path_(std::move(path)), busyLimit_(busyLimit) {
+    errno = 0;
     const int way = access == Access::readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
     const int code = sqlite3_open_v2(
         path_.c_str(), &handle_, way | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
@@ -152,6 +174,7 @@ SqliteDatabase::~SqliteDatabase() {
 }
 
 void SqliteDatabase::run(const std::string& sql) {
+    errno = 0;
     const int code = sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) throw error(code);
 }
@@ -200,6 +223,10 @@ void SqliteDatabase::copyTo(const std::string& path) {
     copy.run("PRAGMA journal_mode = DELETE");
 }
 
+bool SqliteDatabase::isReadOnly() const {
+    return sqlite3_db_readonly(handle_, "main") == 1;
+}
+
 void SqliteDatabase::checkpoint() noexcept {
     sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
@@ -222,13 +249,15 @@ int SqliteDatabase::takeLogPages() {
 }
 
 PlatformError SqliteDatabase::error(int code) const {
-    const char* detail = handle_ != nullptr ? sqlite3_errmsg(handle_) : sqlite3_errstr(code);
+    const int systemError = systemErrorOf(code);
+    std::string detail = handle_ != nullptr ? sqlite3_errmsg(handle_) : sqlite3_errstr(code);
+    if (systemError != 0) detail += ": " + systemReason(systemError);
     return {errorDomain::sqlite,
             code,
-            ErrorDictionary(
-                {{std::string(errorKey::localizedDescription), sentence(path_, code, detail)},
-                 {std::string(errorKey::filePath), path_},
-                 {std::string(errorKey::debugDescription), std::string(detail)}})};
+            ErrorDictionary({{std::string(errorKey::localizedDescription),
+                              sentence(path_, code, detail, systemError)},
+                             {std::string(errorKey::filePath), path_},
+                             {std::string(errorKey::debugDescription), detail}})};
 }
 
 }  // namespace kelto

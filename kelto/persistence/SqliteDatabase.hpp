@@ -73,6 +73,9 @@ public:
     /// The first column of the first row, an integer; 0 when there is no row.
     [[nodiscard]] std::int64_t integer(std::string_view sql);
     [[nodiscard]] bool isInTransaction() const;
+    /// Where a file cannot be opened for writing, SQLite opens it for reading instead, without a
+    /// word, and there the connection stays.
+    [[nodiscard]] bool isReadOnly() const;
 
     /// Closing does not copy the log into the database, nor remove it: for whoever only looks.
     void leaveLogOnClose();

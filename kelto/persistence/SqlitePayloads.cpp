@@ -69,7 +69,7 @@ ReceivedPayload SqlitePayloads::receiveIntoFile(Bytes head, File& source) {
     const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
     return namingInsteadOf(path, source.path(), [&] {
         // Somebody may have tidied the folder away while it was empty.
-        files_.createFolders(externalFolder_);
+        createFoldersDurably(files_, externalFolder_);
         // Owned from here on, so that a failed read or write leaves no file behind.
         ReceivedPayload received({}, 0, files_, files_.create(path));
         const HashingCopy::Copied copied =

@@ -10,6 +10,7 @@
 #include "kelto/persistence/SqliteStatements.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
 #include "kelto/persistence/StoreErrors.hpp"
+#include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
 
@@ -69,7 +70,7 @@ SqliteStore::SqliteStore(const Schema& schema,
       database_(openStoreDatabase(schema, *files_, path)) {
     opened_ = files_->status(path);
     const std::string externalFolder = externalDataFolder(path);
-    files_->createFolders(externalFolder);
+    createFoldersDurably(*files_, externalFolder);
     payloads_ = std::make_unique<SqlitePayloads>(
         schema, *database_, *files_, *clock_, *random_, externalFolder);
     checkpoints_ = std::make_unique<SqliteCheckpoints>(*database_);
@@ -182,12 +183,21 @@ void SqliteStore::commit(const ChangeSet& changes) {
         commit_->run();
     } catch (...) {
         rollback();
+        eraseFailedCommit();
         throw;
     }
     checkpoints_->committed();
     changeLog_->committed();
     payloads_->committed();
     removeDroppedFiles();
+}
+
+void SqliteStore::eraseFailedCommit() noexcept {
+    // A commit that fails when its log is flushed stands in the log as a whole: not in force for
+    // this process, but in force again for the next one, which reads the log. Another commit takes
+    // its place, one that changes nothing.
+    const std::string same = "PRAGMA user_version = " + std::to_string(SqliteStore::formatVersion);
+    (void)database_->tryToRun(same.c_str(), std::chrono::milliseconds(0));
 }
 
 void SqliteStore::removeDroppedFiles() noexcept {

@@ -68,6 +68,7 @@ private:
     /// A number that another one replaces whenever another connection has committed.
     [[nodiscard]] std::int64_t dataVersion();
     void write(const ChangeSet& changes);
+    void eraseFailedCommit() noexcept;
     void removeDroppedFiles() noexcept;
     void insertRow(const ModelObject& object);
     void updateRow(const ModelObject& object);

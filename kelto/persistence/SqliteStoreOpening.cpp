@@ -140,6 +140,9 @@ std::unique_ptr<SqliteDatabase> openStoreDatabase(const Schema& schema,
     createFileIfMissing(files, path);
     requireStoreFile(files, path);
     auto database = std::make_unique<SqliteDatabase>(path, SqliteStore::busyLimit);
+    // It would stay so when the file can be written again, and a transaction that takes no write
+    // lock would let a sweep meet another program's payloads.
+    if (database->isReadOnly()) throw database->error(8);  // SQLITE_READONLY
     // A newer format may still stand in the write-ahead log alone.
     requireKnownFormat(*database);
     bringUpToDate(schema, *database);

@@ -80,6 +80,13 @@ public:
     [[nodiscard]] virtual std::unique_ptr<File> create(std::string_view name) = 0;
     virtual void rename(std::string_view from, std::string_view to) = 0;
     virtual void remove(std::string_view name) = 0;
+
+    /// Together with others of the same mind, or alone.
+    enum class Hold : std::uint8_t { together, alone };
+    /// Holds the folder until it is closed, or held in the other way: a sign between programs that
+    /// ask for it, and no more. False when somebody else's hold stands against it, or the file
+    /// system knows none. Never waits.
+    [[nodiscard]] virtual bool hold(Hold hold) = 0;
 };
 
 /// Files and folders by path. Paths are absolute UTF-8 texts; one that holds a NUL names nothing

@@ -1,8 +1,11 @@
 #include "kelto/platform/FileTransfer.hpp"
 
 #include <cerrno>
+#include <exception>
 #include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/HexDigits.hpp"
@@ -127,6 +130,40 @@ std::string temporaryPathBeside(std::string_view path, Random& random) {
 
 bool isTemporaryName(std::string_view name) {
     return name.starts_with(temporaryPrefix) && name.ends_with(temporarySuffix);
+}
+
+void removeTemporaryFiles(FileSystem& files, std::string_view folder) noexcept {
+    try {
+        for (const std::string& name : files.list(folder)) {
+            if (isTemporaryName(name)) files.remove(joinedPath(folder, name));
+        }
+    } catch (const std::exception&) {
+        return;  // whoever comes next tries again
+    }
+}
+
+void removeTemporaryFiles(FileSystem& files, Folder& folder) noexcept {
+    try {
+        for (const std::string& name : files.list(folder.path())) {
+            if (isTemporaryName(name)) folder.remove(name);
+        }
+    } catch (const std::exception&) {
+        return;  // as above
+    }
+}
+
+void createFoldersDurably(FileSystem& files, std::string_view path) {
+    std::vector<std::string_view> made;
+    std::string_view place = path;
+    std::optional<FileStatus> status = files.status(place);
+    const bool isThere = status && status->kind == FileStatus::Kind::folder;
+    for (; !status && place.size() > 1; status = files.status(place)) {
+        made.push_back(place);
+        place = withoutLastPathComponent(place);
+    }
+    if (isThere) return;
+    files.createFolders(path);
+    for (const std::string_view folder : made) files.syncFolder(withoutLastPathComponent(folder));
 }
 
 PlatformError namedInsteadOf(std::string_view temporaryPath,

@@ -50,6 +50,16 @@ void writeAtomically(Folder& folder,
 /// Whether a file of that name was made by temporaryPathBeside().
 [[nodiscard]] bool isTemporaryName(std::string_view name);
 
+/// Removes the temporary files in a folder, which processes that were killed have left there. Only
+/// where nobody else can be writing one at this moment. A file or a folder that resists is left: a
+/// leftover costs room and nothing else.
+void removeTemporaryFiles(FileSystem& files, std::string_view folder) noexcept;
+void removeTemporaryFiles(FileSystem& files, Folder& folder) noexcept;
+
+/// FileSystem::createFolders(); whatever had to be made is there after a power cut, too. An
+/// existing folder is only looked at.
+void createFoldersDurably(FileSystem& files, std::string_view path);
+
 /// `failure`, but with the name of `path` where it names the temporary file: nobody has ever heard
 /// of that one. Other failures come back as they are.
 [[nodiscard]] PlatformError namedInsteadOf(std::string_view temporaryPath,

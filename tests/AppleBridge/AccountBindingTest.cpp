@@ -33,6 +33,25 @@ TEST(AccountBinding, LeavesNothingButTheMarkerBesideTheStore) {
     }
 }
 
+TEST(AccountBinding, RemovesWhatAKilledProcessHasLeftBesideTheMarker) {
+    TestLibrary library;
+    const std::string left = library.libraryFolder() + "/.kelto-0123456789abcdef.part";
+    writeFile(left, "_al");
+    EXPECT_FALSE(library.exchange().isError());
+    EXPECT_FALSE(exists(left));
+}
+
+TEST(AccountBinding, GoesOnWhenAnotherProgramHasBoundTheLibraryMeanwhile) {
+    TestLibrary library;
+    library.platform().files->beforeNext(FileOperation::rename, [&] {
+        for (const std::string& name : namesIn(library.libraryFolder())) {
+            fs::remove(library.libraryFolder() + "/" + name);  // it has swept, too
+        }
+        writeFile(library.markerPath(), "_alice");
+    });
+    EXPECT_EQ(library.exchange().error(), "");
+}
+
 TEST(AccountBinding, RefusesAnotherAccountUntilTheFirstIsBack) {
     TestLibrary library;
     const Response before = library.exchange(

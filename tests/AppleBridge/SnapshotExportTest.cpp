@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "kelto/foundation/Sha256.hpp"
+#include "kelto/platform/linux/PosixFileSystem.hpp"
 #include "tests/support/Files.hpp"
 #include "tests/support/TestLibrary.hpp"
 
@@ -40,6 +40,56 @@ TEST(SnapshotExport, MakesTheExchangeFolderWhenItIsMissing) {
     std::filesystem::remove_all(library.exchangeFolder());
     EXPECT_FALSE(library.exchange().isError());
     EXPECT_TRUE(exists(library.receivedFolder()));
+}
+
+// --- What a killed export has left
+
+TEST(SnapshotExport, RemovesWhatAKilledExportHasLeftAndNothingElse) {
+    TestLibrary library;
+    (void)library.exchange();
+    const std::string left = library.receivedFolder() + "/.kelto-0123456789abcdef.part";
+    writeFile(left, "half");
+    writeFile(library.receivedFolder() + "/.kelto-notes", "the host's");
+    writeFile(library.receivedFolder() + "/film.part", "the host's");
+    library.restart();
+    (void)library.exchange();
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(".kelto-notes", "film.part"));
+}
+
+TEST(SnapshotExport, LooksForLeftoversOnceInEachFolder) {
+    TestLibrary library;
+    (void)library.exchange();
+    const std::string left = library.receivedFolder() + "/.kelto-0123456789abcdef.part";
+    writeFile(left, "another library's export at work");
+    (void)library.exchange();
+    EXPECT_TRUE(exists(left)) << "listing thousands of files is not for every exchange";
+    (void)library.exchange(RequestBuilder().with("directory", library.exchangeFolder() + "/other"));
+    (void)library.exchange();
+    EXPECT_FALSE(exists(left));
+}
+
+TEST(SnapshotExport, RemovesNothingWhileAnotherProgramExportsIntoTheFolder) {
+    TestLibrary library;
+    const std::string left = library.receivedFolder() + "/.kelto-0123456789abcdef.part";
+    writeFile(left, "half of what the other is copying");
+    {
+        const auto other = PosixFileSystem().openFolder(library.receivedFolder());
+        ASSERT_TRUE(other->hold(Folder::Hold::together));
+        EXPECT_FALSE(library.exchange().isError());
+        EXPECT_TRUE(exists(left));
+    }
+    library.restart();
+    EXPECT_FALSE(library.exchange().isError());
+    EXPECT_FALSE(exists(left));
+}
+
+TEST(SnapshotExport, RemovesNoLeftoversThroughALink) {
+    TestLibrary library;
+    const std::string elsewhere = library.exchangeFolder() + "/elsewhere";
+    writeFile(elsewhere + "/.kelto-0123456789abcdef.part", "not ours");
+    std::filesystem::create_directory_symlink(elsewhere, library.receivedFolder());
+    EXPECT_TRUE(library.exchange().isError());
+    EXPECT_TRUE(exists(elsewhere + "/.kelto-0123456789abcdef.part"));
 }
 
 TEST(SnapshotExport, EchoesTheFolderAsTheRequestWroteIt) {

@@ -291,10 +291,11 @@ TEST_F(SqlitePayloadsTest, WaitsForTheDiskOnceBeforeTheCommit) {
     ModelContext context(library.container());
     for (const char filling : {'a', 'b', 'c'}) addThing(context, std::string(300'000, filling));
     EXPECT_EQ(library.files().count(FileOperation::fileSync), 0U);
-    EXPECT_EQ(library.files().count(FileOperation::syncFolder), 0U);
+    const std::uint64_t before = library.files().count(FileOperation::syncFolder);
+    EXPECT_EQ(before, 2U) << "the folders that the new store has made";
     context.save();
     EXPECT_EQ(library.files().count(FileOperation::fileSync), 3U);
-    EXPECT_EQ(library.files().count(FileOperation::syncFolder), 1U);
+    EXPECT_EQ(library.files().count(FileOperation::syncFolder), before + 1);
 }
 
 TEST_F(SqlitePayloadsTest, CommitsNothingWhoseFileDidNotReachTheDisk) {

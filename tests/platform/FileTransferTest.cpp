@@ -131,6 +131,32 @@ INSTANTIATE_TEST_SUITE_P(Operations,
                                          FileOperation::fileSync,
                                          FileOperation::rename));
 
+TEST_F(FileTransferTest, FlushesTheFolderAboveEachFolderThatItMakes) {
+    createFoldersDurably(files, folder.path("a/b/c"));
+    EXPECT_EQ(files.status(folder.path("a/b/c"))->kind, FileStatus::Kind::folder);
+    EXPECT_EQ(files.count(FileOperation::syncFolder), 3U);
+    createFoldersDurably(files, folder.path("a/b/c"));
+    EXPECT_EQ(files.count(FileOperation::syncFolder), 3U) << "there is nothing new";
+}
+
+TEST_F(FileTransferTest, MakesNoFolderInThePlaceOfAFile) {
+    (void)folder.write("a", "");
+    EXPECT_THROW_FILE_ERROR(createFoldersDurably(files, folder.path("a")), 516, EEXIST);
+}
+
+TEST_F(FileTransferTest, SaysThatANewFolderMayNotLast) {
+    files.fail({.operation = FileOperation::syncFolder});
+    EXPECT_THROW_FILE_ERROR(createFoldersDurably(files, folder.path("a")), 512, EIO);
+}
+
+TEST_F(FileTransferTest, RemovesTemporariesAndNothingElse) {
+    (void)folder.write(".kelto-0123456789abcdef.part", "");
+    (void)folder.write("film.part", "");
+    removeTemporaryFiles(files, folder.path());
+    EXPECT_THAT(files.list(folder.path()), ElementsAre("film.part"));
+    removeTemporaryFiles(files, folder.path("missing"));
+}
+
 TEST_F(FileTransferTest, NamesTemporariesInTheSameFolderOutOfSight) {
     const std::string path = temporaryPathBeside("/a/b/Kelto.store", random);
     EXPECT_EQ(withoutLastPathComponent(path), "/a/b");

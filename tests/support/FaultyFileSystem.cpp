@@ -180,6 +180,7 @@ public:
         faults_->meet(FileOperation::remove, joinedPath(path(), name));
         inner_->remove(name);
     }
+    [[nodiscard]] bool hold(Hold hold) override { return inner_->hold(hold); }
 
 private:
     std::unique_ptr<Folder> inner_;

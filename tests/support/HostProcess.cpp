@@ -89,7 +89,7 @@ HostProcess::HostProcess(const Options& options) {
 
 HostProcess::~HostProcess() {
     if (process_ > 0) {
-        kill(process_, SIGKILL);
+        kill();
         waitpid(process_, nullptr, 0);
     }
     closeIfOpen(input_);
@@ -176,6 +176,10 @@ bool HostProcess::readOutputs() {
     take(polled[0], output_, buffered_);
     take(polled[1], error_, standardError_);
     return true;
+}
+
+void HostProcess::kill() {
+    (void)::kill(process_, SIGKILL);
 }
 
 HostEnd HostProcess::wait() {

@@ -60,6 +60,8 @@ public:
     void finishInput();
     /// The bytes of the next frame, whatever its numbers are.
     std::string receiveText();
+    /// Ends the process by SIGKILL, at whatever it is.
+    void kill();
     /// Waits for the end.
     HostEnd wait();
     /// What the process has written to its standard error, once it has ended.

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <linux/openat2.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -133,6 +134,11 @@ void PosixFolder::remove(std::string_view name) {
     const ComponentName component(name);
     if (::unlinkat(descriptor_.number(), component.text(), 0) == 0 || errno == ENOENT) return;
     throw PlatformError::fileWrite(joinedPath(path_, name), errno);
+}
+
+bool PosixFolder::hold(Hold hold) {
+    const int kind = hold == Hold::alone ? LOCK_EX : LOCK_SH;
+    return ::flock(descriptor_.number(), kind | LOCK_NB) == 0;
 }
 
 std::unique_ptr<File> PosixFolder::openForReading(std::string_view name) {

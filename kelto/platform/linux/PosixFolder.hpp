@@ -22,6 +22,7 @@ public:
     [[nodiscard]] std::unique_ptr<File> create(std::string_view name) override;
     void rename(std::string_view from, std::string_view to) override;
     void remove(std::string_view name) override;
+    [[nodiscard]] bool hold(Hold hold) override;
 
 private:
     FileDescriptor descriptor_;

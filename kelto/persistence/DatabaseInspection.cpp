@@ -234,6 +234,17 @@ std::string ownersOf(const Schema& schema, SqliteDatabase& database, const Diges
     return first + " and " + std::to_string(count - 1) + " more";
 }
 
+std::vector<StoredFile> payloadFilesOf(SqliteDatabase& database) {
+    SqliteStatement select(
+        database, R"(SELECT "digest", "size" FROM "Payload" WHERE "bytes" IS NULL ORDER BY "id")");
+    std::vector<StoredFile> files;
+    while (select.step()) {
+        const auto digest = digestIn(select.blob(0));
+        if (digest) files.push_back({*digest, static_cast<std::uint64_t>(select.integer(1))});
+    }
+    return files;
+}
+
 void inspectDatabase(const Schema& schema, SqliteDatabase& database, StoreReport& report) {
     looking(report, "The database", [&] { inspectStructure(database, report); });
     const std::int64_t format = database.integer("PRAGMA user_version");

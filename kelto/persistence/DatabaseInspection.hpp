@@ -12,8 +12,11 @@ namespace kelto {
 /// ends the look at that table alone.
 void inspectDatabase(const Schema& schema, SqliteDatabase& database, StoreReport& report);
 
-/// "thing “Plan” (3a1c6c9e)", "2 things, “Plan” (3a1c6c9e) the first": the items that name a
-/// payload; "nothing" when none does.
+/// The payloads whose bytes lie in files, in the order in which they came.
+[[nodiscard]] std::vector<StoredFile> payloadFilesOf(SqliteDatabase& database);
+
+/// The items that name a payload: "thing “Plan” (3a1c6c9e)", "thing “Plan” (3a1c6c9e) and 2 more",
+/// "no item".
 [[nodiscard]] std::string ownersOf(const Schema& schema,
                                    SqliteDatabase& database,
                                    const Digest& digest);

@@ -106,7 +106,8 @@ void StoreBackup::fill(const std::string& path, File& file, Damaged damaged) {
 
 bool StoreBackup::copyRound(BackupWriter& archive, const std::string& copyPath) {
     copyDatabase(copyPath);
-    const std::vector<StoredFile> payloads = filesOf(copyPath);
+    SqliteDatabase copy(copyPath, SqliteStore::busyLimit, SqliteDatabase::Access::readOnly);
+    const std::vector<StoredFile> payloads = payloadFilesOf(copy);
     expected_ = archive.size() + files_.status(copyPath)->size;
     for (const StoredFile& payload : payloads) {
         if (!copied_.contains(payload.digest)) expected_ += payload.size;
@@ -123,25 +124,6 @@ void StoreBackup::copyDatabase(const std::string& copyPath) {
     files_.remove(copyPath);
     (void)files_.create(copyPath);  // here rather than by the database: nobody else may read it
     openStoreToLook(files_, storePath_)->copyTo(copyPath);
-}
-
-std::vector<StoredFile> StoreBackup::filesOf(const std::string& copyPath) const {
-    SqliteDatabase copy(copyPath, SqliteStore::busyLimit, SqliteDatabase::Access::readOnly);
-    SqliteStatement select(
-        copy, R"(SELECT "digest", "size" FROM "Payload" WHERE "bytes" IS NULL ORDER BY "id")");
-    std::vector<StoredFile> payloads;
-    while (select.step()) {
-        StoredFile payload;
-        const Bytes digest = select.blob(0);
-        if (digest.size() != payload.digest.bytes.size()) continue;
-        std::transform(
-            digest.begin(), digest.end(), payload.digest.bytes.begin(), [](std::byte byte) {
-                return std::to_integer<std::uint8_t>(byte);
-            });
-        payload.size = static_cast<std::uint64_t>(select.integer(1));
-        payloads.push_back(payload);
-    }
-    return payloads;
 }
 
 bool StoreBackup::copyPayload(BackupWriter& archive, const StoredFile& payload) {

@@ -50,7 +50,6 @@ private:
     /// Copies the database and then the payloads that it names; false when some were not there.
     bool copyRound(BackupWriter& archive, const std::string& copyPath);
     void copyDatabase(const std::string& copyPath);
-    [[nodiscard]] std::vector<StoredFile> filesOf(const std::string& copyPath) const;
     bool copyPayload(BackupWriter& archive, const StoredFile& payload);
     void copyWhole(BackupWriter& archive, const std::string& name, const std::string& path);
     void judge(const std::string& copyPath);

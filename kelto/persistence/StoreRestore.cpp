@@ -4,10 +4,12 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <unordered_set>
 #include <utility>
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/persistence/DatabaseInspection.hpp"
 #include "kelto/persistence/LostAndFound.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
@@ -111,6 +113,7 @@ StoreReport StoreRestore::unpack(const std::string& backupPath, const Progress& 
     if (!files_.status(store)) {
         throw BackupReader(*backup).broken("its database is missing");
     }
+    removeSurplus(store);
     const std::string folders[] = {externalDataFolder(store),
                                    std::string(withoutLastPathComponent(externalDataFolder(store))),
                                    unpacked_};
@@ -118,6 +121,21 @@ StoreReport StoreRestore::unpack(const std::string& backupPath, const Progress& 
     return StoreInspection(schema_, files_, store).run([&](std::uint64_t done, std::uint64_t all) {
         if (progress) progress(all + done, 2 * all);
     });
+}
+
+/// A backup may have payloads of a state that was given up while it was written.
+void StoreRestore::removeSurplus(const std::string& store) {
+    std::unordered_set<std::string> named;
+    try {
+        SqliteDatabase database(store, patience, SqliteDatabase::Access::readOnly);
+        for (const StoredFile& file : payloadFilesOf(database)) named.insert(file.digest.hex());
+    } catch (const PlatformError&) {
+        return;  // damaged: all of them may belong to it
+    }
+    const std::string payloads = externalDataFolder(store);
+    for (const std::string& name : files_.list(payloads)) {
+        if (!named.contains(name)) files_.remove(joinedPath(payloads, name));
+    }
 }
 
 std::string StoreRestore::takePlace() {

@@ -46,6 +46,7 @@ public:
 
 private:
     [[nodiscard]] std::string placeOf(const std::string& name);
+    void removeSurplus(const std::string& store);
     void removeUnpacked() noexcept;
     [[nodiscard]] std::string freeName();
 

@@ -71,6 +71,16 @@ TEST_F(StoreCareTest, ALibraryThatNoProgramOpensIsStillLookedAt) {
     EXPECT_THAT(outcome.output, HasSubstr("isn’t a library store"));
 }
 
+TEST_F(StoreCareTest, AnotherStoreIsLookedAtInsteadOfTheLibrarysOwn) {
+    std::filesystem::copy(
+        libraryFolder(), folder.path("copy"), std::filesystem::copy_options::recursive);
+    std::filesystem::remove(payloadFile());
+    EXPECT_EQ(run({"doctor"}).status, 1);
+    std::filesystem::permissions(folder.path("copy"), std::filesystem::perms(0700));
+    const Outcome copy = run({"doctor", "--store", folder.path("copy/Kelto.store")});
+    EXPECT_EQ(copy.status, 0) << copy.output;
+}
+
 TEST_F(StoreCareTest, DoctorRefusesOptionsThatDoNotGoTogether) {
     EXPECT_EQ(run({"doctor", "--dry-run"}).status, 2);
 }

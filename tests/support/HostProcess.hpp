@@ -64,6 +64,8 @@ public:
     void kill();
     /// Waits for the end.
     HostEnd wait();
+    /// The process's number, while it runs.
+    [[nodiscard]] pid_t number() const { return process_; }
     /// What the process has written to its standard error, once it has ended.
     [[nodiscard]] const std::string& standardError() const { return standardError_; }
 

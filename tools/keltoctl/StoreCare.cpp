@@ -19,15 +19,19 @@ std::vector<std::string> companionsOfStore() {
 
 StoreReport inspectStore(const std::string& storePath) {
     ByteProgress progress("Checking");
-    StoreInspection inspection(librarySchema(), *Platform::current().files, storePath);
+    FileSystem& files = *Platform::current().files;
+    StoreInspection inspection(librarySchema(), files, absolutePath(files, storePath));
     return inspection.run(
         [&](std::uint64_t done, std::uint64_t all) { progress.reach(done, all); });
 }
 
 RepairOutcome repairStore(const std::string& storePath, const std::vector<RepairStep>& steps) {
     const Platform& platform = Platform::current();
-    StoreRepair repair(
-        librarySchema(), *platform.files, *platform.clock, *platform.random, storePath);
+    StoreRepair repair(librarySchema(),
+                       *platform.files,
+                       *platform.clock,
+                       *platform.random,
+                       absolutePath(*platform.files, storePath));
     return repair.run(steps);
 }
 

@@ -137,8 +137,13 @@ void PosixFolder::remove(std::string_view name) {
 }
 
 bool PosixFolder::hold(Hold hold) {
+    if (!held_.isOpen()) {
+        held_ = FileDescriptor(uninterrupted([&] {
+            return ::openat(descriptor_.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        }));
+    }
     const int kind = hold == Hold::alone ? LOCK_EX : LOCK_SH;
-    return ::flock(descriptor_.number(), kind | LOCK_NB) == 0;
+    return held_.isOpen() && ::flock(held_.number(), kind | LOCK_NB) == 0;
 }
 
 std::unique_ptr<File> PosixFolder::openForReading(std::string_view name) {

@@ -26,6 +26,7 @@ public:
 
 private:
     FileDescriptor descriptor_;
+    FileDescriptor held_;  // that of the folder itself is good for names only
     std::string path_;
 };
 

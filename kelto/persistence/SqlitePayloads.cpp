@@ -133,9 +133,10 @@ void SqlitePayloads::keep(ReceivedPayload& received) {
 }
 
 FileStatus SqlitePayloads::moveIntoPlace(ReceivedPayload& received) {
-    files_.rename(received.temporary_->path(), filePath(received.payload_.digest));
+    const std::string place = filePath(received.payload_.digest);
+    files_.rename(received.temporary_->path(), place);
     const std::unique_ptr<File> moved = std::move(received.temporary_);
-    return moved->status();
+    return namingInsteadOf(moved->path(), place, [&] { return moved->status(); });
 }
 
 std::optional<SqlitePayloads::Stored> SqlitePayloads::find(const Digest& digest) {

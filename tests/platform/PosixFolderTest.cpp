@@ -185,22 +185,22 @@ TEST_F(PosixFolderTest, WalksOverNoLink) {
 }
 
 TEST_F(PosixFolderTest, IsHeldByManyOrByOneAlone) {
-    const auto open = [&] { return files.openFolder(folder.path()); };
+    const auto open = [&] { return files.openFolder(temporary.path()); };
     const auto one = open();
     const auto other = open();
     EXPECT_TRUE(one->hold(Folder::Hold::together));
     EXPECT_TRUE(other->hold(Folder::Hold::together));
     EXPECT_FALSE(open()->hold(Folder::Hold::alone));
     {
-        const auto alone = files.openFolder(folder.path());
+        const auto alone = files.openFolder(temporary.path());
         EXPECT_FALSE(alone->hold(Folder::Hold::alone));
     }
     EXPECT_FALSE(one->hold(Folder::Hold::alone)) << "the other holds it still";
 }
 
 TEST_F(PosixFolderTest, IsFreeAgainOnceItIsClosed) {
-    { EXPECT_TRUE(files.openFolder(folder.path())->hold(Folder::Hold::alone)); }
-    EXPECT_TRUE(files.openFolder(folder.path())->hold(Folder::Hold::alone));
+    { EXPECT_TRUE(files.openFolder(temporary.path())->hold(Folder::Hold::alone)); }
+    EXPECT_TRUE(files.openFolder(temporary.path())->hold(Folder::Hold::alone));
 }
 
 }  // namespace

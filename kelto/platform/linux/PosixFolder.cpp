@@ -88,7 +88,7 @@ std::unique_ptr<Folder> PosixFolder::open(std::string path) {
 }
 
 PosixFolder::PosixFolder(FileDescriptor descriptor, std::string path)
-    : descriptor_(std::move(descriptor)), path_(std::move(path)) {}
+    : descriptor_(std::move(descriptor)), held_(-1), path_(std::move(path)) {}
 
 std::optional<FileStatus> PosixFolder::status(std::string_view name) {
     countWork(Work::filesExamined);

@@ -27,8 +27,8 @@ public:
                    FileSystem& files,
                    Random& random);
 
-    /// Removes what exports of processes that were killed have left in the folder "received", unless
-    /// another program exports into it at this moment.
+    /// Removes what exports of processes that were killed have left in the folder "received",
+    /// unless another program exports into it at this moment.
     void removeLeftovers();
     /// The response text. Throws the file system's or the store's error; payload files that were
     /// written before it stay.

@@ -66,8 +66,13 @@ void inspectParts(const Schema& schema, SqliteDatabase& database, StoreReport& r
             : type == "trigger" ? "other programs would not see what changes"
                                 : "deleting becomes slow";
         report.findings.push_back({.kind = Kind::missingPart,
-                                   .sentence = "The " + type + " “" + name +
-                                               "” of the database is missing: " + meaning + ".",
+                                   .sentence = std::string("The ")
+                                                   .append(type)
+                                                   .append(" “")
+                                                   .append(name)
+                                                   .append("” of the database is missing: ")
+                                                   .append(meaning)
+                                                   .append("."),
                                    .column = name});
     }
 }
@@ -136,11 +141,12 @@ void inspectReferences(const Schema& schema, SqliteDatabase& database, StoreRepo
                       ") that are not there: they are lost, and an exchange that needs them fails"
                 : "lies in a " + lowerCased(target) +
                       " that is not there: no program opens the store";
-        report.findings.push_back({.kind = Kind::missingTarget,
-                                   .sentence = "The " + what + " " + means + ".",
-                                   .entity = table,
-                                   .row = row,
-                                   .column = column});
+        report.findings.push_back(
+            {.kind = Kind::missingTarget,
+             .sentence = std::string("The ").append(what).append(" ").append(means) + ".",
+             .entity = table,
+             .row = row,
+             .column = column});
     }
 }
 

@@ -124,8 +124,13 @@ void PayloadRepair::detach(const Digest& digest) {
                     std::string(entity->name), owners.integer(0), std::string(attribute.name));
             }
             SqliteStatement update(database_,
-                                   "UPDATE " + quoted(entity->name) + " SET " + column +
-                                       " = NULL WHERE " + column + " = ?");
+                                   std::string("UPDATE ")
+                                       .append(quoted(entity->name))
+                                       .append(" SET ")
+                                       .append(column)
+                                       .append(" = NULL WHERE ")
+                                       .append(column)
+                                       .append(" = ?"));
             update.blob(0, digestBytes(digest));
             update.run();
         }

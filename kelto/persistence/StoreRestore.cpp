@@ -149,7 +149,7 @@ std::string StoreRestore::takePlace() {
     // Held until the other library is in the place: nobody begins to write into the former one.
     auto former = takenAlone(files_, storePath_);
     if (former) former->emptyLog();
-    const std::string aside = freeName();
+    std::string aside = freeName();
     if (files_.swap(unpacked_, place_)) {
         files_.rename(std::exchange(unpacked_, ""), aside);
     } else {

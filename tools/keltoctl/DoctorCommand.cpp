@@ -46,7 +46,7 @@ std::string summary(const RepairOutcome& outcome) {
 int finish(Host& host,
            const std::string& storePath,
            const StoreReport& report,
-           JsonValue document) {
+           const JsonValue& document) {
     host.print(textOf(storePath, report), document);
     return report.isHealthy() ? exitStatus::done : exitStatus::refused;
 }

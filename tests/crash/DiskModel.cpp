@@ -204,7 +204,7 @@ void DiskModel::write(const Folder& folder,
         const std::string place = target + "/" + name;
         if (node.folder) {
             write(*node.folder, place, keeps, torn, dice);
-        } else if (!name.ends_with("-shm")) {  // SQLite makes it anew: it is only a index
+        } else if (!name.ends_with("-shm")) {  // SQLite makes it anew: it is only an index
             writeFile(place, current(*node.file, keeps, torn, dice));
         }
     }

@@ -21,13 +21,6 @@
 namespace kelto {
 namespace {
 
-/// Bytes.
-rlim_t usedAddressSpace() {
-    rlim_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
-}
-
 class SharedWork : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(SharedWork, DoesEveryPieceOnce) {
@@ -51,6 +44,13 @@ TEST(SharedWork, IsDoneWhenItReturns) {
 }
 
 #ifndef KELTO_THREAD_SANITIZER  // it lets no fork have threads of its own
+/// Bytes.
+rlim_t usedAddressSpace() {
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+}
+
 TEST(SharedWork, NeedsNoSecondThread) {
     // Room for small things is left, but none for the stack of a thread.
     const pid_t child = ::fork();

@@ -44,13 +44,16 @@ DetachedTask answer(MainExecutor& mainExecutor,
 }
 
 /// The first place from `place` on where a text may be cut without cutting a character. In what is
-/// not UTF-8 a cut may lie anywhere: one of the parts is malformed in any case.
+/// not UTF-8 a cut may lie anywhere: one of the parts is malformed in any case. So it looks no
+/// farther than a character is long, however many bytes look like the inside of one.
 std::size_t cutFrom(std::size_t place, std::string_view text) {
     const auto continues = [&](std::size_t at) {
         return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
     };
-    while (place < text.size() && continues(place)) ++place;
-    return std::min(place, text.size());
+    constexpr std::size_t mostContinuing = 3;
+    const std::size_t end = std::min(place + mostContinuing, text.size());
+    while (place < end && continues(place)) ++place;
+    return place;
 }
 
 /// The request, whose memory is the host's: copied, and repaired where it is not UTF-8.

@@ -99,13 +99,7 @@ bool RowRepair::openCycle(const StoreFinding& finding) {
         if (!parent.step()) return false;  // somebody has moved it
         row = parent.integer(0);
     }
-    if (row != finding.row) return false;
-    writeDown(finding.entity, finding.row, finding.column);
-    SqliteStatement update = change(finding);
-    update.null(0);
-    update.integer(1, finding.row);
-    update.run();
-    return true;
+    return row == finding.row && clear(finding);
 }
 
 bool RowRepair::renumberDuplicate(const StoreFinding& finding) {

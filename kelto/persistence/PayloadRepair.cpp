@@ -12,9 +12,7 @@ namespace kelto {
 
 namespace {
 
-std::string quoted(std::string_view identifier) {
-    return '"' + std::string(identifier) + '"';
-}
+using sql::quoted;
 
 Bytes digestBytes(const Digest& digest) {
     return std::as_bytes(std::span(digest.bytes));

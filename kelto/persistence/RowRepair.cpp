@@ -14,9 +14,7 @@ namespace kelto {
 
 namespace {
 
-std::string quoted(std::string_view identifier) {
-    return '"' + std::string(identifier) + '"';
-}
+using sql::quoted;
 
 }  // namespace
 

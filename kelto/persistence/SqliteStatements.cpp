@@ -6,11 +6,11 @@
 
 namespace kelto::sql {
 
-namespace {
-
 std::string quoted(std::string_view identifier) {
     return '"' + std::string(identifier) + '"';
 }
+
+namespace {
 
 std::string columnType(const AttributeDescription& attribute) {
     const std::string name = quoted(attribute.name);

@@ -11,6 +11,9 @@ namespace kelto::sql {
 // The statements of the store, made from the entity descriptions in one place. Identifiers come
 // from the schema only, never from data.
 
+/// A name of the schema, in quotation marks.
+[[nodiscard]] std::string quoted(std::string_view identifier);
+
 /// Everything that an empty store needs, in order.
 [[nodiscard]] std::vector<std::string> createStore(const Schema& schema);
 

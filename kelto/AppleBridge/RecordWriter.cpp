@@ -32,9 +32,7 @@ void RecordWriter::plainText(std::string_view key, std::string_view text) {
 }
 
 void RecordWriter::number(std::string_view key, double number) {
-    std::string text;
-    appendJsonDouble(text, number);
-    value(key).append(text);
+    appendJsonDouble(value(key), number);
 }
 
 void RecordWriter::identifiers(std::string_view key, std::span<const Uuid> uuids) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/HexDigits.hpp"
@@ -102,21 +103,47 @@ struct ShortestForm {
     }
 };
 
+char* put(char* to, const char* text, std::size_t size) {
+    std::memcpy(to, text, size);
+    return to + size;
+}
+
+char* putZeros(char* to, std::size_t count) {
+    std::memset(to, '0', count);
+    return to + count;
+}
+
 /// Without an exponent: for 0.0001 and up, and for no more digits than 2^53 has.
-void appendPositional(std::string& out, const ShortestForm& form) {
+char* putPositional(char* to, const ShortestForm& form) {
     const char* digits = form.digits.data();
     const std::size_t count = form.digitCount;
     if (form.exponent < 0) {
-        out.append("0.").append(static_cast<std::size_t>(-form.exponent - 1), '0');
-        out.append(digits, count);
-        return;
+        to = putZeros(put(to, "0.", 2), static_cast<std::size_t>(-form.exponent - 1));
+        return put(to, digits, count);
     }
     const std::size_t before = static_cast<std::size_t>(form.exponent) + 1;
-    if (before >= count) {
-        out.append(digits, count).append(before - count, '0');
-    } else {
-        out.append(digits, before).append(".").append(digits + before, count - before);
+    if (before >= count) return putZeros(put(to, digits, count), before - count);
+    to = put(to, digits, before);
+    *to++ = '.';
+    return put(to, digits + before, count - before);
+}
+
+/// A sign, "0.000" and 17 digits, or a sign, 17 digits with a point and "e-308".
+constexpr std::size_t mostDoubleBytes = 32;
+
+char* putJsonDouble(char* to, double value) {
+    constexpr double largestPositional = 0x1p53;
+    constexpr double smallestPositional = 0.0001;
+    if (!std::isfinite(value)) fatalError("A number without a JSON form was to be written");
+    if (std::signbit(value)) *to++ = '-';
+    const double magnitude = std::fabs(value);
+    if (magnitude == 0) {
+        *to++ = '0';
+        return to;
     }
+    const ShortestForm form(magnitude);
+    const bool isPositional = smallestPositional <= magnitude && magnitude <= largestPositional;
+    return isPositional ? putPositional(to, form) : put(to, form.text.data(), form.length);
 }
 
 }  // namespace
@@ -145,21 +172,12 @@ void appendJsonInteger(TextBuffer& out, std::int64_t value) {
 }
 
 void appendJsonDouble(std::string& out, double value) {
-    constexpr double largestPositional = 0x1p53;
-    constexpr double smallestPositional = 0.0001;
-    if (!std::isfinite(value)) fatalError("A number without a JSON form was to be written");
-    if (std::signbit(value)) out += '-';
-    const double magnitude = std::fabs(value);
-    if (magnitude == 0) {
-        out += '0';
-        return;
-    }
-    const ShortestForm form(magnitude);
-    if (magnitude > largestPositional || magnitude < smallestPositional) {
-        out.append(form.text.data(), form.length);
-    } else {
-        appendPositional(out, form);
-    }
+    std::array<char, mostDoubleBytes> text;
+    out.append(text.data(), putJsonDouble(text.data(), value));
+}
+
+void appendJsonDouble(TextBuffer& out, double value) {
+    out.commit(putJsonDouble(out.room(mostDoubleBytes), value));
 }
 
 }  // namespace kelto

@@ -26,5 +26,6 @@ void appendJsonInteger(TextBuffer& out, std::int64_t value);
 /// or, not being zero, below 0.0001. Minus zero is -0. Infinity and NaN have no JSON form: passing
 /// one is a bug and stops the process.
 void appendJsonDouble(std::string& out, double value);
+void appendJsonDouble(TextBuffer& out, double value);
 
 }  // namespace kelto

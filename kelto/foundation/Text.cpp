@@ -24,8 +24,6 @@
 namespace kelto {
 namespace {
 
-constexpr std::string_view replacementCharacter = "\uFFFD";
-
 /// ICU's functions fail for want of memory or because its data is not installed, never for a text.
 void requireSuccess(UErrorCode status) {
     if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
@@ -209,23 +207,6 @@ std::size_t lineBreakLength(std::string_view text) {
 }
 
 }  // namespace
-
-std::string repairedUtf8(std::string_view bytes) {
-    std::size_t sound = wellFormedLength(bytes);
-    std::string repaired(bytes.substr(0, sound));
-    while (sound < bytes.size()) {
-        bytes.remove_prefix(sound);
-        repaired += replacementCharacter;
-        bytes.remove_prefix(firstUtf8Sequence(bytes).length);
-        sound = wellFormedLength(bytes);
-        repaired += bytes.substr(0, sound);
-    }
-    return repaired;
-}
-
-bool isWellFormedUtf8(std::string_view bytes) {
-    return wellFormedLength(bytes) == bytes.size();
-}
 
 std::string upperCased(std::string_view text) {
     if (isAscii(text)) return movedAsciiLetters(text, 'a', 'z', 'A' - 'a');

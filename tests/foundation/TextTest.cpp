@@ -64,6 +64,17 @@ TEST_P(Utf8Repair, IsNeededExactlyWhenTheTextIsIllFormed) {
     EXPECT_EQ(isWellFormedUtf8(GetParam().text), GetParam().text == GetParam().expected);
 }
 
+TEST_P(Utf8Repair, IsNeededExactlyWhenALongTextIsIllFormedAnywhere) {
+    // Long texts are looked at in blocks of up to 64 bytes; every offset of one, and its end.
+    const bool isSound = GetParam().text == GetParam().expected;
+    for (std::size_t length = 128; length < 128 + 65; ++length) {
+        const std::string before(length, 'x');
+        EXPECT_EQ(isWellFormedUtf8(before + std::string(GetParam().text)), isSound);
+        EXPECT_EQ(isWellFormedUtf8(before + std::string(GetParam().text) + before), isSound);
+        EXPECT_EQ(isWellFormedUtf8(std::string(GetParam().text) + before), isSound);
+    }
+}
+
 TEST_P(Utf8Repair, IsDoneByTheOtherFunctionsFirst) {
     const std::string_view text = GetParam().text;
     const std::string repaired = repairedUtf8(text);

@@ -1,6 +1,7 @@
 #include "kelto/AppleBridge/SnapshotExport.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "kelto/AppleBridge/ErrorEnvelope.hpp"
@@ -18,6 +19,9 @@ namespace kelto {
 namespace {
 
 constexpr std::string_view receivedName = "received";
+
+/// The permissions of the files that are made for the host.
+constexpr std::uint32_t ownerMayReadAndWrite = 0600;
 
 }  // namespace
 
@@ -49,7 +53,7 @@ LargeText SnapshotExport::response(std::string_view status, const std::optional<
     rememberFingerprints(things);
     for (std::size_t i = 0; i < things.size(); ++i) {
         if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
-        writePayloads(*things[i], outgoing);
+        writePayloads(*things[i], *received, outgoing);
     }
 
     RecordList records(receivedFolder_);
@@ -88,20 +92,26 @@ std::unique_ptr<Folder> SnapshotExport::openReceivedFolder() {
         "so that payload files can be written.");
 }
 
-void SnapshotExport::writePayloads(const Thing& thing, OutgoingFiles& outgoing) {
-    std::optional<bool> isHeld;
+void SnapshotExport::writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing) {
+    std::optional<std::string_view> known;
     for (const PayloadField& field : payloadFields(thing)) {
         if (!field.payload->has_value()) continue;
-        if (!isHeld) isHeld = isHeldByHost(thing);
+        if (!known) known = request_.knownFingerprint(thing.uuid());
         // The host holds this version of the thing, files included: nothing to write.
-        if (*isHeld) return;
+        if (*known == fingerprintsOf(thing).record.hex()) return;
+        const std::string name = payloadName(thing, field.key);
+        // A host that names no version may have lost the files.
+        if (!known->empty() && isInPlace(**field.payload, received, name)) continue;
         // Not flushed: after a power cut the host asks for these files again, the store has them.
-        context_.payloads().handOut(**field.payload, payloadName(thing, field.key), outgoing);
+        context_.payloads().handOut(**field.payload, name, outgoing);
     }
 }
 
-bool SnapshotExport::isHeldByHost(const Thing& thing) const {
-    return request_.knownFingerprint(thing.uuid()) == fingerprintsOf(thing).record.hex();
+bool SnapshotExport::isInPlace(const Payload& payload, Folder& received, const std::string& name) {
+    const std::optional<FileStatus> status = received.status(name);
+    return status && status->kind == FileStatus::Kind::regular &&
+           status->permissions == ownerMayReadAndWrite &&
+           context_.payloads().seenBefore(*status) == payload;
 }
 
 }  // namespace kelto

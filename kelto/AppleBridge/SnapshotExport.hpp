@@ -40,8 +40,11 @@ private:
     /// the folder later: it stays open until the last file is written.
     [[nodiscard]] std::unique_ptr<Folder> openReceivedFolder();
     /// Writes the thing's files unless the host holds them.
-    void writePayloads(const Thing& thing, OutgoingFiles& outgoing);
-    [[nodiscard]] bool isHeldByHost(const Thing& thing) const;
+    void writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing);
+    /// Whether the file of that name is known to hold these bytes: a host that uses the files in
+    /// "received" has named it, and it was read then. The title of a film can be edited without
+    /// copying the film.
+    [[nodiscard]] bool isInPlace(const Payload& payload, Folder& received, const std::string& name);
 
     ModelContext& context_;
     const ExchangeRequest& request_;

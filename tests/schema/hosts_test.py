@@ -1,8 +1,8 @@
 """What two real hosts, keltoctl and the example in C, say to the library, against the schemas."""
 
-import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -59,18 +59,24 @@ class RealHosts(unittest.TestCase):
             def keltoctl(*arguments):
                 return host.run(KELTOCTL, *arguments)
 
-            keltoctl("import", str(contract.ROOT / "samples/library"), "--tag", "sample")
-            things = json.loads(keltoctl("list", "--kind", "note", "--json"))
-            identifier = things[0]["uuid"] if isinstance(things, list) else \
-                things["things"][0]["uuid"]
-            keltoctl("edit", identifier, "--title", "Edited", "--star")
+            samples = str(contract.ROOT / "samples/library")
+            keltoctl("import", samples, "--link", "--tag", "sample")
+            notes = keltoctl("list", "--kind", "note", "--json")
+            identifier = re.search(r'"uuid": *"([^"]+)"', notes).group(1)
+            keltoctl("edit", identifier, "--title", "Edited", "--thumbnail", f"{samples}/Orbits.gif")
             keltoctl("trash", identifier)
-            keltoctl("add", "quote", "Let it be", "--author", "Ida", "--tag", "wood")
+            keltoctl("restore", identifier)
+            keltoctl("add", "quote", "Let it be", "--author", "Ida", "--tag", "wood", "--star")
+            keltoctl("delete", identifier)
             exchanges = host.exchanges()
         self.assertGreater(len(exchanges), 4)
         self.check(exchanges)
         sent = [record for e in exchanges for record in e["request"]["records"]]
         self.assertEqual({record["recordType"] for record in sent}, {"Project", "Tag", "Thing"})
+        # The records that came to no harm are of all sorts.
+        keys = set().union(*sent)
+        self.assertLessEqual({"deleted", "trashedAt", "data", "thumbnail"}, keys)
+        self.assertLessEqual({"baseFileFingerprint", "linkedFolderOwner", "metadataJson"}, keys)
 
     def test_the_example_is_a_careful_host_but_for_its_mistake(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -1,6 +1,8 @@
 #include "tests/random/HistoryPlayer.hpp"
 
 #include <array>
+#include <cstdlib>
+#include <fstream>
 
 #include "tests/random/FolderOnDisk.hpp"
 #include "tests/random/LibraryModel.hpp"
@@ -23,6 +25,15 @@ void movePaths(JsonValue& value, const std::string& from, const std::string& to)
     if (value.object() != nullptr) {
         for (auto& [key, member] : *value.object()) movePaths(member, from, to);
     }
+}
+
+/// Adds an exchange, as one line of JSON, to the file that KELTO_EXCHANGES names, if it names one:
+/// for programs that check the documents themselves.
+void writeDown(const std::string& request, const std::string& response) {
+    static const char* const path = std::getenv("KELTO_EXCHANGES");
+    if (path == nullptr) return;
+    static std::ofstream file(path, std::ios::app | std::ios::binary);
+    file << "{\"request\":" << request << ",\"response\":" << response << "}\n";
 }
 
 class Player {
@@ -59,7 +70,9 @@ std::optional<std::string> Player::play(const HistoryStep& step) {
     movePaths(request, "/history/store", platform_.groupFolder());
     movePaths(request, std::string(HostFiles::root), root());
     disk_.remember();
-    JsonValue response = JsonValue::parse(processes_[step.process].exchangeText(request.text()));
+    const std::string answer = processes_[step.process].exchangeText(request.text());
+    writeDown(request.text(), answer);
+    JsonValue response = JsonValue::parse(answer);
     movePaths(response, root(), std::string(HostFiles::root));
 
     if (auto difference = differenceOf(expected, response)) return difference;

@@ -29,6 +29,13 @@ std::string readMarker(FileSystem& files, const std::string& path) {
                                        "format.");
 }
 
+void requireMarked(FileSystem& files, const std::string& marker, std::string_view accountName) {
+    if (readMarker(files, marker) == accountName) return;
+    throw BridgeError(
+        "This library belongs to another iCloud account. Sign back into that account to resume "
+        "sync.");
+}
+
 }  // namespace
 
 void bindToAccount(FileSystem& files,
@@ -47,11 +54,14 @@ void bindToAccount(FileSystem& files,
             if (failure.code() != noSuchFileCode || !files.status(marker)) throw;
         }
     }
-    if (readMarker(files, marker) != accountName) {
-        throw BridgeError(
-            "This library belongs to another iCloud account. Sign back into that account to resume "
-            "sync.");
-    }
+    requireMarked(files, marker, accountName);
+}
+
+void requireAccount(FileSystem& files,
+                    std::string_view libraryFolder,
+                    std::string_view accountName) {
+    const std::string marker = joinedPath(libraryFolder, accountMarkerName);
+    if (files.status(marker)) requireMarked(files, marker, accountName);
 }
 
 }  // namespace kelto

@@ -18,4 +18,9 @@ void bindToAccount(FileSystem& files,
                    std::string_view libraryFolder,
                    std::string_view accountName);
 
+/// The refusal of another account, without binding a folder that belongs to none yet.
+void requireAccount(FileSystem& files,
+                    std::string_view libraryFolder,
+                    std::string_view accountName);
+
 }  // namespace kelto

@@ -38,9 +38,7 @@ Task<LargeText> AppleStore::exchange(LargeText text) {
     ExchangeStages stages;
     ExchangeRequest request(std::move(text), requestMemory_);
     stages.reading = watch.lap();
-    if (cloudAvailable(platform_) == 0) {
-        throw BridgeError("This build is not provisioned for iCloud.");
-    }
+    requireProvisioned();
     const std::string fixedPath = fixedStorePath(request);
     const std::string account = co_await accountName();
 
@@ -48,6 +46,22 @@ Task<LargeText> AppleStore::exchange(LargeText text) {
     bindToAccount(
         *platform_.files, *platform_.random, withoutLastPathComponent(fixedPath), account);
     co_return mergedSnapshot(container(request, fixedPath), request, watch, stages);
+}
+
+Task<Rehearsal> AppleStore::rehearse(LargeText text, std::string scratchFolder) const {
+    const ExchangeRequest request(std::move(text));
+    requireProvisioned();
+    const std::string fixedPath = fixedStorePath(request);
+    const std::string account = co_await accountName();
+    requireAccount(*platform_.files, withoutLastPathComponent(fixedPath), account);
+    requireSamePath(request);
+    co_return rehearseMerge(platform_, fixedPath, request, scratchFolder);
+}
+
+void AppleStore::requireProvisioned() const {
+    if (cloudAvailable(platform_) == 0) {
+        throw BridgeError("This build is not provisioned for iCloud.");
+    }
 }
 
 LargeText AppleStore::mergedSnapshot(ModelContainer& library,
@@ -109,7 +123,13 @@ std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {
     throw BridgeError("The iCloud store must be in Kelto’s App Group.");
 }
 
-Task<std::string> AppleStore::accountName() {
+void AppleStore::requireSamePath(const ExchangeRequest& request) const {
+    if (storePath_ && *storePath_ != request.storePath()) {
+        throw BridgeError("The native store is already open at a different location.");
+    }
+}
+
+Task<std::string> AppleStore::accountName() const {
     CloudAccount& service = *platform_.account;
     const AccountStatus status = co_await ServiceCall<AccountStatus>(
         *platform_.mainExecutor,
@@ -126,9 +146,7 @@ Task<std::string> AppleStore::accountName() {
 
 ModelContainer& AppleStore::container(const ExchangeRequest& request,
                                       const std::string& fixedPath) {
-    if (storePath_ && *storePath_ != request.storePath()) {
-        throw BridgeError("The native store is already open at a different location.");
-    }
+    requireSamePath(request);
     if (container_) return *container_;
     platform_.remoteNotifications->registerApplication();
     observeMirroring();

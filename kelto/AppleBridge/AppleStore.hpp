@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "kelto/AppleBridge/ExchangeRehearsal.hpp"
 #include "kelto/AppleBridge/ExchangeStages.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
@@ -15,8 +16,6 @@
 #include "kelto/platform/Platform.hpp"
 
 namespace kelto {
-
-class ExchangeRequest;
 
 /// The one object that owns the library's store: every exchange passes through it. Its persistent
 /// container is made by the first exchange that passes the opening checks, and then kept, at one
@@ -37,6 +36,11 @@ public:
     /// for others at two points only, both for the account service. The store outlives the task.
     [[nodiscard]] Task<LargeText> exchange(LargeText request);
 
+    /// What exchange() would do with a request, without doing any of it: the same checks, then the
+    /// same merge into a copy of the store (see rehearseMerge). Throws what would refuse the
+    /// request before the merge. `scratchFolder` is private, and the caller's to remove.
+    [[nodiscard]] Task<Rehearsal> rehearse(LargeText request, std::string scratchFolder) const;
+
     /// Of the last exchange that came to an answer.
     [[nodiscard]] const ExchangeStages& lastStages() const { return lastStages_; }
 
@@ -44,9 +48,12 @@ public:
     [[nodiscard]] const std::optional<Date>& lastSync() const { return sync_->lastSync; }
 
 private:
+    void requireProvisioned() const;
+    /// The store is opened once, and never at another path.
+    void requireSamePath(const ExchangeRequest& request) const;
     /// The store's own location; a request that names another is refused.
     [[nodiscard]] std::string fixedStorePath(const ExchangeRequest& request) const;
-    [[nodiscard]] Task<std::string> accountName();
+    [[nodiscard]] Task<std::string> accountName() const;
     /// The container, opened on first use.
     [[nodiscard]] ModelContainer& container(const ExchangeRequest& request,
                                             const std::string& fixedPath);

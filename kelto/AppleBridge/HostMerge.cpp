@@ -51,11 +51,13 @@ FileFacts incomingFacts(const Record& record, const std::optional<Payload>& data
 HostMerge::HostMerge(ModelContext& context,
                      const ExchangeRequest& request,
                      FileSystem& files,
-                     LibraryIndex& index)
+                     LibraryIndex& index,
+                     MergeObserver* observer)
     : context_(context),
       request_(request),
       index_(index),
-      assets_(files, context.payloads(), request.directory()) {}
+      assets_(files, context.payloads(), request.directory()),
+      observer_(observer) {}
 
 void HostMerge::begin() {
     index_.begin(context_);
@@ -69,6 +71,7 @@ void HostMerge::merge() {
     updateFields();
     deleteRecords();
     if (index_.structureNumber() != structure) notes_.unsettle();
+    lookAt(nullptr);
     checkCycles();
     checkTimestamps();
 }
@@ -87,6 +90,7 @@ void HostMerge::createMissing() {
     notes_.reserve(request_.records().size());
     for (const Record& record : request_.records()) {
         if (isDeletion(record)) continue;
+        lookAt(&record);
         if (record.seen() != nullptr) ++recognised_;
         SeenRecord note;
         note.text = record.text();
@@ -135,19 +139,46 @@ void HostMerge::updateFields() {
             continue;
         }
         notes_.begin(note);
-        switch (note.type) {
-            case RecordType::project:
-                updateProject(static_cast<Project&>(*note.object), record);
-                break;
-            case RecordType::tag:
-                updateTag(static_cast<Tag&>(*note.object), record);
-                break;
-            case RecordType::thing:
-                updateThing(static_cast<Thing&>(*note.object), record);
-                break;
+        if (observer_ == nullptr) {
+            updateObject(*note.object, note.type, record);
+        } else {
+            updateObserved(note, record);
         }
         notes_.settle();
     }
+}
+
+void HostMerge::updateObject(ModelObject& object, RecordType type, const Record& record) {
+    switch (type) {
+        case RecordType::project:
+            return updateProject(static_cast<Project&>(object), record);
+        case RecordType::tag:
+            return updateTag(static_cast<Tag&>(object), record);
+        case RecordType::thing:
+            return updateThing(static_cast<Thing&>(object), record);
+    }
+}
+
+void HostMerge::updateObserved(const SeenRecord& note, const Record& record) {
+    lookAt(&record);
+    const bool isThing = note.type == RecordType::thing;
+    decision_ = {};
+    decision_.record = static_cast<std::size_t>(&record - request_.records().data());
+    decision_.type = note.type;
+    decision_.identifier = note.identifier;
+    decision_.name = record.string(isThing ? RecordKey::title : RecordKey::name);
+    const bool isNew = note.object->state() == ModelObject::State::inserted;
+    decision_.reason = isNew ? MergeReason::isNew : MergeReason::hostAlwaysWins;
+    const std::uint64_t change = note.object->changeNumber();
+    updateObject(*note.object, note.type, record);
+    decision_.changesObject = isNew || note.object->changeNumber() != change;
+    observer_->decided(decision_);
+}
+
+void HostMerge::lookAt(const Record* record) const {
+    if (observer_ == nullptr) return;
+    if (record == nullptr) return observer_->looksAt(std::nullopt);
+    observer_->looksAt(static_cast<std::size_t>(record - request_.records().data()));
 }
 
 void HostMerge::fetchAhead(std::size_t place) {
@@ -207,27 +238,54 @@ void HostMerge::updateThing(Thing& thing, const Record& record) {
     auto incomingData = asset(record, RecordKey::data);
     const auto payload =
         incomingData ? std::optional(incomingData->payload()) : std::optional<Payload>();
-    if (hostWins(thing, record, payload)) apply(thing, record, std::move(incomingData));
+    const MergeReason reason = reasonFor(thing, record, payload);
+    decision_.reason = reason;
+    if (observer_ != nullptr) noteGrounds(thing, record, payload);
+    if (isPassedOver(reason)) return;
+    if (reason == MergeReason::bothChanged) {
+        preserveConflict(thing, fileFingerprint(thing), index_.things, context_);
+    }
+    apply(thing, record, std::move(incomingData));
 }
 
-bool HostMerge::hostWins(Thing& thing,
-                         const Record& record,
-                         const std::optional<Payload>& incomingData) {
-    if (thing.state() == ModelObject::State::inserted) return true;
+MergeReason HostMerge::reasonFor(const Thing& thing,
+                                 const Record& record,
+                                 const std::optional<Payload>& incomingData) {
+    if (thing.state() == ModelObject::State::inserted) return MergeReason::isNew;
 
     const auto base = record.optionalString(RecordKey::baseFileFingerprint);
-    if (!base || !linkedProjects_.isLinked(thing))
-        return thing.updatedAt() <= record.date(RecordKey::updatedAt);
-
+    if (!base || !linkedProjects_.isLinked(thing)) {
+        return thing.updatedAt() <= record.date(RecordKey::updatedAt)
+                   ? MergeReason::recordIsNotOlder
+                   : MergeReason::storedIsLater;
+    }
     const FileFacts facts = incomingFacts(record, incomingData);
     // Equal files have equal fingerprints, whatever they are: the frequent case needs no digest.
-    if (facts == FileFacts::of(thing)) return true;
+    if (facts == FileFacts::of(thing)) return MergeReason::sameFile;
+    if (facts.trashed) checkTimestamp(*facts.trashed);  // it goes into the fingerprint
     const std::string stored = fileFingerprint(thing);
     const std::string incoming = fileFingerprint(facts);
-    if (incoming == *base && stored != incoming) return false;  // only the store has changed
-    const bool bothChanged = stored != *base && stored != incoming;
-    if (bothChanged) preserveConflict(thing, stored, index_.things, context_);
-    return true;
+    if (stored == incoming) return MergeReason::sameFile;
+    if (incoming == *base) return MergeReason::onlyStoreChanged;
+    return stored == *base ? MergeReason::onlyHostChanged : MergeReason::bothChanged;
+}
+
+void HostMerge::noteGrounds(const Thing& thing,
+                            const Record& record,
+                            const std::optional<Payload>& incomingData) {
+    if (decision_.reason == MergeReason::isNew) return;
+    decision_.storedTime = thing.updatedAt();
+    decision_.recordTime = record.date(RecordKey::updatedAt);
+    if (decision_.reason == MergeReason::recordIsNotOlder ||
+        decision_.reason == MergeReason::storedIsLater) {
+        return;
+    }
+    decision_.base = record.string(RecordKey::baseFileFingerprint);
+    decision_.stored = fileFingerprint(thing);
+    decision_.incoming = fileFingerprint(incomingFacts(record, incomingData));
+    if (decision_.reason != MergeReason::bothChanged) return;
+    decision_.copy = conflictIdentifier(thing.uuid(), decision_.stored);
+    decision_.isCopyNew = !index_.things.contains(*decision_.copy);
 }
 
 void HostMerge::apply(Thing& thing,
@@ -284,20 +342,54 @@ void HostMerge::deleteRecords() {
     for (const Record& record : request_.records()) {
         if (!isDeletion(record)) continue;
         hasDeleted = true;
+        lookAt(&record);
         const Uuid identifier = identifierOf(record);
-        switch (typeOf(record)) {
-            case RecordType::project:
-                if (Project* project = taken(index_.projects, identifier)) deleteProject(*project);
-                break;
-            case RecordType::tag:
-                if (Tag* tag = taken(index_.tags, identifier)) context_.remove(*tag);
-                break;
-            case RecordType::thing:
-                if (Thing* thing = taken(index_.things, identifier)) context_.remove(*thing);
-                break;
-        }
+        const RecordType type = typeOf(record);
+        const ModelObject* deleted = deleteObject(type, identifier);
+        if (observer_ != nullptr) tellDeletion(record, type, deleted);
     }
     if (hasDeleted) notes_.forgetDeleted();
+}
+
+const ModelObject* HostMerge::deleteObject(RecordType type, const Uuid& identifier) {
+    switch (type) {
+        case RecordType::project: {
+            Project* project = taken(index_.projects, identifier);
+            if (project != nullptr) deleteProject(*project);
+            return project;
+        }
+        case RecordType::tag: {
+            Tag* tag = taken(index_.tags, identifier);
+            if (tag != nullptr) context_.remove(*tag);
+            return tag;
+        }
+        case RecordType::thing:
+            break;
+    }
+    Thing* thing = taken(index_.things, identifier);
+    if (thing != nullptr) context_.remove(*thing);
+    return thing;
+}
+
+void HostMerge::tellDeletion(const Record& record,
+                             RecordType type,
+                             const ModelObject* object) const {
+    MergeDecision decision;
+    decision.record = static_cast<std::size_t>(&record - request_.records().data());
+    decision.type = type;
+    decision.identifier = identifierOf(record);
+    decision.reason = object == nullptr ? MergeReason::unknownToDelete : MergeReason::deletedByHost;
+    decision.changesObject = object != nullptr;
+    // Deleted objects stay readable until the save.
+    if (object != nullptr && type == RecordType::project) {
+        decision.name = static_cast<const Project*>(object)->name();
+    } else if (object != nullptr && type == RecordType::tag) {
+        decision.name = static_cast<const Tag*>(object)->name();
+    } else if (object != nullptr) {
+        decision.name = static_cast<const Thing*>(object)->title();
+        decision.storedTime = static_cast<const Thing*>(object)->updatedAt();
+    }
+    observer_->decided(decision);
 }
 
 template <typename Model>
@@ -332,15 +424,25 @@ void HostMerge::checkTimestamps() const {
     for (const ModelObject* object : context_.insertedAndChanged()) {
         if (&object->entity() == &Thing::description()) {
             const auto& thing = static_cast<const Thing&>(*object);
-            (void)wireTimestamp(thing.createdAt());
-            (void)wireTimestamp(thing.updatedAt());
-            if (thing.trashedAt()) (void)wireTimestamp(*thing.trashedAt());
+            checkTimestamp(thing.createdAt());
+            checkTimestamp(thing.updatedAt());
+            if (thing.trashedAt()) checkTimestamp(*thing.trashedAt());
         } else if (&object->entity() == &Tag::description()) {
-            (void)wireTimestamp(static_cast<const Tag&>(*object).createdAt());
+            checkTimestamp(static_cast<const Tag&>(*object).createdAt());
         } else {
-            (void)wireTimestamp(static_cast<const Project&>(*object).createdAt());
+            checkTimestamp(static_cast<const Project&>(*object).createdAt());
         }
     }
+}
+
+void HostMerge::checkTimestamp(const Date& date) const {
+    // Where nothing is at stake, the process goes on and tells it.
+    if (observer_ != nullptr && !date.representableMilliseconds()) {
+        throw BridgeError(
+            "A time of the request lies outside of what can be stored; an exchange with it ends "
+            "the host’s process.");
+    }
+    (void)wireTimestamp(date);
 }
 
 }  // namespace kelto

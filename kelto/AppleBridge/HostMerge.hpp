@@ -11,6 +11,7 @@
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/LinkedProjects.hpp"
 #include "kelto/AppleBridge/MergeNotes.hpp"
+#include "kelto/AppleBridge/MergeObserver.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 #include "kelto/model/Thing.hpp"
@@ -28,11 +29,13 @@ namespace kelto {
 /// changed since, is passed over: merging it again would change nothing.
 class HostMerge {
 public:
-    /// What is given is borrowed until save() has returned.
+    /// What is given is borrowed until save() has returned. An observer is told every decision;
+    /// exchanges have none.
     HostMerge(ModelContext& context,
               const ExchangeRequest& request,
               FileSystem& files,
-              LibraryIndex& index);
+              LibraryIndex& index,
+              MergeObserver* observer = nullptr);
 
     /// Begins the context's unit of work. Throws what keeps it from beginning.
     void begin();
@@ -51,6 +54,9 @@ private:
                         Arguments&&... arguments);
     [[nodiscard]] ModelObject& objectOf(const Record& record, const SeenRecord& note);
     void updateFields();
+    void updateObject(ModelObject& object, RecordType type, const Record& record);
+    /// The same, telling the observer.
+    void updateObserved(const SeenRecord& note, const Record& record);
     /// Asks the memory for the objects of the records behind that place.
     void fetchAhead(std::size_t place);
     [[nodiscard]] bool isSettled(const Record& record, const SeenRecord& note);
@@ -59,20 +65,30 @@ private:
     void updateProject(Project& project, const Record& record);
     static void updateTag(Tag& tag, const Record& record);
     void updateThing(Thing& thing, const Record& record);
-    [[nodiscard]] bool hostWins(Thing& thing,
-                                const Record& record,
-                                const std::optional<Payload>& incomingData);
+    /// Which side wins, and why.
+    [[nodiscard]] MergeReason reasonFor(const Thing& thing,
+                                        const Record& record,
+                                        const std::optional<Payload>& incomingData);
+    /// For the observer: what the reason went by, before anything is applied.
+    void noteGrounds(const Thing& thing,
+                     const Record& record,
+                     const std::optional<Payload>& incomingData);
+    void lookAt(const Record* record) const;
     void apply(Thing& thing, const Record& record, std::optional<IncomingFile> incomingData);
     [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
     [[nodiscard]] std::optional<Payload> kept(const std::optional<Payload>& stored,
                                               std::optional<IncomingFile> incoming);
     [[nodiscard]] Project* projectNamed(const std::optional<Uuid>& identifier) const;
     void deleteRecords();
+    /// Answers the object that is being deleted; nullptr when the store holds none.
+    const ModelObject* deleteObject(RecordType type, const Uuid& identifier);
+    void tellDeletion(const Record& record, RecordType type, const ModelObject* object) const;
     template <typename Model>
     [[nodiscard]] Model* taken(UniqueIndex<Model>& index, const Uuid& identifier);
     void deleteProject(Project& project);
     void checkCycles();
     void checkTimestamps() const;
+    void checkTimestamp(const Date& date) const;
 
     ModelContext& context_;
     const ExchangeRequest& request_;
@@ -82,6 +98,8 @@ private:
     MergeNotes notes_;
     /// Of the files that the last request named.
     std::vector<std::optional<FileStatus>> fileStatuses_;
+    MergeObserver* observer_;
+    MergeDecision decision_;      ///< About the record under way; complete for observers only.
     std::size_t recognised_ = 0;  ///< Records that stood in the last request.
     /// Whether the objects that the last request's memory points at are still there.
     bool remembersObjects_ = false;

@@ -160,9 +160,9 @@ TEST_F(KeltoctlTest, TrashesRestoresAndDeletes) {
     EXPECT_EQ(things({"--trashed"}).size(), 1U);
     done({"restore", id});
     EXPECT_EQ(things().size(), 1U);
-    done({"delete", id});
+    done({"delete", id, "--yes"});
     EXPECT_EQ(things().size(), 0U);
-    EXPECT_EQ(run({"delete", id}).status, 1);
+    EXPECT_EQ(run({"delete", id, "--yes"}).status, 1);
 }
 
 TEST_F(KeltoctlTest, KeepsBothVersionsOfALinkedFileChangedOnBothSides) {
@@ -252,25 +252,10 @@ TEST_F(KeltoctlTest, TellsWrongUsageFromARefusal) {
 }
 
 TEST_F(KeltoctlTest, HelpsWithEveryCommand) {
-    for (const char* command : {"import",
-                                "export",
-                                "tree",
-                                "list",
-                                "show",
-                                "add",
-                                "edit",
-                                "tag",
-                                "move",
-                                "trash",
-                                "restore",
-                                "delete",
-                                "exchange",
-                                "status",
-                                "group-path",
-                                "available",
-                                "doctor",
-                                "backup",
-                                "restore-backup"}) {
+    for (const char* command :
+         {"import",   "export", "tree",       "list",      "show",   "add",    "edit",
+          "tag",      "move",   "trash",      "restore",   "delete", "diff",   "explain",
+          "exchange", "status", "group-path", "available", "doctor", "backup", "restore-backup"}) {
         const Outcome help = run({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_THAT(help.output, HasSubstr("Usage: ")) << command;

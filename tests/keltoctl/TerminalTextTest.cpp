@@ -82,7 +82,7 @@ TEST(TreePrinter, DrawsProjectsThingsTrashAndTotals) {
          "fileSize":1500,"data":"/d","project":"aaaaaaaa-1","tags":["t"],"isStarred":true},
         {"recordType":"Thing","uuid":"cccccccc-1","kind":"note","title":"evil \u001b[2J"},
         {"recordType":"Thing","uuid":"dddddddd-1","kind":"note","title":"old","trashedAt":1}]})");
-    EXPECT_EQ(printedTree(library),
+    EXPECT_EQ(printedTree(library, {}),
               "Library\n"
               "├── Photos  (1 thing)          aaaaaaaa\n"
               "│   └── PNG   ★ 日本   1.5 kB  bbbbbbbb  #sea\n"

@@ -36,12 +36,56 @@ void writeDown(const std::string& request, const std::string& response) {
     file << "{\"request\":" << request << ",\"response\":" << response << "}\n";
 }
 
+/// nullptr for a deletion, about which the model says nothing.
+const char* modelsWord(const MergeDecision& decision) {
+    switch (decision.reason) {
+        case MergeReason::isNew:
+        case MergeReason::isJustMade:
+            return "the thing is new";
+        case MergeReason::recordIsNotOlder:
+            return decision.storedTime == decision.recordTime ? "both versions are of the same time"
+                                                              : "the host's version is newer";
+        case MergeReason::storedIsLater:
+            return "the host's version is older";
+        case MergeReason::sameFile:
+            return "both sides have the same file";
+        case MergeReason::onlyHostChanged:
+            return "only the host has changed the file";
+        case MergeReason::onlyStoreChanged:
+            return "only the store has changed the file";
+        case MergeReason::bothChanged:
+            return "both sides have changed the file";
+        case MergeReason::hostAlwaysWins:
+        case MergeReason::deletedByHost:
+        case MergeReason::unknownToDelete:
+            break;
+    }
+    return nullptr;
+}
+
+/// What a rehearsal has decided about things, in the model's words.
+Decisions decisionsOf(const Rehearsal& rehearsal) {
+    Decisions decisions;
+    for (const MergeDecision& decision : rehearsal.decisions) {
+        if (decision.type != RecordType::thing) continue;
+        if (const char* word = modelsWord(decision)) ++decisions[word];
+        if (decision.copy && !decision.isCopyNew) {
+            ++decisions["the store's version is kept already"];
+        }
+    }
+    return decisions;
+}
+
 class Player {
 public:
     /// What differs, if anything.
     std::optional<std::string> play(const HistoryStep& step);
 
 private:
+    /// What the rehearsal of a request has decided otherwise than the model, if anything.
+    std::optional<std::string> rehearsed(const HistoryStep& step,
+                                         const std::string& request,
+                                         const Outcome& expected);
     std::string root() const { return platform_.folder.path("history"); }
 
     FakePlatform platform_;
@@ -50,7 +94,34 @@ private:
     FolderOnDisk disk_{root()};
     HostFiles files_;
     LibraryModel model_{storePath};
+    std::size_t played_ = 0;
 };
+
+std::optional<std::string> Player::rehearsed(const HistoryStep& step,
+                                             const std::string& request,
+                                             const Outcome& expected) {
+    // It opens a store of its own, which costs more than the exchange: some of them say enough.
+    constexpr std::size_t every = 4;
+    if (played_++ % every != 0) return std::nullopt;
+    const auto rehearsal =
+        processes_[step.process].rehearse(request, platform_.folder.path("rehearsal"));
+    const bool isAccepted = rehearsal && !rehearsal->refusal;
+    // After a merge that goes well an answer can still fail, when its files are written.
+    if (!isAccepted) {
+        return expected.isAnswer() ? std::optional<std::string>("the rehearsal refuses it")
+                                   : std::nullopt;
+    }
+    if (!expected.isAnswer()) return std::nullopt;
+    const Decisions found = decisionsOf(*rehearsal);
+    if (found == expected.decisions) return std::nullopt;
+    std::string text = "the rehearsal decides otherwise:";
+    for (const auto& [word, times] : found) text += " " + std::to_string(times) + " " + word + ";";
+    text += " the model:";
+    for (const auto& [word, times] : expected.decisions) {
+        text += " " + std::to_string(times) + " " + word + ";";
+    }
+    return text;
+}
 
 std::optional<std::string> Player::play(const HistoryStep& step) {
     if (step.restarts) {
@@ -69,6 +140,7 @@ std::optional<std::string> Player::play(const HistoryStep& step) {
     // The store lies in the group's folder, everything else below the history's own.
     movePaths(request, "/history/store", platform_.groupFolder());
     movePaths(request, std::string(HostFiles::root), root());
+    if (auto difference = rehearsed(step, request.text(), expected)) return difference;
     disk_.remember();
     const std::string answer = processes_[step.process].exchangeText(request.text());
     writeDown(request.text(), answer);

@@ -1,6 +1,7 @@
 #include "tests/random/LibraryProcess.hpp"
 
 #include <exception>
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -23,6 +24,26 @@ std::string LibraryProcess::exchangeText(std::string request) {
     platform_.mainExecutor->runUntilIdle();
     if (!*text) throw std::runtime_error("the exchange has not come to its end");
     return **text;
+}
+
+std::optional<Rehearsal> LibraryProcess::rehearse(std::string request,
+                                                  const std::string& scratchFolder) {
+    std::filesystem::remove_all(scratchFolder);
+    std::filesystem::create_directories(scratchFolder);
+    std::optional<Rehearsal> rehearsal;
+    rehearse(std::move(request), scratchFolder, rehearsal);
+    platform_.mainExecutor->runUntilIdle();
+    return rehearsal;
+}
+
+DetachedTask LibraryProcess::rehearse(std::string request,
+                                      std::string scratchFolder,
+                                      std::optional<Rehearsal>& rehearsal) {
+    try {
+        rehearsal = co_await store_->rehearse(LargeText(request), std::move(scratchFolder));
+    } catch (const std::exception&) {
+        // Whatever it is, the exchange that follows says it, and the model knows it.
+    }
 }
 
 DetachedTask LibraryProcess::answer(std::string request,

@@ -18,10 +18,17 @@ public:
 
     /// One exchange as the C interface would run it: the response, or the error envelope.
     [[nodiscard]] std::string exchangeText(std::string request);
+    /// What the same request would do, without doing it; the folder is made anew. None where the
+    /// request is refused before the merge.
+    [[nodiscard]] std::optional<Rehearsal> rehearse(std::string request,
+                                                    const std::string& scratchFolder);
     /// Ends, and starts anew on the same files.
     void restart();
 
 private:
+    DetachedTask rehearse(std::string request,
+                          std::string scratchFolder,
+                          std::optional<Rehearsal>& rehearsal);
     DetachedTask answer(std::string request, std::shared_ptr<std::optional<std::string>> text);
 
     FakePlatform& platform_;

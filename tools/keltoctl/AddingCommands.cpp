@@ -19,6 +19,7 @@ struct AddOptions {
     std::optional<std::string> project;
     std::vector<std::string> tags;
     bool starred = false;
+    bool dryRun = false;
 };
 
 ThingRecord newThing(ThingKind kind, const AddOptions& options) {
@@ -34,14 +35,14 @@ ThingRecord newThing(ThingKind kind, const AddOptions& options) {
 }
 
 int sendNew(Host& host, ThingRecord thing, const AddOptions& options) {
-    Session& session = host.freshSession();
+    Session& session = host.sessionFor(options.dryRun);
     if (options.project) thing.project = session.snapshot().project(*options.project).id;
     ThingChange change;
     const TagsByName tags = tagsByName(session.snapshot(), options.tags, thing.createdAt);
     for (const TagRecord& tag : tags.added) change.add(tag);
     thing.tags = tags.ids;
     change.add(thing);
-    return change.send(host, session, "Added");
+    return change.send(host, session, "Added", options.dryRun);
 }
 
 int addText(Host& host, ThingKind kind, const AddOptions& options) {
@@ -79,13 +80,17 @@ std::shared_ptr<AddOptions> addSubcommand(CLI::App& parent,
     auto options = std::make_shared<AddOptions>();
     CLI::App* command = parent.add_subcommand(name, description);
     command->add_option(subject, options->subject)->required();
-    command->add_option("--title", options->title, "Its title");
-    command->add_option("--note", options->note, "A remark of your own");
-    command->add_option("--project", options->project, "The project that takes it");
-    command->add_option("--tag", options->tags, "A tag (repeatable)")->allow_extra_args(false);
+    command->add_option("--title", options->title, "Its title")->type_name("TEXT");
+    command->add_option("--note", options->note, "A remark of your own")->type_name("TEXT");
+    command->add_option("--project", options->project, "The project that takes it")
+        ->type_name("PROJECT");
+    command->add_option("--tag", options->tags, "A tag (repeatable)")
+        ->type_name("TAG")
+        ->allow_extra_args(false);
     command->add_flag("--star", options->starred, "Give it a star");
+    addDryRun(*command, options->dryRun);
     if (std::string_view(name) == "quote")
-        command->add_option("--author", options->author, "Who said it");
+        command->add_option("--author", options->author, "Who said it")->type_name("NAME");
     command->callback([&chosen, options, run] {
         chosen = [options, run](Host& host) { return run(host, *options); };
     });

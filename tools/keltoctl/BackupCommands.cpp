@@ -104,6 +104,9 @@ void addBackupCommands(CLI::App& app, Command& chosen) {
     backup->add_option("FILE", saving->file, "The new file")->required();
     backup->add_flag("--force", saving->force, "Replace a file that is there");
     backup->add_flag("--damaged", saving->damaged, "Save what is there of a damaged library");
+    backup->footer(
+        "The file is a tar archive. It is read back before it takes its name. A damaged library is "
+        "refused, saying what is damaged; with --damaged all the rest is saved.");
     backup->callback(
         [&chosen, saving] { chosen = [saving](Host& host) { return runBackup(host, *saving); }; });
 
@@ -114,6 +117,10 @@ void addBackupCommands(CLI::App& app, Command& chosen) {
     restore->add_flag("--check", options->check, "Only look the backup over");
     restore->add_flag("--yes", options->yes, "Do not ask");
     restore->add_flag("--damaged", options->damaged, "Restore a damaged library, too");
+    restore->footer(
+        "The backup is put into its place whole or not at all, after looking it over and asking. "
+        "The present library is kept beside it, as “Library before” and the date. Refused while a "
+        "program has the library open.");
     restore->callback([&chosen, options] {
         chosen = [options](Host& host) { return runRestore(host, *options); };
     });

@@ -16,6 +16,17 @@ void addEditingCommands(CLI::App& app, Command& chosen);   ///< edit, tag, move
 void addTrashCommands(CLI::App& app, Command& chosen);     ///< trash, restore, delete
 void addExchangeCommands(CLI::App& app, Command& chosen);  ///< exchange, status, …
 void addBackupCommands(CLI::App& app, Command& chosen);    ///< backup, restore-backup
+void addJudgingCommands(CLI::App& app, Command& chosen);   ///< diff, explain
 void addDoctorCommand(CLI::App& app, Command& chosen);     ///< doctor
+
+/// The option of every command that changes something.
+inline void addDryRun(CLI::App& command, bool& isOnlyTried) {
+    command.add_flag("--dry-run", isOnlyTried, "Only show what would be changed");
+}
+
+/// The text of a request in a file; "-" is standard input.
+[[nodiscard]] std::string requestText(const std::string& file);
+/// Prints what an exchange would do with a request. Answers the exit status.
+[[nodiscard]] int explainRequest(Host& host, const std::string& request);
 
 }  // namespace kelto::ctl

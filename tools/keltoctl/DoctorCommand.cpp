@@ -111,8 +111,15 @@ void addDoctorCommand(CLI::App& app, Command& chosen) {
     doctor->add_flag("--repair", options->repair, "Mend what can be mended, after asking");
     doctor->add_flag("--dry-run", options->dryRun, "With --repair: only say what would be done");
     doctor->add_flag("--yes", options->yes, "With --repair: do not ask");
-    doctor->add_option(
-        "--store", options->store, "Another store's file than the library's own Kelto.store");
+    doctor
+        ->add_option(
+            "--store", options->store, "Another store's file than the library's own Kelto.store")
+        ->type_name("FILE");
+    doctor->footer(
+        "It looks over the database, every item and the bytes of every file: one line says that "
+        "the library is healthy, or a line for each finding what it is and what it means. It works "
+        "while programs use the library, and on one that no program opens. Whatever mending takes "
+        "out of the library is kept in the folder “Lost and found” beside the store.");
     doctor->callback([&chosen, options] {
         chosen = [options](Host& host) { return runDoctor(host, *options); };
     });

@@ -26,6 +26,7 @@ struct EditOptions {
     bool noFile = false;
     bool noThumbnail = false;
     bool noIcon = false;
+    bool dryRun = false;
 
     /// Whether anything is asked for that only a thing has.
     [[nodiscard]] bool concernsThings() const {
@@ -69,7 +70,7 @@ void setPayloads(ThingRecord& thing, const EditOptions& options, IncomingFolder&
 int runEdit(Host& host, const EditOptions& options) {
     if (!options.title && !options.concernsThings())
         throw WrongUsage("nothing to change; name a field, such as --title TEXT.");
-    Session& session = host.freshSession();
+    Session& session = host.sessionFor(options.dryRun);
     const Item item = session.snapshot().item(options.id);
     ThingChange change;
     IncomingFolder incoming(session.state().exchangeFolder());
@@ -89,19 +90,20 @@ int runEdit(Host& host, const EditOptions& options) {
         tag.name = *options.title;
         change.add(tag);
     }
-    return change.send(host, session, "Changed");
+    return change.send(host, session, "Changed", options.dryRun);
 }
 
 struct TagOptions {
     std::vector<std::string> ids;
     std::vector<std::string> added;
     std::vector<std::string> removed;
+    bool dryRun = false;
 };
 
 int runTag(Host& host, const TagOptions& options) {
     if (options.added.empty() && options.removed.empty())
         throw WrongUsage("nothing to change; write --add NAME or --remove NAME.");
-    Session& session = host.freshSession();
+    Session& session = host.sessionFor(options.dryRun);
     const Snapshot& snapshot = session.snapshot();
     std::vector<std::string> removed;
     for (const std::string& name : options.removed) {
@@ -123,19 +125,20 @@ int runTag(Host& host, const TagOptions& options) {
             if (!has(thing.tags, tag)) thing.tags.push_back(tag);
         change.add(thing);
     }
-    return change.send(host, session, "Tagged");
+    return change.send(host, session, "Tagged", options.dryRun);
 }
 
 struct MoveOptions {
     std::vector<std::string> ids;
     std::optional<std::string> project;
     bool top = false;
+    bool dryRun = false;
 };
 
 int runMove(Host& host, const MoveOptions& options) {
     if (options.project.has_value() == options.top)
         throw WrongUsage("say where to: --project NAME, or --top.");
-    Session& session = host.freshSession();
+    Session& session = host.sessionFor(options.dryRun);
     const Snapshot& snapshot = session.snapshot();
     std::optional<std::string> target;
     if (options.project) target = snapshot.project(*options.project).id;
@@ -154,29 +157,36 @@ int runMove(Host& host, const MoveOptions& options) {
             change.add(project);
         }
     }
-    return change.send(host, session, "Moved");
+    return change.send(host, session, "Moved", options.dryRun);
 }
 
 void addEdit(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<EditOptions>();
     CLI::App* edit = app.add_subcommand("edit", "Change the fields of a thing, or rename");
     edit->add_option("ID", options->id, "Its identifier, or the beginning of it")->required();
-    edit->add_option("--title", options->title, "Title; the name of a project or a tag");
-    edit->add_option("--subtitle", options->subtitle, "Second line");
-    edit->add_option("--content", options->content, "Text; - reads it from standard input");
-    edit->add_option("--note", options->note, "Your remark; - reads it from standard input");
-    edit->add_option("--url", options->url, "Web address");
-    edit->add_option("--author", options->author, "Author of a quote or post");
+    edit->add_option("--title", options->title, "Title; the name of a project or a tag")
+        ->type_name("TEXT");
+    edit->add_option("--subtitle", options->subtitle, "Second line")->type_name("TEXT");
+    edit->add_option("--content", options->content, "Text; - reads it from standard input")
+        ->type_name("TEXT");
+    edit->add_option("--note", options->note, "Your remark; - reads it from standard input")
+        ->type_name("TEXT");
+    edit->add_option("--url", options->url, "Web address")->type_name("URL");
+    edit->add_option("--author", options->author, "Author of a quote or post")->type_name("NAME");
     CLI::Option* star = edit->add_flag("--star", options->star, "Give it a star");
     edit->add_flag("--unstar", options->unstar, "Take its star away")->excludes(star);
     CLI::Option* file =
-        edit->add_option("--file", options->file, "File that takes its file's place");
+        edit->add_option("--file", options->file, "File that takes its file's place")
+            ->type_name("FILE");
     edit->add_flag("--no-file", options->noFile, "Take its file away")->excludes(file);
-    CLI::Option* thumbnail = edit->add_option("--thumbnail", options->thumbnail, "Thumbnail image");
+    CLI::Option* thumbnail =
+        edit->add_option("--thumbnail", options->thumbnail, "Thumbnail image")->type_name("FILE");
     edit->add_flag("--no-thumbnail", options->noThumbnail, "Take its thumbnail away")
         ->excludes(thumbnail);
-    CLI::Option* icon = edit->add_option("--icon", options->icon, "Icon image");
+    CLI::Option* icon = edit->add_option("--icon", options->icon, "Icon image")->type_name("FILE");
     edit->add_flag("--no-icon", options->noIcon, "Take its icon away")->excludes(icon);
+    addDryRun(*edit, options->dryRun);
+    edit->footer("Of a project or a tag, --title changes the name.");
     edit->callback(
         [&chosen, options] { chosen = [options](Host& host) { return runEdit(host, *options); }; });
 }
@@ -190,17 +200,22 @@ void addEditingCommands(CLI::App& app, Command& chosen) {
     CLI::App* tag = app.add_subcommand("tag", "Put tags on things, or take them off");
     tag->add_option("ID", tagging->ids, "Things")->required();
     tag->add_option("--add", tagging->added, "A tag to put on (repeatable)")
+        ->type_name("TAG")
         ->allow_extra_args(false);
     tag->add_option("--remove", tagging->removed, "A tag to take off (repeatable)")
+        ->type_name("TAG")
         ->allow_extra_args(false);
+    addDryRun(*tag, tagging->dryRun);
     tag->callback(
         [&chosen, tagging] { chosen = [tagging](Host& host) { return runTag(host, *tagging); }; });
 
     auto moving = std::make_shared<MoveOptions>();
     CLI::App* move = app.add_subcommand("move", "Move things or projects");
     move->add_option("ID", moving->ids, "Things or projects")->required();
-    CLI::Option* project = move->add_option("--project", moving->project, "Into this project");
+    CLI::Option* project =
+        move->add_option("--project", moving->project, "Into this project")->type_name("PROJECT");
     move->add_flag("--top", moving->top, "Out of all projects")->excludes(project);
+    addDryRun(*move, moving->dryRun);
     move->callback(
         [&chosen, moving] { chosen = [moving](Host& host) { return runMove(host, *moving); }; });
 }

@@ -3,6 +3,7 @@
 
 #include "kelto/foundation/PlatformError.hpp"
 #include "tools/keltoctl/Commands.hpp"
+#include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/PrivateFile.hpp"
 #include "tools/keltoctl/Refusal.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
@@ -31,7 +32,9 @@ int exchangeAll(Host& host) {
     return exitStatus::done;
 }
 
-std::string rawRequest(const std::string& file) {
+}  // namespace
+
+std::string requestText(const std::string& file) {
     std::string request;
     if (file == "-") {
         request = textOrInput(file);
@@ -45,9 +48,11 @@ std::string rawRequest(const std::string& file) {
     return request;
 }
 
+namespace {
+
 /// Passes a request on as it stands, and the answer back as it stands.
 int exchangeRaw(Host& host, const std::string& file) {
-    const std::string response = host.library().exchange(rawRequest(file));
+    const std::string response = host.library().exchange(requestText(file));
     std::fwrite(response.data(), 1, response.size(), stdout);
     std::fputc('\n', stdout);
     const JsonValue answer = JsonValue::parse(response);
@@ -69,7 +74,11 @@ int runStatus(Host& host) {
                          {"projects", static_cast<std::int64_t>(snapshot.projects().size())},
                          {"tags", static_cast<std::int64_t>(snapshot.tags().size())},
                          {"things", static_cast<std::int64_t>(snapshot.things().size())}};
-    if (lastSync) document.emplace_back("lastSync", *lastSync);
+    if (lastSync) {
+        document.emplace_back("lastSync", *lastSync);
+        if (std::string text = isoTime(*lastSync); !text.empty())
+            document.emplace_back("lastSyncTime", std::move(text));
+    }
     host.print("Status     " + terminalSafe(snapshot.status()) + "\nLast sync  " +
                    (lastSync ? localTime(*lastSync) : "never") + "\nHolds      " +
                    counted(snapshot.things().size(), "thing") + ", " +
@@ -99,13 +108,25 @@ int runAvailable(Host& host) {
 }  // namespace
 
 void addExchangeCommands(CLI::App& app, Command& chosen) {
-    auto file = std::make_shared<std::string>();
+    struct ExchangeOptions {
+        std::string file;
+        bool dryRun = false;
+    };
+    auto options = std::make_shared<ExchangeOptions>();
     CLI::App* exchange = app.add_subcommand(
         "exchange", "Send all that this host knows; or a request as it stands in a file");
-    exchange->add_option("FILE", *file, "A request; - reads it from standard input");
-    exchange->callback([&chosen, file] {
-        chosen = [file](Host& host) {
-            return file->empty() ? exchangeAll(host) : exchangeRaw(host, *file);
+    exchange->add_option("FILE", options->file, "A request; - reads it from standard input");
+    exchange->footer(
+        "Without a file, everything that this host knows is sent, and what the answer holds "
+        "otherwise is shown. A request from a file is passed on as it stands, and the answer is "
+        "printed as it stands.");
+    addDryRun(*exchange, options->dryRun);
+    exchange->callback([&chosen, options] {
+        chosen = [options](Host& host) {
+            const std::string& file = options->file;
+            if (!options->dryRun) return file.empty() ? exchangeAll(host) : exchangeRaw(host, file);
+            return explainRequest(host,
+                                  file.empty() ? host.session().requestOfAll() : requestText(file));
         };
     });
     app.add_subcommand("status", "Show the sync status, and where things are")->callback([&chosen] {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <unordered_set>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -54,10 +55,59 @@ std::optional<TextFile> textFile(const ThingRecord& thing) {
     return TextFile{named(thing, ".quote.txt"), text};
 }
 
+std::string noFileSentence(const ThingRecord& thing) {
+    return "“" + displayTitle(thing) + "” (" + thing.id.substr(0, 8) +
+           ") has no file in the library; nothing was written for it.";
+}
+
+/// The names that an export would take, in a folder that is there and in those it would make.
+class ExportPlan {
+public:
+    /// `folder` is -1 for one that is not there yet.
+    void branch(const LibraryBranch& branch, int folder, const std::string& path) {
+        std::unordered_set<std::string> taken;
+        for (const ThingRecord* thing : branch.things) {
+            if (thing->trashedAt) continue;
+            const auto text = thing->data ? std::nullopt : textFile(*thing);
+            if (!thing->data && !text) {
+                report_.problems.push_back(noFileSentence(*thing));
+                continue;
+            }
+            const std::string safe = safeFileName(text ? text->name : exportFileName(*thing));
+            ++report_.files;
+            report_.paths.push_back(joinedPath(path, freeName(safe, folder, taken)));
+        }
+        for (const LibraryBranch& child : branch.children) {
+            const std::string name = freeName(safeFileName(child.project->name), folder, taken);
+            const std::string below = joinedPath(path, name);
+            ++report_.folders;
+            report_.paths.push_back(below + "/");
+            this->branch(child, -1, below);
+        }
+    }
+
+    ExportReport takeReport() { return std::move(report_); }
+
+private:
+    static std::string freeName(const std::string& wanted,
+                                int folder,
+                                std::unordered_set<std::string>& taken) {
+        for (int number = 1;; ++number) {
+            std::string name = numberedFileName(wanted, number);
+            struct stat status {};
+            const bool isThere =
+                folder >= 0 && ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+            if (isThere || !taken.insert(name).second) continue;
+            return name;
+        }
+    }
+
+    ExportReport report_;
+};
+
 class Export {
 public:
-    explicit Export(const Snapshot& snapshot)
-        : progress_("Writing file", snapshot.things().size()) {}
+    explicit Export(const Snapshot& snapshot) : progress_("Writing", snapshot.things().size()) {}
 
     void branch(const LibraryBranch& branch, int folder, const std::string& path) {
         for (const ThingRecord* thing : branch.things) {
@@ -92,8 +142,7 @@ private:
     void write(const ThingRecord& thing, int folder, const std::string& path) {
         const auto text = thing.data ? std::nullopt : textFile(thing);
         if (!thing.data && !text) {
-            report_.problems.push_back("“" + displayTitle(thing) + "” (" + thing.id.substr(0, 8) +
-                                       ") has no file in the library; nothing was written for it.");
+            report_.problems.push_back(noFileSentence(thing));
             return;
         }
         const std::string safe = safeFileName(text ? text->name : exportFileName(thing));
@@ -149,6 +198,15 @@ private:
 };
 
 }  // namespace
+
+ExportReport exportPlan(const Snapshot& snapshot, const std::string& folder) {
+    ExportPlan plan;
+    const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // One that is not there would be made.
+    if (!opened && errno != ENOENT) throw Refusal(fileSentence("open the folder", folder, errno));
+    plan.branch(libraryTree(snapshot), opened.number(), folder);
+    return plan.takeReport();
+}
 
 ExportReport exportLibrary(const Snapshot& snapshot, const std::string& folder) {
     if (::mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST)

@@ -30,6 +30,18 @@ std::string summary(const Session& session, const ImportReport& report) {
     return text + ".\n" + sentence(report.exchange) + ".\n";
 }
 
+int showPlan(const Host& host, const ImportReport& report) {
+    const std::string text =
+        std::to_string(report.added) + " new, " + std::to_string(report.updated) + " updated, " +
+        std::to_string(report.unchanged) + " unchanged, " + std::to_string(report.deleted) +
+        " deleted, " + std::to_string(report.passedOver) + " passed over.\n";
+    host.print(text + printed(report.planned),
+               JsonMembers{{"dryRun", true},
+                           {"changes", toJson(report.planned)},
+                           {"problems", textsToJson(report.problems)}});
+    return complainAbout(report.problems);
+}
+
 JsonValue importDocument(const ImportReport& report) {
     JsonValue document{JsonMembers{{"project", report.rootId}}};
     const auto set = [&](std::string_view key, std::size_t count) {
@@ -48,14 +60,34 @@ JsonValue importDocument(const ImportReport& report) {
 
 int runImport(Host& host, ImportOptions options) {
     options.nowMilliseconds = Host::nowMilliseconds();
-    Session& session = host.freshSession();
+    Session& session = host.sessionFor(options.dryRun);
     const ImportReport report = importFolder(session, options);
+    if (options.dryRun) return showPlan(host, report);
     host.print(summary(session, report), importDocument(report));
     return complainAbout(report.problems);
 }
 
-int runExport(Host& host, const std::string& folder) {
-    const ExportReport report = exportLibrary(host.freshSession().snapshot(), folder);
+struct ExportCommandOptions {
+    std::string folder;
+    bool dryRun = false;
+};
+
+int showPlan(const Host& host, const ExportReport& report) {
+    std::string text;
+    for (const std::string& path : report.paths) text += terminalSafe(path) + "\n";
+    host.print(text + counted(report.files, "file") + " and " + counted(report.folders, "folder") +
+                   ". Nothing was written: this only shows what would be.\n",
+               JsonMembers{{"dryRun", true},
+                           {"paths", textsToJson(report.paths)},
+                           {"problems", textsToJson(report.problems)}});
+    return complainAbout(report.problems);
+}
+
+int runExport(Host& host, const ExportCommandOptions& options) {
+    const std::string& folder = options.folder;
+    const Snapshot& snapshot = host.sessionFor(options.dryRun).snapshot();
+    if (options.dryRun) return showPlan(host, exportPlan(snapshot, folder));
+    const ExportReport report = exportLibrary(snapshot, folder);
     host.print("Wrote " + counted(report.files, "file") + " and " +
                    counted(report.folders, "folder") + " into “" + terminalSafe(folder) + "”.\n",
                JsonMembers{{"files", static_cast<std::int64_t>(report.files)},
@@ -68,26 +100,35 @@ int runExport(Host& host, const std::string& folder) {
 
 void addFolderCommands(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<ImportOptions>();
-    CLI::App* import =
+    CLI::App* importing =
         app.add_subcommand("import", "Make a project of a folder and things of its files");
-    import->add_option("FOLDER", options->folder, "The folder")->required();
-    import->add_option("--project", options->projectName, "Name of the project; else the folder's");
-    import->add_flag("--link", options->link, "Tie the project to the folder");
-    import->add_option("--tag", options->tags, "A tag for every thing (repeatable)")
+    importing->add_option("FOLDER", options->folder, "The folder")->required();
+    importing
+        ->add_option("--project", options->projectName, "Name of the project; else the folder's")
+        ->type_name("NAME");
+    importing->add_flag("--link", options->link, "Tie the project to the folder");
+    importing->add_option("--tag", options->tags, "A tag for every thing (repeatable)")
+        ->type_name("TAG")
         ->allow_extra_args(false);
-    import->callback([&chosen, options] {
-        chosen = [options](Host& host) { return runImport(host, *options);
-};
-}  // namespace kelto::ctl
-);
+    addDryRun(*importing, options->dryRun);
+    importing->footer(
+        "Importing a folder again sends what has changed. With --link, what has gone from the "
+        "folder is deleted from the library, and what was changed on both sides is kept twice.");
+    importing->callback([&chosen, options] {
+        chosen = [options](Host& host) { return runImport(host, *options); };
+    });
 
-auto target = std::make_shared<std::string>();
-CLI::App* exporting =
-    app.add_subcommand("export", "Write the things as files, a folder for each project");
-exporting->add_option("FOLDER", *target, "Where to; made when it is missing")->required();
-exporting->callback([&chosen, target] {
-    chosen = [target](Host& host) { return runExport(host, *target); };
-});
+    auto target = std::make_shared<ExportCommandOptions>();
+    CLI::App* exporting =
+        app.add_subcommand("export", "Write the things as files, a folder for each project");
+    exporting->add_option("FOLDER", target->folder, "Where to; made when it is missing")
+        ->required();
+    addDryRun(*exporting, target->dryRun);
+    exporting->footer(
+        "Nothing is overwritten: a name that is taken gets “ (2)”. Things in the trash are left "
+        "out.");
+    exporting->callback(
+        [&chosen, target] { chosen = [target](Host& host) { return runExport(host, *target); }; });
 }
 
 }  // namespace kelto::ctl

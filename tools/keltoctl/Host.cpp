@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 
 #include "kelto/foundation/FilePath.hpp"
 #include "tools/keltoctl/Refusal.hpp"
@@ -31,6 +32,12 @@ Session& Host::freshSession() {
     Session& known = session();
     if (!options_.noRefresh || !known.hasSnapshot()) known.refresh();
     return known;
+}
+
+Session& Host::sessionFor(bool isOnlyTried) {
+    std::error_code ignored;
+    const bool isThere = std::filesystem::exists(storePath(), ignored);
+    return isOnlyTried && !isThere ? session() : freshSession();
 }
 
 void Host::print(std::string_view text, const JsonValue& document) const {

@@ -10,18 +10,21 @@
 #include "tools/keltoctl/HostState.hpp"
 #include "tools/keltoctl/Library.hpp"
 #include "tools/keltoctl/Session.hpp"
+#include "tools/keltoctl/Terminal.hpp"
 
 namespace kelto::ctl {
 
 struct HostOptions {
     bool json = false;       ///< one JSON document on standard output instead of text
     bool noRefresh = false;  ///< work on the last answer, as a host that was away would
+    ColourWish colour = ColourWish::automatic;
 };
 
 /// What a command has at hand: the library, this host's memory of it, and the two outputs.
 class Host {
 public:
-    Host(Library& library, HostOptions options) : library_(library), options_(options) {}
+    Host(Library& library, HostOptions options)
+        : library_(library), options_(options), appearance_(standardAppearance(options.colour)) {}
 
     [[nodiscard]] Library& library() { return library_; }
     /// Throws Refusal when the library has no place in this build or on this system.
@@ -31,7 +34,12 @@ public:
     /// The same after it asked for the library's present state, unless that is not wanted.
     [[nodiscard]] Session& freshSession();
 
+    /// The same for a change that is only tried: a library that is not there yet is not made.
+    [[nodiscard]] Session& sessionFor(bool isOnlyTried);
+
     [[nodiscard]] bool wantsJson() const { return options_.json; }
+    /// Of what is printed for people.
+    [[nodiscard]] const Appearance& appearance() const { return appearance_; }
     /// Prints the one or the other, as the user asked.
     void print(std::string_view text, const JsonValue& document) const;
     /// One sentence on standard error.
@@ -42,6 +50,7 @@ public:
 private:
     Library& library_;
     HostOptions options_;
+    Appearance appearance_;
     std::unique_ptr<HostState> state_;
     std::unique_ptr<Session> session_;
 };

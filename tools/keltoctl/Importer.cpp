@@ -50,8 +50,12 @@ public:
         addProjects();
         addThings();
         settleMissing();
-        report_.exchange = session_.send(std::move(records_));
-        rememberAnswer();
+        if (options_.dryRun) {
+            report_.planned = plannedChanges(session_.snapshot(), records_);
+        } else {
+            report_.exchange = session_.send(std::move(records_));
+            rememberAnswer();
+        }
         report_.problems = std::move(scan_.problems);
         return std::move(report_);
     }
@@ -98,7 +102,7 @@ private:
     }
 
     void addThings() {
-        Progress progress("Reading file", scan_.files.size());
+        Progress progress("Reading", scan_.files.size());
         for (const FolderScan::File& file : scan_.files) {
             progress.step();
             try {
@@ -171,7 +175,9 @@ private:
         thing.data.reset();
         thing.thumbnail.reset();  // it showed the bytes of before
         if (draft.isPayload) {
-            const CopiedFile copy = incoming_.add(path, thing.id);
+            // What is not sent is not copied either.
+            const CopiedFile copy =
+                options_.dryRun ? CopiedFile{path, file.size, 0} : incoming_.add(path, thing.id);
             thing.data = copy.path;
             thing.fileSize = copy.size;
         }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/keltoctl/PlannedChanges.hpp"
 #include "tools/keltoctl/Session.hpp"
 
 namespace kelto::ctl {
@@ -18,6 +19,7 @@ struct ImportOptions {
     bool link = false;
     std::vector<std::string> tags;  ///< names, given to every thing
     std::int64_t nowMilliseconds = 0;
+    bool dryRun = false;  ///< find out what would be sent, and send nothing
 };
 
 struct ImportReport {
@@ -30,6 +32,7 @@ struct ImportReport {
     std::size_t passedOver = 0;         ///< dotfiles, symbolic links, special files
     std::vector<std::string> problems;  ///< a sentence for each file that could not be read
     ExchangeReport exchange;
+    std::vector<PlannedChange> planned;  ///< of a dry run
 };
 
 /// Makes a project of the folder and of each folder in it, and a thing of each file, in one

@@ -8,6 +8,19 @@
 
 namespace kelto::ctl {
 
+/// What of something is done, and since when.
+struct ProgressState {
+    std::uint64_t done = 0;
+    std::uint64_t all = 0;
+    std::chrono::milliseconds since{};
+};
+
+/// "Reading 3 of 7 files, 12 a second, 1 s left". How fast it goes and how long it will take is
+/// left out as long as nobody can know.
+[[nodiscard]] std::string progressText(std::string_view verb, const ProgressState& state);
+/// "Checking 1.2 MB of 3.4 GB, 50 MB a second, 1 min 7 s left"
+[[nodiscard]] std::string byteProgressText(std::string_view verb, const ProgressState& state);
+
 /// One line on standard error that is gone at the end. Shown on a terminal only, a few times a
 /// second.
 class ProgressLine {
@@ -20,17 +33,20 @@ public:
     /// Whether it is time for another text.
     [[nodiscard]] bool isDue();
     void show(const std::string& text);
+    /// Since it was made.
+    [[nodiscard]] std::chrono::milliseconds age() const;
 
 private:
     bool isTerminal_;
     bool isShown_ = false;
+    std::chrono::steady_clock::time_point begun_;
     std::chrono::steady_clock::time_point lastShown_;
 };
 
-/// "Importing 3 of 7".
+/// Files that are worked on one after the other.
 class Progress {
 public:
-    Progress(std::string_view verb, std::size_t total);
+    Progress(std::string_view verb, std::size_t total) : verb_(verb), total_(total) {}
 
     void step();
 
@@ -41,7 +57,7 @@ private:
     ProgressLine line_;
 };
 
-/// "Checking 1.2 MB of 3.4 GB".
+/// Bytes that are worked on.
 class ByteProgress {
 public:
     explicit ByteProgress(std::string_view verb) : verb_(verb) {}

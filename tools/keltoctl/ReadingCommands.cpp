@@ -58,7 +58,7 @@ int runTree(Host& host) {
     if (host.wantsJson())
         host.print("", treeDocument(snapshot));
     else
-        host.print(printedTree(snapshot), {});
+        host.print(printedTree(snapshot, host.appearance()), {});
     return exitStatus::done;
 }
 
@@ -67,14 +67,15 @@ int runList(Host& host, const ListFilter& filter) {
     const auto things = matchingThings(snapshot, filter);
     JsonElements documents;
     for (const ThingRecord* thing : things) documents.push_back(thingDocument(snapshot, *thing));
-    host.print(printedList(snapshot, things), JsonMembers{{"things", std::move(documents)}});
+    host.print(printedList(snapshot, things, host.appearance()),
+               JsonMembers{{"things", std::move(documents)}});
     return exitStatus::done;
 }
 
 int runShow(Host& host, const std::string& id) {
     const Snapshot& snapshot = host.freshSession().snapshot();
     const Item item = snapshot.item(id);
-    host.print(printedItem(snapshot, item), itemDocument(snapshot, item));
+    host.print(printedItem(snapshot, item, host.appearance()), itemDocument(snapshot, item));
     return exitStatus::done;
 }
 
@@ -90,10 +91,14 @@ void addReadingCommands(CLI::App& app, Command& chosen) {
     for (const ThingKind kind : allThingKinds) kinds.emplace_back(rawValue(kind));
     auto filter = std::make_shared<ListFilter>();
     CLI::App* list = app.add_subcommand("list", "List things");
-    list->add_option("--kind", filter->kind, "Only this kind")->check(CLI::IsMember(kinds));
-    list->add_option("--tag", filter->tag, "Only things with this tag");
-    list->add_option("--project", filter->project, "Only things in this project or below it");
-    list->add_option("--search", filter->search, "Only things whose texts hold this");
+    list->add_option("--kind", filter->kind, "Only this kind")
+        ->type_name("KIND")
+        ->check(CLI::IsMember(kinds));
+    list->add_option("--tag", filter->tag, "Only things with this tag")->type_name("TAG");
+    list->add_option("--project", filter->project, "Only things in this project or below it")
+        ->type_name("PROJECT");
+    list->add_option("--search", filter->search, "Only things whose texts hold this")
+        ->type_name("TEXT");
     list->add_flag("--starred", filter->starred, "Only things with a star");
     list->add_flag("--trashed", filter->trashed, "The things in the trash instead");
     list->callback(

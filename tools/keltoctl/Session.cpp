@@ -64,18 +64,22 @@ JsonValue Session::knownFingerprints() const {
     return known;
 }
 
+std::string Session::request(JsonElements records) const {
+    JsonMembers members;
+    members.emplace_back("version", protocolVersion);
+    members.emplace_back("storePath", storePath_);
+    members.emplace_back("directory", state_.exchangeFolder());
+    members.emplace_back("records", std::move(records));
+    members.emplace_back("knownFingerprints", knownFingerprints());
+    return JsonValue(std::move(members)).text();
+}
+
 ExchangeReport Session::send(JsonElements records) {
     ExchangeReport report;
     report.recordsSent = records.size();
-    JsonMembers request;
-    request.emplace_back("version", protocolVersion);
-    request.emplace_back("storePath", storePath_);
-    request.emplace_back("directory", state_.exchangeFolder());
-    request.emplace_back("records", std::move(records));
-    request.emplace_back("knownFingerprints", knownFingerprints());
-
+    const std::string text = request(std::move(records));
     const ReceivedFiles before = ReceivedFiles::in(state_.receivedFolder());
-    const std::string response = library_.exchange(JsonValue(std::move(request)).text());
+    const std::string response = library_.exchange(text);
     Snapshot answer = Snapshot::parse(response);
     state_.keepSnapshot(response);
 
@@ -88,7 +92,7 @@ ExchangeReport Session::send(JsonElements records) {
     return report;
 }
 
-ExchangeReport Session::sendAll() {
+JsonElements Session::allRecords() const {
     JsonElements records;
     for (const ProjectRecord& project : snapshot_.projects()) records.push_back(toRecord(project));
     for (const TagRecord& tag : snapshot_.tags()) records.push_back(toRecord(tag));
@@ -96,7 +100,7 @@ ExchangeReport Session::sendAll() {
         thing.baseFileFingerprint = thing.fileFingerprint;
         records.push_back(toRecord(thing));
     }
-    return send(std::move(records));
+    return records;
 }
 
 }  // namespace kelto::ctl

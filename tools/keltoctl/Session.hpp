@@ -40,10 +40,14 @@ public:
     /// Asks for the library's present state and sends nothing.
     ExchangeReport refresh() { return send({}); }
     /// Sends everything this host knows, each linked thing with the state it was based on.
-    ExchangeReport sendAll();
+    ExchangeReport sendAll() { return send(allRecords()); }
+    /// The request that sendAll() sends.
+    [[nodiscard]] std::string requestOfAll() const { return request(allRecords()); }
 
 private:
     [[nodiscard]] JsonValue knownFingerprints() const;
+    [[nodiscard]] JsonElements allRecords() const;
+    [[nodiscard]] std::string request(JsonElements records) const;
 
     Library& library_;
     const HostState& state_;

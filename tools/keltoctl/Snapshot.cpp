@@ -1,7 +1,11 @@
 #include "tools/keltoctl/Snapshot.hpp"
 
+#include <algorithm>
+#include <set>
+
 #include "kelto/foundation/Text.hpp"
 #include "tools/keltoctl/Refusal.hpp"
+#include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingTexts.hpp"
 
 namespace kelto::ctl {
@@ -21,13 +25,41 @@ std::string quoted(std::string_view text) {
     return "“" + std::string(text) + "”";
 }
 
+/// The beginning of an identifier that tells it from the others, and at least what is shown of
+/// every identifier.
+std::size_t tellingLength(const std::vector<Item>& items) {
+    constexpr std::size_t shownLength = 8;
+    const auto isTelling = [&](std::size_t length) {
+        std::set<std::string> beginnings;
+        for (const Item& item : items) beginnings.insert(item.id().substr(0, length));
+        return beginnings.size() == items.size();
+    };
+    std::size_t length = shownLength;
+    while (length < items.front().id().size() && !isTelling(length)) ++length;
+    return length;
+}
+
+/// "d0384535 (“Evening”), d038aa01 (“Morning”)"
+std::string candidates(const std::vector<Item>& items) {
+    constexpr std::size_t most = 8;
+    constexpr std::size_t nameWidth = 32;
+    const std::size_t length = tellingLength(items);
+    std::string text;
+    for (std::size_t at = 0; at < items.size() && at < most; ++at) {
+        text += (at == 0 ? "" : ", ") + items[at].id().substr(0, length) + " (" + "“" +
+                cutTo(shownName(items[at]), nameWidth) + "”)";
+    }
+    const std::size_t rest = items.size() - std::min(items.size(), most);
+    return rest == 0 ? text : text + " and " + std::to_string(rest) + " more";
+}
+
 Item theOnly(const std::vector<Item>& items, std::string_view prefix, const char* what) {
     if (items.empty())
         throw Refusal("no " + std::string(what) + " has an identifier that begins with " +
                       quoted(prefix) + "; “keltoctl tree” shows the identifiers.");
     if (items.size() > 1)
         throw Refusal(quoted(prefix) + " is the beginning of " + std::to_string(items.size()) +
-                      " identifiers; write more of the one you mean.");
+                      " identifiers; write more of the one you mean: " + candidates(items) + ".");
     return items.front();
 }
 

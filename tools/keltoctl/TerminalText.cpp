@@ -14,6 +14,11 @@ namespace {
 
 constexpr gunichar emojiPresentation = 0xFE0F;
 
+/// Two of them are a flag.
+bool isRegionalIndicator(gunichar character) {
+    return character >= 0x1F1E6 && character <= 0x1F1FF;
+}
+
 bool steersTheTerminal(gunichar character) {
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
     const bool isBidirectional = (character >= 0x202A && character <= 0x202E) ||
@@ -32,9 +37,23 @@ std::size_t clusterWidth(std::string_view cluster) {
         const gunichar character = g_utf8_get_char(at);
         if (character == emojiPresentation) return 2;
         if (g_unichar_iszerowidth(character)) continue;
+        if (isRegionalIndicator(character)) return 2;
         width = std::max<std::size_t>(width, g_unichar_iswide(character) ? 2 : 1);
     }
     return width;
+}
+
+/// How many bytes of the text fit into that many columns.
+std::size_t prefixOfWidth(std::string_view text, std::size_t width) {
+    std::size_t bytes = 0;
+    std::size_t used = 0;
+    while (bytes < text.size()) {
+        const std::string_view cluster = graphemePrefix(text.substr(bytes), 1);
+        used += clusterWidth(cluster);
+        if (used > width) break;
+        bytes += cluster.size();
+    }
+    return bytes;
 }
 
 }  // namespace
@@ -65,21 +84,31 @@ std::size_t displayWidth(std::string_view text) {
     return width;
 }
 
-std::string fitted(std::string_view text, std::size_t width) {
-    const std::size_t needed = displayWidth(text);
-    if (needed <= width) return std::string(text).append(width - needed, ' ');
+std::string cutTo(std::string_view text, std::size_t width) {
+    if (displayWidth(text) <= width) return std::string(text);
     if (width == 0) return "";
-    std::string shown;
-    std::size_t used = 0;
-    while (!text.empty()) {
-        const std::string_view cluster = graphemePrefix(text, 1);
-        if (used + clusterWidth(cluster) > width - 1) break;
-        used += clusterWidth(cluster);
-        shown += cluster;
-        text.remove_prefix(cluster.size());
+    return std::string(text.substr(0, prefixOfWidth(text, width - 1))) + "…";
+}
+
+std::string fitted(std::string_view text, std::size_t width) {
+    std::string shown = cutTo(text, width);
+    return shown.append(width - displayWidth(shown), ' ');
+}
+
+std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
+    std::vector<std::string> lines;
+    while (displayWidth(text) > width) {
+        // One user-perceived character at least, or it would never end.
+        const std::size_t most =
+            std::max(prefixOfWidth(text, width), graphemePrefix(text, 1).size());
+        // A blank right behind the line is as good as one in it.
+        const std::size_t blank = text.substr(0, most + 1).rfind(' ');
+        const bool isAtBlank = blank != std::string_view::npos && blank > 0;
+        lines.emplace_back(text.substr(0, isAtBlank ? blank : most));
+        text.remove_prefix(isAtBlank ? blank + 1 : most);
     }
-    shown += "…";
-    return shown.append(width - 1 - used, ' ');
+    if (!text.empty() || lines.empty()) lines.emplace_back(text);
+    return lines;
 }
 
 std::string counted(std::size_t count, std::string_view noun) {

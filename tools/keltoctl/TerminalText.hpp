@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kelto::ctl {
 
@@ -14,8 +15,15 @@ namespace kelto::ctl {
 /// How many columns a terminal needs for a text that is terminalSafe.
 [[nodiscard]] std::size_t displayWidth(std::string_view text);
 
-/// Cut to at most `width` columns (the last is "…" then) and filled with blanks to exactly that.
+/// Cut to at most `width` columns, between two user-perceived characters; the last is "…" then.
+[[nodiscard]] std::string cutTo(std::string_view text, std::size_t width);
+
+/// The same, filled with blanks to exactly that width.
 [[nodiscard]] std::string fitted(std::string_view text, std::size_t width);
+
+/// The lines that a text takes when none may be wider than `width`: broken at blanks where there
+/// are some. At least one.
+[[nodiscard]] std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 /// "1 file", "3 files"; the plural is made with "s".
 [[nodiscard]] std::string counted(std::size_t count, std::string_view noun);

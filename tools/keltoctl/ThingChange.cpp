@@ -6,20 +6,12 @@
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/Text.hpp"
+#include "tools/keltoctl/PlannedChanges.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingDocument.hpp"
 #include "tools/keltoctl/ThingTexts.hpp"
 
 namespace kelto::ctl {
-
-namespace {
-
-std::string nameOf(const Item& item) {
-    if (item.thing != nullptr) return displayTitle(*item.thing);
-    return item.project != nullptr ? item.project->name : item.tag->name;
-}
-
-}  // namespace
 
 void ThingChange::add(const ProjectRecord& project) {
     records_.push_back(toRecord(project));
@@ -33,10 +25,17 @@ void ThingChange::add(const ThingRecord& thing) {
 
 void ThingChange::remove(const Item& item) {
     records_.push_back(deletionRecord(item.recordType(), item.id()));
-    sent_.push_back({.id = item.id(), .name = nameOf(item)});
+    sent_.push_back({.id = item.id(), .name = shownName(item)});
 }
 
-int ThingChange::send(Host& host, Session& session, std::string_view verb) {
+int ThingChange::preview(const Host& host, const Session& session) const {
+    const auto changes = plannedChanges(session.snapshot(), records_);
+    host.print(printed(changes), JsonMembers{{"dryRun", true}, {"changes", toJson(changes)}});
+    return exitStatus::done;
+}
+
+int ThingChange::send(Host& host, Session& session, std::string_view verb, bool isOnlyTried) {
+    if (isOnlyTried) return preview(host, session);
     const ExchangeReport report = session.send(std::move(records_));
     int status = exitStatus::done;
     std::string text;

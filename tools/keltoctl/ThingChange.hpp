@@ -20,10 +20,13 @@ public:
     void remove(const Item& item);
 
     /// Sends the records and prints `verb` ("Changed") with each item, and what travelled. Answers
-    /// the exit status: refused when the library kept a newer version of a thing.
-    [[nodiscard]] int send(Host& host, Session& session, std::string_view verb);
+    /// the exit status: refused when the library kept a newer version of a thing. Of a change that
+    /// is only tried, nothing is sent: what it would do is printed.
+    [[nodiscard]] int send(Host& host, Session& session, std::string_view verb, bool isOnlyTried);
 
 private:
+    [[nodiscard]] int preview(const Host& host, const Session& session) const;
+
     struct Sent {
         std::string id{};
         std::string name{};

@@ -1,10 +1,9 @@
 #include "tools/keltoctl/ThingDocument.hpp"
 
-#include <array>
-#include <ctime>
 #include <utility>
 
 #include "kelto/foundation/PlatformError.hpp"
+#include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingTexts.hpp"
 
@@ -21,20 +20,43 @@ std::string joined(const std::vector<std::string>& texts) {
 /// Lines of a name and a value; what is empty is left out.
 class Lines {
 public:
+    explicit Lines(const Appearance& appearance) : appearance_(appearance) {}
+
     void add(std::string_view name, std::string_view value) {
-        constexpr std::size_t nameWidth = 13;
         if (value.empty()) return;
-        text += fitted(name, nameWidth);
         // Line breaks of a note are meant to be seen as such; everything else is made safe.
         while (true) {
             const std::size_t end = value.find('\n');
-            text += terminalSafe(value.substr(0, end)) + "\n";
+            for (const std::string& line : wrappedValue(value.substr(0, end))) {
+                addLine(name, line);
+                name = "";
+            }
             if (end == std::string_view::npos || end + 1 == value.size()) return;
             value.remove_prefix(end + 1);
-            text.append(nameWidth, ' ');
         }
     }
     std::string text;
+
+private:
+    static constexpr std::size_t nameWidth = 13;
+    /// Where less is left, values are not wrapped: the terminal does it better.
+    static constexpr std::size_t leastWidth = 12;
+
+    [[nodiscard]] std::vector<std::string> wrappedValue(std::string_view value) const {
+        const std::string safe = terminalSafe(value);
+        if (!appearance_.width || *appearance_.width < nameWidth + leastWidth) return {safe};
+        return wrapped(safe, *appearance_.width - nameWidth);
+    }
+    void addLine(std::string_view name, const std::string& value) {
+        const Appearance unlimited{.isColoured = appearance_.isColoured};
+        TerminalLine line(unlimited);
+        line.add(name, Style::faint);
+        line.advanceTo(nameWidth);
+        line.add(value);
+        text += line.text();
+    }
+
+    const Appearance& appearance_;
 };
 
 void addThing(Lines& lines, const Snapshot& snapshot, const ThingRecord& thing) {
@@ -60,22 +82,20 @@ void addThing(Lines& lines, const Snapshot& snapshot, const ThingRecord& thing) 
     lines.add("Fingerprint", thing.fingerprint);
 }
 
-}  // namespace
-
-std::string localTime(std::int64_t milliseconds) {
-    const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
-    std::tm parts{};
-    std::array<char, 64> text{};
-    if (::localtime_r(&seconds, &parts) == nullptr ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts) == 0)
-        return std::to_string(milliseconds) + " ms";
-    return text.data();
+void setMoment(JsonValue& document, std::string_view key, std::int64_t moment) {
+    // What no calendar reaches is still there as a number.
+    if (std::string text = isoTime(moment); !text.empty()) document.setMember(key, std::move(text));
 }
+
+}  // namespace
 
 JsonValue thingDocument(const Snapshot& snapshot, const ThingRecord& thing) {
     JsonValue document = toRecord(thing);
     document.setMember("fileFingerprint", thing.fileFingerprint);
     document.setMember("fingerprint", thing.fingerprint);
+    setMoment(document, "created", thing.createdAt);
+    setMoment(document, "updated", thing.updatedAt);
+    if (thing.trashedAt) setMoment(document, "trashed", *thing.trashedAt);
     document.setMember("displayTitle", displayTitle(thing));
     document.setMember("badge", badgeText(thing));
     JsonElements names;
@@ -92,14 +112,19 @@ JsonValue thingDocument(const Snapshot& snapshot, const ThingRecord& thing) {
 
 JsonValue itemDocument(const Snapshot& snapshot, const Item& item) {
     if (item.thing != nullptr) return thingDocument(snapshot, *item.thing);
-    if (item.tag != nullptr) return toRecord(*item.tag);
+    if (item.tag != nullptr) {
+        JsonValue document = toRecord(*item.tag);
+        setMoment(document, "created", item.tag->createdAt);
+        return document;
+    }
     JsonValue document = toRecord(*item.project);
+    setMoment(document, "created", item.project->createdAt);
     document.setMember("path", snapshot.projectPath(item.project->id));
     return document;
 }
 
-std::string printedItem(const Snapshot& snapshot, const Item& item) {
-    Lines lines;
+std::string printedItem(const Snapshot& snapshot, const Item& item, const Appearance& appearance) {
+    Lines lines(appearance);
     if (item.thing != nullptr) {
         addThing(lines, snapshot, *item.thing);
     } else if (item.project != nullptr) {

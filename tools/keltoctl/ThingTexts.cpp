@@ -22,6 +22,11 @@ std::string displayTitle(const ThingRecord& thing) {
     return shownTexts(thing).displayTitle();
 }
 
+std::string shownName(const Item& item) {
+    if (item.thing != nullptr) return displayTitle(*item.thing);
+    return item.project != nullptr ? item.project->name : item.tag->name;
+}
+
 std::string badgeText(const ThingRecord& thing) {
     return shownTexts(thing).badgeText();
 }

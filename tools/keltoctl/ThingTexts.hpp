@@ -17,6 +17,8 @@ namespace kelto::ctl {
 /// What the library's own model makes its texts of. Borrows from `thing`.
 [[nodiscard]] ShownTexts shownTexts(const ThingRecord& thing);
 [[nodiscard]] std::string displayTitle(const ThingRecord& thing);
+/// A thing's display title; the name of a project or a tag.
+[[nodiscard]] std::string shownName(const Item& item);
 /// A short upper-case label: "PNG", "URL", "NOTE".
 [[nodiscard]] std::string badgeText(const ThingRecord& thing);
 /// Not safe as a file name as it stands: see safeFileName.

@@ -1,53 +1,74 @@
 #include <memory>
 
 #include "tools/keltoctl/Commands.hpp"
+#include "tools/keltoctl/Confirmation.hpp"
+#include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingChange.hpp"
+#include "tools/keltoctl/ThingTexts.hpp"
 
 namespace kelto::ctl {
 
 namespace {
 
-using Identifiers = std::vector<std::string>;
+struct TrashOptions {
+    std::vector<std::string> ids;
+    bool dryRun = false;
+    bool yes = false;  ///< delete: do not ask
+};
 
-int runTrash(Host& host, const Identifiers& ids) {
-    Session& session = host.freshSession();
+int runTrash(Host& host, const TrashOptions& options) {
+    Session& session = host.sessionFor(options.dryRun);
     ThingChange change;
-    for (const std::string& id : ids) {
+    for (const std::string& id : options.ids) {
         ThingRecord thing = changing(session.snapshot().thing(id));
         if (!thing.trashedAt) thing.trashedAt = thing.updatedAt;
         change.add(thing);
     }
-    return change.send(host, session, "Put into the trash:");
+    return change.send(host, session, "Put into the trash:", options.dryRun);
 }
 
-int runRestore(Host& host, const Identifiers& ids) {
-    Session& session = host.freshSession();
+int runRestore(Host& host, const TrashOptions& options) {
+    Session& session = host.sessionFor(options.dryRun);
     ThingChange change;
-    for (const std::string& id : ids) {
+    for (const std::string& id : options.ids) {
         ThingRecord thing = changing(session.snapshot().thing(id));
         thing.trashedAt.reset();
         change.add(thing);
     }
-    return change.send(host, session, "Restored");
+    return change.send(host, session, "Restored", options.dryRun);
 }
 
-int runDelete(Host& host, const Identifiers& ids) {
-    Session& session = host.freshSession();
+/// "Delete “Evening” and 2 others for good?"
+std::string question(const std::vector<Item>& items) {
+    std::string text = "Delete “" + terminalSafe(shownName(items.front())) + "”";
+    if (items.size() > 1) text += " and " + counted(items.size() - 1, "other");
+    return text + " for good?";
+}
+
+int runDelete(Host& host, const TrashOptions& options) {
+    Session& session = host.sessionFor(options.dryRun);
+    std::vector<Item> items;
+    items.reserve(options.ids.size());
+    for (const std::string& id : options.ids) items.push_back(session.snapshot().item(id));
+    if (!options.dryRun) confirm(question(items), options.yes);
     ThingChange change;
-    for (const std::string& id : ids) change.remove(session.snapshot().item(id));
-    return change.send(host, session, "Deleted");
+    for (const Item& item : items) change.remove(item);
+    return change.send(host, session, "Deleted", options.dryRun);
 }
 
-void addOne(CLI::App& app,
-            Command& chosen,
-            const char* name,
-            const char* description,
-            int (*run)(Host&, const Identifiers&)) {
-    auto ids = std::make_shared<Identifiers>();
+std::shared_ptr<TrashOptions> addOne(CLI::App& app,
+                                     Command& chosen,
+                                     const char* name,
+                                     const char* description,
+                                     int (*run)(Host&, const TrashOptions&)) {
+    auto options = std::make_shared<TrashOptions>();
     CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("ID", *ids, "Identifiers, or the beginnings of them")->required();
-    command->callback(
-        [&chosen, ids, run] { chosen = [ids, run](Host& host) { return run(host, *ids); }; });
+    command->add_option("ID", options->ids, "Identifiers, or the beginnings of them")->required();
+    addDryRun(*command, options->dryRun);
+    command->callback([&chosen, options, run] {
+        chosen = [options, run](Host& host) { return run(host, *options); };
+    });
+    return options;
 }
 
 }  // namespace
@@ -55,11 +76,13 @@ void addOne(CLI::App& app,
 void addTrashCommands(CLI::App& app, Command& chosen) {
     addOne(app, chosen, "trash", "Put things into the trash", &runTrash);
     addOne(app, chosen, "restore", "Take things out of the trash", &runRestore);
-    addOne(app,
-           chosen,
-           "delete",
-           "Delete things, tags or projects for good; what lies in a project stays",
-           &runDelete);
+    const auto deleting = addOne(app,
+                                 chosen,
+                                 "delete",
+                                 "Delete things, tags or projects for good, after asking; what "
+                                 "lies in a project stays",
+                                 &runDelete);
+    app.get_subcommand("delete")->add_flag("--yes", deleting->yes, "Do not ask");
 }
 
 }  // namespace kelto::ctl

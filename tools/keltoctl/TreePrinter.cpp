@@ -13,9 +13,15 @@ namespace kelto::ctl {
 
 namespace {
 
+constexpr std::string_view star = "★ ";
 constexpr std::size_t shortIdLength = 8;
-constexpr std::size_t titleWidthLimit = 48;
 constexpr std::size_t badgeWidthLimit = 8;
+constexpr std::size_t gap = 2;
+/// Where lines may be of any length, only longer titles stand out of the column.
+constexpr std::size_t usualTitleEnd = 64;
+/// What is left of a title, and of the tags, before the other is cut.
+constexpr std::size_t leastTitle = 24;
+constexpr std::size_t leastTags = 12;
 
 /// A thing in columns; a project or heading in one text.
 struct Row {
@@ -26,12 +32,13 @@ struct Row {
     std::string id{};
     std::string tags{};
     bool isThing = false;
+    bool isStarred = false;
 };
 
 Row thingRow(const Snapshot& snapshot, const ThingRecord& thing, std::string branch) {
-    Row row{.branch = std::move(branch), .isThing = true};
+    Row row{.branch = std::move(branch), .isThing = true, .isStarred = thing.isStarred};
     row.badge = terminalSafe(badgeText(thing));
-    row.title = (thing.isStarred ? "★ " : "") + terminalSafe(displayTitle(thing));
+    row.title = terminalSafe(displayTitle(thing));
     row.size = thing.fileSize > 0 ? byteCount(thing.fileSize) : "";
     row.id = terminalSafe(thing.id.substr(0, shortIdLength));
     for (const std::string& name : snapshot.tagNames(thing))
@@ -47,32 +54,66 @@ Row projectRow(const LibraryBranch& branch, std::string lines) {
     return row;
 }
 
-std::string aligned(const std::vector<Row>& rows) {
-    std::size_t badgeWidth = 0;
-    std::size_t leftWidth = 0;
-    std::size_t sizeWidth = 0;
+/// Where the columns of a table begin and end.
+struct Columns {
+    std::size_t badge = 0;     ///< width
+    std::size_t titleEnd = 0;  ///< behind branch, badge and title
+    std::size_t size = 0;      ///< width
+};
+
+std::size_t titleBegin(const Row& row, const Columns& columns) {
+    return displayWidth(row.branch) + (row.isThing ? columns.badge + gap : 0);
+}
+
+Columns columnsOf(const std::vector<Row>& rows, const Appearance& appearance) {
+    Columns columns;
+    std::size_t tags = 0;
     for (const Row& row : rows) {
-        sizeWidth = std::max(sizeWidth, displayWidth(row.size));
-        if (row.isThing) badgeWidth = std::max(badgeWidth, displayWidth(row.badge));
+        columns.size = std::max(columns.size, displayWidth(row.size));
+        tags = std::max(tags, displayWidth(row.tags));
+        if (row.isThing) columns.badge = std::max(columns.badge, displayWidth(row.badge));
     }
-    badgeWidth = std::min(badgeWidth, badgeWidthLimit);
-    std::vector<std::string> left;
+    columns.badge = std::min(columns.badge, badgeWidthLimit);
+    std::size_t longest = 0;
     for (const Row& row : rows) {
-        const std::string title =
-            fitted(row.title, std::min(displayWidth(row.title), titleWidthLimit));
-        left.push_back(row.branch + (row.isThing ? fitted(row.badge, badgeWidth) + "  " : "") +
-                       title);
-        leftWidth = std::max(leftWidth, displayWidth(left.back()));
+        const std::size_t end = titleBegin(row, columns) +
+                                (row.isStarred ? displayWidth(star) : 0) + displayWidth(row.title);
+        if (appearance.width || end <= usualTitleEnd) longest = std::max(longest, end);
     }
+    columns.titleEnd = longest;
+    if (!appearance.width) return columns;
+    // Titles take what identifiers and sizes leave, and the longest tags what is left by then.
+    const std::size_t fixed = gap + columns.size + gap + shortIdLength;
+    const std::size_t wanted = tags == 0 ? 0 : gap + std::min(tags, leastTags);
+    const std::size_t room = *appearance.width - std::min(*appearance.width, fixed);
+    const std::size_t beside = room - std::min(room, wanted);
+    columns.titleEnd = std::min(longest, beside >= leastTitle ? beside : room);
+    return columns;
+}
+
+std::string lineOf(const Row& row, const Columns& columns, const Appearance& appearance) {
+    TerminalLine line(appearance);
+    line.add(row.branch, Style::faint);
+    if (row.isThing) line.add(cutTo(row.badge, columns.badge), Style::label);
+    line.advanceTo(titleBegin(row, columns));
+    if (row.isStarred) line.add(star, Style::star);
+    const std::size_t room = columns.titleEnd - std::min(columns.titleEnd, line.column());
+    line.add(appearance.width ? cutTo(row.title, room) : row.title,
+             row.isThing ? Style::plain : Style::strong);
+    const std::size_t end = std::max(line.column(), columns.titleEnd);
+    line.advanceTo(end + gap + columns.size - displayWidth(row.size));
+    line.add(row.size);
+    line.advanceTo(end + gap + columns.size + gap);
+    line.add(row.id, Style::faint);
+    line.advanceTo(line.column() + gap);
+    line.add(row.tags, Style::tag);
+    return line.text();
+}
+
+std::string aligned(const std::vector<Row>& rows, const Appearance& appearance) {
+    const Columns columns = columnsOf(rows, appearance);
     std::string text;
-    for (std::size_t at = 0; at < rows.size(); ++at) {
-        const Row& row = rows[at];
-        const std::string indent(sizeWidth - displayWidth(row.size), ' ');
-        std::string line = fitted(left[at], leftWidth) + "  " + indent + row.size + "  " + row.id;
-        if (!row.tags.empty()) line += "  " + row.tags;
-        line.erase(line.find_last_not_of(' ') + 1);
-        text += line + "\n";
-    }
+    for (const Row& row : rows) text += lineOf(row, columns, appearance);
     return text;
 }
 
@@ -156,19 +197,21 @@ void addBranchMembers(JsonMembers& members, const LibraryBranch& branch, const S
 
 }  // namespace
 
-std::string printedTree(const Snapshot& snapshot) {
+std::string printedTree(const Snapshot& snapshot, const Appearance& appearance) {
     TreeRows tree(snapshot);
     tree.rows.push_back({.title = "Library"});
     tree.addBranch(libraryTree(snapshot), "");
     tree.addTrash();
-    return aligned(tree.rows) + "\n" + totals(snapshot);
+    return aligned(tree.rows, appearance) + "\n" + totals(snapshot);
 }
 
-std::string printedList(const Snapshot& snapshot, const std::vector<const ThingRecord*>& things) {
+std::string printedList(const Snapshot& snapshot,
+                        const std::vector<const ThingRecord*>& things,
+                        const Appearance& appearance) {
     std::vector<Row> rows;
     rows.reserve(things.size());
     for (const ThingRecord* thing : things) rows.push_back(thingRow(snapshot, *thing, ""));
-    return aligned(rows);
+    return aligned(rows, appearance);
 }
 
 JsonValue treeDocument(const Snapshot& snapshot) {

@@ -5,7 +5,10 @@
 
 #include "tools/keltoctl/Bridge.hpp"
 #include "tools/keltoctl/Commands.hpp"
+#include "tools/keltoctl/GeneratedFiles.hpp"
 #include "tools/keltoctl/Refusal.hpp"
+#include "tools/keltoctl/Suggestion.hpp"
+#include "tools/keltoctl/TerminalText.hpp"
 
 namespace {
 
@@ -26,13 +29,59 @@ int run(const Command& command, HostOptions options) {
     }
 }
 
+/// The commands that were given, from the outermost on.
+std::vector<std::string> givenCommands(const CLI::App* app) {
+    std::vector<std::string> words;
+    while (!app->get_subcommands().empty()) {
+        app = app->get_subcommands().front();
+        words.push_back(app->get_name());
+    }
+    return words;
+}
+
 std::string usageSentence(const CLI::App* app, const CLI::Error& error) {
+    const std::vector<std::string> words = givenCommands(app);
     const std::vector<std::string> unknown = app->remaining(true);
-    const bool lacksCommand = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
-    const std::string what = lacksCommand && app->get_subcommands().empty() && !unknown.empty()
-                                 ? "“" + unknown.front() + "” is not a command"
-                                 : error.what();
-    return "keltoctl: " + what + " (keltoctl --help shows the commands).\n";
+    const bool lacksWord = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr ||
+                           dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    if (lacksWord && !unknown.empty()) {
+        const ToolDescription tool = describe(*app, KELTOCTL_VERSION);
+        return "keltoctl: " + terminalSafe(unknownWordSentence(tool, words, unknown.front())) +
+               "\n";
+    }
+    std::string command = "keltoctl";
+    for (const std::string& word : words) command += " " + word;
+    return "keltoctl: " + terminalSafe(error.what()) + " (“" + command +
+           " --help” shows what it takes).\n";
+}
+
+void addGeneralOptions(CLI::App& app, HostOptions& options) {
+    app.add_flag("--json", options.json, "Print one JSON document instead of text");
+    app.add_flag("--no-refresh",
+                 options.noRefresh,
+                 "Work on the last answer without asking for the library's present state");
+    const std::map<std::string, ColourWish> wishes{{"auto", ColourWish::automatic},
+                                                   {"always", ColourWish::always},
+                                                   {"never", ColourWish::never}};
+    std::vector<std::string> names;
+    for (const auto& [name, wish] : wishes) names.push_back(name);
+    app.add_option_function<std::string>(
+           "--color",
+           [&options, wishes](const std::string& name) { options.colour = wishes.at(name); },
+           "Colours; auto has them on a terminal")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember(names));
+}
+
+int generate(std::string_view name, const ToolDescription& tool) {
+    const auto text = generatedFile(name, tool);
+    if (!text) {
+        Host::complain("--generate makes man, bash, zsh or fish.");
+        return exitStatus::wrongUsage;
+    }
+    const bool isWritten = std::fwrite(text->data(), 1, text->size(), stdout) == text->size() &&
+                           std::fflush(stdout) == 0;
+    return isWritten ? exitStatus::done : exitStatus::refused;
 }
 
 }  // namespace
@@ -45,10 +94,7 @@ int main(int argc, char** argv) {
     app.fallthrough();
     app.failure_message(&usageSentence);
     HostOptions options;
-    app.add_flag("--json", options.json, "Print one JSON document instead of text");
-    app.add_flag("--no-refresh",
-                 options.noRefresh,
-                 "Work on the last answer without asking for the library's present state");
+    addGeneralOptions(app, options);
 
     Command command;
     addFolderCommands(app, command);
@@ -57,8 +103,13 @@ int main(int argc, char** argv) {
     addEditingCommands(app, command);
     addTrashCommands(app, command);
     addExchangeCommands(app, command);
+    addJudgingCommands(app, command);
     addDoctorCommand(app, command);
     addBackupCommands(app, command);
+    // For the build, not for people: no option of it is shown anywhere.
+    if (argc == 3 && std::string_view(argv[1]) == "--generate") {
+        return generate(argv[2], describe(app, KELTOCTL_VERSION));
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -45,8 +45,10 @@ DetachedTask answer(MainExecutor& mainExecutor,
 
 /// The first place from `place` on where a text may be cut without cutting a character. In what is
 /// not UTF-8 a cut may lie anywhere: one of the parts is malformed in any case. So it looks no
-/// farther than a character is long, however many bytes look like the inside of one.
+/// farther than a character is long, however many bytes look like the inside of one. Nothing stands
+/// before the beginning, so that is always such a place.
 std::size_t cutFrom(std::size_t place, std::string_view text) {
+    if (place == 0) return 0;
     const auto continues = [&](std::size_t at) {
         return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
     };

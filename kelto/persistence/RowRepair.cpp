@@ -103,13 +103,13 @@ bool RowRepair::openCycle(const StoreFinding& finding) {
 bool RowRepair::renumberDuplicate(const StoreFinding& finding) {
     const std::string column = quoted(finding.column);
     const std::string table = quoted(finding.entity);
-    SqliteStatement older(database_,
-                          "SELECT count(*) FROM " + table + " AS mine JOIN " + table +
-                              " AS other ON other." + column + " = mine." + column +
-                              " AND other.\"id\" < mine.\"id\" WHERE mine.\"id\" = ?");
-    older.integer(0, finding.row);
-    if (!older.step() || older.integer(0) == 0) return false;
-    older.reset();
+    SqliteStatement value(database_, "SELECT " + column + " FROM " + table + " WHERE \"id\" = ?");
+    value.integer(0, finding.row);
+    if (!value.step()) return false;
+    const auto& oldest = oldestRows(finding);
+    const auto older = oldest.find(std::string(textOf(value.blob(0))));
+    if (older == oldest.end() || older->second >= finding.row) return false;
+    value.reset();
     writeDown(finding.entity, finding.row, finding.column);
     const Uuid uuid = random_.uuid();
     SqliteStatement update = change(finding);
@@ -117,6 +117,19 @@ bool RowRepair::renumberDuplicate(const StoreFinding& finding) {
     update.integer(1, finding.row);
     update.run();
     return true;
+}
+
+const RowRepair::OldestRows& RowRepair::oldestRows(const StoreFinding& finding) {
+    const auto [place, isNew] = oldestRows_.try_emplace(finding.entity + "." + finding.column);
+    if (!isNew) return place->second;
+    // One look for all: a library may hold every item twice, no index leads to an identifier, and
+    // nobody can write meanwhile. The oldest one keeps its identifier, so it stays the oldest.
+    const std::string column = quoted(finding.column);
+    SqliteStatement select(database_,
+                           "SELECT " + column + ", min(\"id\") FROM " + quoted(finding.entity) +
+                               " GROUP BY " + column + " HAVING count(*) > 1");
+    while (select.step()) place->second.emplace(textOf(select.blob(0)), select.integer(1));
+    return place->second;
 }
 
 bool RowRepair::mendValue(const StoreFinding& finding) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 
 #include "kelto/foundation/Json.hpp"
 #include "kelto/persistence/Schema.hpp"
@@ -40,12 +41,16 @@ private:
     [[nodiscard]] const EntityDescription* findEntity(const std::string& name) const;
     /// A statement that changes the value of a column (parameter 0) in a row (parameter 1).
     [[nodiscard]] SqliteStatement change(const StoreFinding& finding);
+    /// For each value of the finding's column that stands in several rows the oldest of these.
+    using OldestRows = std::unordered_map<std::string, std::int64_t>;
+    [[nodiscard]] const OldestRows& oldestRows(const StoreFinding& finding);
 
     const Schema& schema_;
     SqliteDatabase& database_;
     Clock& clock_;
     Random& random_;
     JsonElements written_;
+    std::unordered_map<std::string, OldestRows> oldestRows_;  // by entity and column
 };
 
 }  // namespace kelto

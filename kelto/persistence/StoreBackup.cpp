@@ -84,14 +84,17 @@ StoreReport StoreBackup::write(const std::string& path, Damaged damaged, const P
 void StoreBackup::fill(const std::string& path, File& file, Damaged damaged) {
     BackupWriter archive(file, clock_.now());
     const PassingFile copy(files_, temporaryPathBeside(path, random_));
+    // Opened once: looking at the database's file, as opening it does, and closing that file again
+    // lets go of all that this process has locked in it.
+    const std::unique_ptr<SqliteDatabase> store = openStoreToLook(files_, storePath_);
     int round = 0;
-    while (++round <= freeRounds && !copyRound(archive, copy.path())) {
+    while (++round <= freeRounds && !copyRound(archive, *store, copy.path())) {
     }
     if (round > freeRounds) {
         // Either files are lost, or others delete faster than they can be copied: now nobody does.
         SqliteDatabase lock(storePath_, SqliteStore::busyLimit);
         lock.run("BEGIN IMMEDIATE");
-        (void)copyRound(archive, copy.path());
+        (void)copyRound(archive, *store, copy.path());
         lock.run("ROLLBACK");
     }
     judge(copy.path());
@@ -104,8 +107,12 @@ void StoreBackup::fill(const std::string& path, File& file, Damaged damaged) {
     archive.finish();
 }
 
-bool StoreBackup::copyRound(BackupWriter& archive, const std::string& copyPath) {
-    copyDatabase(copyPath);
+bool StoreBackup::copyRound(BackupWriter& archive,
+                            SqliteDatabase& store,
+                            const std::string& copyPath) {
+    files_.remove(copyPath);
+    (void)files_.create(copyPath);  // here rather than by the database: nobody else may read it
+    store.copyTo(copyPath);
     SqliteDatabase copy(copyPath, SqliteStore::busyLimit, SqliteDatabase::Access::readOnly);
     const std::vector<StoredFile> payloads = payloadFilesOf(copy);
     expected_ = archive.size() + files_.status(copyPath)->size;
@@ -118,12 +125,6 @@ bool StoreBackup::copyRound(BackupWriter& archive, const std::string& copyPath) 
         gone_.insert(payload.digest);
     }
     return gone_.empty();
-}
-
-void StoreBackup::copyDatabase(const std::string& copyPath) {
-    files_.remove(copyPath);
-    (void)files_.create(copyPath);  // here rather than by the database: nobody else may read it
-    openStoreToLook(files_, storePath_)->copyTo(copyPath);
 }
 
 bool StoreBackup::copyPayload(BackupWriter& archive, const StoredFile& payload) {

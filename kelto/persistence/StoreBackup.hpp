@@ -48,8 +48,7 @@ public:
 private:
     void fill(const std::string& path, File& file, Damaged damaged);
     /// Copies the database and then the payloads that it names; false when some were not there.
-    bool copyRound(BackupWriter& archive, const std::string& copyPath);
-    void copyDatabase(const std::string& copyPath);
+    bool copyRound(BackupWriter& archive, SqliteDatabase& store, const std::string& copyPath);
     bool copyPayload(BackupWriter& archive, const StoredFile& payload);
     void copyWhole(BackupWriter& archive, const std::string& name, const std::string& path);
     void judge(const std::string& copyPath);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -188,6 +189,9 @@ void StoreInspection::judgeAgain() {
 
 void StoreInspection::dropWhatHasSettled(SqliteDatabase& database, bool nobodyWrites) {
     std::size_t unjudged = 0;
+    // All of the files may be gone, and nobody can write meanwhile: no search for each of them.
+    std::unordered_map<Digest, const StoredFile*> files;
+    for (const StoredFile& file : report_.files) files.emplace(file.digest, &file);
     const auto hasSettled = [&](StoreFinding& finding) {
         if (finding.path.empty()) return false;
         if (finding.kind == Kind::stray || finding.kind == Kind::leftover) {
@@ -199,11 +203,8 @@ void StoreInspection::dropWhatHasSettled(SqliteDatabase& database, bool nobodyWr
                    (finding.digest && isNamed(database, *finding.digest));
         }
         if (!isNamed(database, *finding.digest)) return true;
-        const auto file =
-            std::find_if(report_.files.begin(), report_.files.end(), [&](const auto& one) {
-                return one.digest == finding.digest;
-            });
-        const auto state = stateOfPayloadFile(files_, finding.path, *file, {});
+        const StoredFile& file = *files.at(*finding.digest);
+        const auto state = stateOfPayloadFile(files_, finding.path, file, {});
         if (state == PayloadFileState::sound) return true;
         const bool isMissing = state == PayloadFileState::missing;
         finding.kind = isMissing ? Kind::missingPayload : Kind::damagedPayload;

@@ -17,6 +17,7 @@
 namespace kelto {
 namespace {
 
+using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -110,6 +111,17 @@ TEST_F(ExchangeDispatch, RepairsARequestThatIsNotUtf8) {
     dispatch(echo, "a\xE2\x80z");
     fake.mainExecutor->runUntilIdle();
     EXPECT_EQ(answers.at(0).response, "a\uFFFDz");
+}
+
+TEST_F(ExchangeDispatch, RepairsTheFirstBytesOfARequestToo) {
+    for (const std::string& inside : {"\x80"s, "\xBF\x80"s, "\x80\x80\x80"s, "\x80\x80\x80\x80"s}) {
+        answers.clear();
+        dispatch(echo, inside + "{}");
+        fake.mainExecutor->runUntilIdle();
+        std::string repaired;
+        for (std::size_t i = 0; i < inside.size(); ++i) repaired += "\uFFFD";
+        EXPECT_EQ(answers.at(0).response, repaired + "{}");
+    }
 }
 
 TEST_F(ExchangeDispatch, PassesAnEmptyRequestOn) {

@@ -136,6 +136,42 @@ TEST_F(RepeatedRequest, BringsBackALargePayloadThatTheStoreHasLost) {
     EXPECT_EQ(library.received(id, "data"), bytes);
 }
 
+TEST_F(RepeatedRequest, SeesEachOfSeveralFilesChange) {
+    const std::vector<std::string> keys{"data", "thumbnail", "icon"};
+    RecordBuilder record = thing();
+    for (const std::string& key : keys) record.with(key, library.putFile(key, "first"));
+    const RequestBuilder request = RequestBuilder().record(record);
+    (void)exchange(request);
+    for (const std::string& key : keys) {
+        (void)exchange(request);
+        EXPECT_EQ(recordsRead, 0);
+        library.putFile(key, "other " + key);
+        (void)exchange(request);
+        EXPECT_EQ(library.received(id, key), "other " + key);
+    }
+}
+
+TEST_F(RepeatedRequest, SeesAFileBehindALinkChange) {
+    library.putFile("file", "first");
+    const std::string link = library.exchangeFolder() + "/link";
+    std::filesystem::create_symlink("file", link);
+    const RequestBuilder request = RequestBuilder().record(thing().with("data", link));
+    (void)exchange(request);
+    (void)exchange(request);
+    library.putFile("file", "other");
+    (void)exchange(request);
+    EXPECT_EQ(library.received(id, "data"), "other");
+}
+
+TEST_F(RepeatedRequest, RefusesAFileOfTheFormerFolder) {
+    RequestBuilder request =
+        RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
+    (void)exchange(request);
+    const std::string other = library.platform().folder.path("other");
+    std::filesystem::create_directory(other);
+    EXPECT_EQ(exchange(request.with("directory", other)).error(), "Invalid asset path.");
+}
+
 // --- What others have changed
 // ---------------------------------------------------------------------
 
@@ -373,6 +409,33 @@ TEST_F(RepeatedRequest, KeepsTheOrderOfTheResponse) {
     EXPECT_THAT(exchange(edited).identifiers("Thing"),
                 ElementsAre(identifier(1), identifier(3), identifier(4), identifier(5)));
     EXPECT_EQ(exchange(request).identifiers("Thing").back(), identifier(2));
+}
+
+/// Of a number, the one that was read before may be no more than the beginning.
+TEST_F(RepeatedRequest, PassesOverFingerprintsThatAreNone) {
+    for (const char* none : {"1", "12", "12", "\"1\"", "\"12\"", "null"}) {
+        RequestBuilder request = RequestBuilder().record(thing());
+        request.with("knownFingerprints", JsonValue::parse(none));
+        EXPECT_EQ(exchange(request).error(), "") << none;
+    }
+}
+
+TEST_F(RepeatedRequest, KnowsFingerprintsThatAreWrittenWithEscapes) {
+    const RequestBuilder request =
+        RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
+    RequestBuilder knowing = request;
+    knowing.knownFingerprint(id, exchange(request).string(id, "fingerprint"));
+    std::string text = knowing.text(library.storePath(), library.exchangeFolder());
+    const std::size_t first = text.find("\":\"", text.find("Thing:")) + 3;
+    text.replace(first,
+                 1,
+                 std::string("\\u00") + (text[first] < 'a' ? "3" : "6") +
+                     std::string(1, static_cast<char>('0' + (text[first] & 0xF))));
+    for (int i = 0; i < 3; ++i) {
+        library.clearReceived();
+        EXPECT_FALSE(Response(library.exchangeText(text)).isError());
+        EXPECT_THAT(library.receivedFiles(), IsEmpty());
+    }
 }
 
 // --- How much is recognised

@@ -83,6 +83,20 @@ TEST(SnapshotExport, RemovesNothingWhileAnotherProgramExportsIntoTheFolder) {
     EXPECT_FALSE(exists(left));
 }
 
+TEST(SnapshotExport, LetsNobodyTakeItsFilesForLeftoversWhileItWritesThem) {
+    TestLibrary library;
+    (void)library.exchange();
+    bool mayRemove = true;
+    library.platform().files->beforeNext(FileOperation::create, [&] {
+        const auto other = PosixFileSystem().openFolder(library.receivedFolder());
+        mayRemove = other->hold(Folder::Hold::alone);
+    });
+    const std::string path = library.putFile("file", "bytes");
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(id).with("data", path)));
+    EXPECT_EQ(library.received(id, "data"), "bytes");
+    EXPECT_FALSE(mayRemove);
+}
+
 TEST(SnapshotExport, RemovesNoLeftoversThroughALink) {
     TestLibrary library;
     const std::string elsewhere = library.exchangeFolder() + "/elsewhere";

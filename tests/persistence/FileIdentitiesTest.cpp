@@ -338,6 +338,33 @@ TEST_F(FileIdentityTableTest, KnowsRegularFilesOnly) {
     EXPECT_EQ(identities.find(folder), nullptr);
 }
 
+/// Each of them alone: on most file systems the time of change would tell of all the others.
+TEST_F(FileIdentityTableTest, KnowsNoFileOfWhichOneNumberIsAnother) {
+    FileIdentities identities(database, clock);
+    identities.remember(file(1), digest);
+    for (const auto number : {&FileStatus::device, &FileStatus::inode, &FileStatus::size}) {
+        FileStatus other = file(1);
+        ++(other.*number);
+        EXPECT_EQ(identities.find(other), nullptr);
+    }
+    for (const auto time : {&FileStatus::modifiedNanoseconds, &FileStatus::changedNanoseconds}) {
+        FileStatus other = file(1);
+        ++(other.*time);
+        EXPECT_EQ(identities.find(other), nullptr);
+    }
+    EXPECT_NE(identities.find(file(1)), nullptr);
+}
+
+TEST_F(FileIdentityTableTest, TrustsAFileWhenBothOfItsTimesAreOld) {
+    FileIdentities identities(database, clock);
+    EXPECT_TRUE(identities.isTrustworthy(file(1)));
+    for (const auto time : {&FileStatus::modifiedNanoseconds, &FileStatus::changedNanoseconds}) {
+        FileStatus young = file(1);
+        young.*time = 999'000'000'000;  // a second before now
+        EXPECT_FALSE(identities.isTrustworthy(young));
+    }
+}
+
 TEST_F(FileIdentityTableTest, ReplacesTheEntryOfAFileThatHasChanged) {
     FileIdentities identities(database, clock);
     identities.remember(file(1), digest);

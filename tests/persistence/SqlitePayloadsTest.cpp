@@ -359,6 +359,20 @@ TEST_F(SqlitePayloadsTest, TakesLostBytesBackWhenTheyComeAgain) {
     EXPECT_EQ(library.bytes(payload), large);
 }
 
+TEST_F(SqlitePayloadsTest, FlushesBytesThatComeAgainBeforeTheyTakeTheirPlace) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, large).data();
+    context.save();
+    const std::string path = joinedPath(library.externalFolder(), payload.digest.hex());
+    library.files().remove(path);
+    bool isFlushedFirst = false;
+    library.files().beforeNext(FileOperation::fileSync,
+                               [&] { isFlushedFirst = !library.files().status(path); });
+    (void)library.keep(context, large);
+    EXPECT_TRUE(isFlushedFirst) << "a row that is committed names them";
+    EXPECT_TRUE(library.files().status(path));
+}
+
 TEST_F(SqlitePayloadsTest, LeavesWhatIsNotItsOwnInTheExternalFolder) {
     SeededRandom random(7);
     writeAtomically(library.files(),

@@ -1,6 +1,8 @@
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -177,6 +179,18 @@ TEST_F(SqliteStoreTest, RefusesToWriteIntoAFileThatWasMovedAway) {
     ModelContext next(library.container());
     EXPECT_THAT([&] { next.insert<Thing>(ThingKind::note, "lost"); },
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr("moved or replaced")));
+}
+
+TEST_F(SqliteStoreTest, WaitsForAnotherProgramThatIsSaving) {
+    SqliteDatabase other(library.storePath(), std::chrono::milliseconds(0));
+    other.run("BEGIN IMMEDIATE");
+    std::thread saving([&other] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        other.run("COMMIT");
+    });
+    ModelContext mine(library.container());
+    EXPECT_NO_THROW(mine.insert<Thing>(ThingKind::note, "mine"));
+    saving.join();
 }
 
 TEST_F(SqliteStoreTest, RefusesAStoreThatANewerVersionHasTakenOver) {

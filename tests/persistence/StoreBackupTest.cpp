@@ -1,5 +1,8 @@
 #include <filesystem>
+#include <functional>
+#include <vector>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +12,7 @@
 #include "kelto/persistence/StoreBackup.hpp"
 #include "kelto/persistence/StoreInspection.hpp"
 #include "kelto/persistence/StoreRestore.hpp"
+#include "kelto/platform/linux/FileDescriptor.hpp"
 #include "kelto/platform/linux/PosixFileSystem.hpp"
 #include "tests/persistence/DamagedStore.hpp"
 
@@ -23,6 +27,25 @@ using testing::SizeIs;
 using testing::ThrowsMessage;
 
 constexpr const char* marker = "Account";
+
+/// Looks at the locks in files, as another process would see them. The files stay open as long as
+/// it lives: closing one would let go of this process's own locks in it.
+class LockProbe {
+public:
+    [[nodiscard]] bool isLocked(const std::string& path, off_t start, off_t length) {
+        const FileDescriptor& file = files_.emplace_back(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        lock.l_whence = SEEK_SET;
+        lock.l_start = start;
+        lock.l_len = length;
+        EXPECT_EQ(::fcntl(file.number(), F_OFD_GETLK, &lock), 0);
+        return lock.l_type != F_UNLCK;
+    }
+
+private:
+    std::vector<FileDescriptor> files_;
+};
 
 class StoreBackupTest : public DamagedStore {
 protected:
@@ -122,6 +145,29 @@ TEST_F(StoreBackupTest, BeginsAgainWhenAFileGoesMeanwhile) {
     EXPECT_THAT(kinds(report), IsEmpty());
     EXPECT_EQ(report.files.size(), 2U);
     EXPECT_EQ(report.payloadBytes, small.size() + 2 * large.size() + 8);
+}
+
+// Without its lock in the database's file, a program that closes the store would take itself for
+// the last one and remove the log, the lock of all writers with it.
+TEST_F(StoreBackupTest, KeepsItsLocksToTheEndOfTheLastRound) {
+    library.close();
+    std::filesystem::remove(largeFile());
+    LockProbe probe;
+    int looks = 0;
+    // Where SQLite's file formats have the lock of readers and, in the log's index, of the writer.
+    const auto isWriting = [&] { return probe.isLocked(library.storePath() + "-shm", 120, 1); };
+    const auto isOpen = [&] { return probe.isLocked(library.storePath(), 0x40000002, 510); };
+    std::function<void()> look = [&] {
+        if (exists(library.storePath() + "-shm") && isWriting()) {
+            ++looks;
+            EXPECT_TRUE(isOpen()) << "when a file was opened under the write lock";
+        }
+        library.files().beforeNext(FileOperation::openForReading, look);
+    };
+    look();
+    EXPECT_THAT(kinds(backUp(StoreBackup::Damaged::write)), ElementsAre("missingPayload"));
+    library.files().beforeNext(FileOperation::openForReading, nullptr);
+    EXPECT_GT(looks, 0);
 }
 
 TEST_F(StoreBackupTest, SaysWhatIsDamagedAndWritesItOnlyWhenWanted) {

@@ -112,6 +112,20 @@ TEST_F(StoreRepairTest, GivesTheYoungerOfTwoAnIdentifierOfItsOwn) {
     EXPECT_EQ(library.number("SELECT count(DISTINCT uuid) FROM Thing"), 2);
 }
 
+TEST_F(StoreRepairTest, GivesAllButTheOldestOfManyAnIdentifierOfTheirOwn) {
+    {
+        ModelContext context(library.container());
+        for (int i = 0; i < 50; ++i) context.insert<Thing>(ThingKind::note, "again");
+        context.save();
+    }
+    execute("UPDATE Thing SET uuid = (SELECT uuid FROM Thing WHERE title = 'Plan')");
+    execute("CREATE TABLE oldest AS SELECT min(id) AS id, uuid FROM Thing");
+    EXPECT_EQ(repair().done, 51U);
+    EXPECT_THAT(kinds(inspect()), IsEmpty());
+    EXPECT_EQ(library.number("SELECT count(DISTINCT uuid) FROM Thing"), 52);
+    EXPECT_EQ(library.number("SELECT count(*) FROM Thing NATURAL JOIN oldest"), 1);
+}
+
 TEST_F(StoreRepairTest, PutsPlainValuesWhereNoneCanBeShown) {
     execute(
         "UPDATE Thing SET updatedAt = 1e300, aspectRatio = 9e999, note = CAST(x'41ff' AS TEXT) "

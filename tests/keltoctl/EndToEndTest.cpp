@@ -252,25 +252,10 @@ TEST_F(KeltoctlTest, TellsWrongUsageFromARefusal) {
 }
 
 TEST_F(KeltoctlTest, HelpsWithEveryCommand) {
-    for (const char* command : {"import",
-                                "export",
-                                "tree",
-                                "list",
-                                "show",
-                                "add",
-                                "edit",
-                                "tag",
-                                "move",
-                                "trash",
-                                "restore",
-                                "delete",
-                                "exchange",
-                                "status",
-                                "group-path",
-                                "available",
-                                "doctor",
-                                "backup",
-                                "restore-backup"}) {
+    for (const char* command :
+         {"import",     "export",    "tree",   "list",    "show",           "add",      "edit",
+          "tag",        "move",      "trash",  "restore", "delete",         "exchange", "status",
+          "group-path", "available", "doctor", "backup",  "restore-backup", "page"}) {
         const Outcome help = run({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_THAT(help.output, HasSubstr("Usage: ")) << command;

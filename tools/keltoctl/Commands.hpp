@@ -17,5 +17,6 @@ void addTrashCommands(CLI::App& app, Command& chosen);     ///< trash, restore, 
 void addExchangeCommands(CLI::App& app, Command& chosen);  ///< exchange, status, …
 void addBackupCommands(CLI::App& app, Command& chosen);    ///< backup, restore-backup
 void addDoctorCommand(CLI::App& app, Command& chosen);     ///< doctor
+void addPageCommand(CLI::App& app, Command& chosen);       ///< page
 
 }  // namespace kelto::ctl

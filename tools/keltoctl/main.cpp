@@ -59,6 +59,7 @@ int main(int argc, char** argv) {
     addExchangeCommands(app, command);
     addDoctorCommand(app, command);
     addBackupCommands(app, command);
+    addPageCommand(app, command);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -253,9 +253,10 @@ TEST_F(KeltoctlTest, TellsWrongUsageFromARefusal) {
 
 TEST_F(KeltoctlTest, HelpsWithEveryCommand) {
     for (const char* command :
-         {"import",   "export", "tree",       "list",      "show",   "add",    "edit",
-          "tag",      "move",   "trash",      "restore",   "delete", "diff",   "explain",
-          "exchange", "status", "group-path", "available", "doctor", "backup", "restore-backup"}) {
+         {"import", "export",  "tree",           "list",   "show",       "add",
+          "edit",   "tag",     "move",           "trash",  "restore",    "delete",
+          "diff",   "explain", "exchange",       "status", "group-path", "available",
+          "doctor", "backup",  "restore-backup", "page"}) {
         const Outcome help = run({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_THAT(help.output, HasSubstr("Usage: ")) << command;

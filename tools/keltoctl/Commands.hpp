@@ -18,6 +18,7 @@ void addExchangeCommands(CLI::App& app, Command& chosen);  ///< exchange, status
 void addBackupCommands(CLI::App& app, Command& chosen);    ///< backup, restore-backup
 void addJudgingCommands(CLI::App& app, Command& chosen);   ///< diff, explain
 void addDoctorCommand(CLI::App& app, Command& chosen);     ///< doctor
+void addPageCommand(CLI::App& app, Command& chosen);       ///< page
 
 /// The option of every command that changes something.
 inline void addDryRun(CLI::App& command, bool& isOnlyTried) {

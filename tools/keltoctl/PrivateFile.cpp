@@ -11,6 +11,7 @@
 #include "kelto/foundation/FilePath.hpp"
 #include "tools/keltoctl/FileDescriptor.hpp"
 #include "tools/keltoctl/Refusal.hpp"
+#include "tools/keltoctl/ReplacementFile.hpp"
 
 namespace kelto::ctl {
 
@@ -21,35 +22,6 @@ constexpr std::size_t bufferBytes = 1 << 16;
 [[noreturn]] void refuse(std::string_view verb, const std::string& path, int errorNumber) {
     throw Refusal(fileSentence(verb, path, errorNumber));
 }
-
-/// The name of a file beside the target that becomes the target by being renamed. Removed again
-/// unless that happened.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string& target) : path_(target + ".XXXXXX") {
-        descriptor_ = FileDescriptor(::mkostemp(path_.data(), O_CLOEXEC));  // made with mode 0600
-        if (!descriptor_) refuse("write", target, errno);
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile() {
-        if (!renamed_) ::unlink(path_.c_str());
-    }
-
-    [[nodiscard]] bool fill(std::string_view text) {
-        return writeAll(descriptor_.number(), text) && ::fsync(descriptor_.number()) == 0 &&
-               descriptor_.close();
-    }
-    [[nodiscard]] bool becomes(const std::string& target) {
-        renamed_ = ::rename(path_.c_str(), target.c_str()) == 0;
-        return renamed_;
-    }
-
-private:
-    std::string path_;
-    FileDescriptor descriptor_;
-    bool renamed_ = false;
-};
 
 }  // namespace
 
@@ -90,12 +62,8 @@ std::int64_t fileSize(const std::string& path) {
 }
 
 void writeFileAtomically(const std::string& path, std::string_view text) {
-    TemporaryFile temporary(path);
-    if (!temporary.fill(text) || !temporary.becomes(path)) refuse("write", path, errno);
-    // Without this a power cut could bring the old name back, which is no harm but a surprise.
-    const std::string folder(withoutLastPathComponent(path));
-    const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened) ::fsync(opened.number());
+    ReplacementFile file(path);
+    if (!file || !file.write(text) || !file.takePlace()) refuse("write", path, errno);
 }
 
 void makePrivateFolder(const std::string& path) {

@@ -106,6 +106,7 @@ int main(int argc, char** argv) {
     addJudgingCommands(app, command);
     addDoctorCommand(app, command);
     addBackupCommands(app, command);
+    addPageCommand(app, command);
     // For the build, not for people: no option of it is shown anywhere.
     if (argc == 3 && std::string_view(argv[1]) == "--generate") {
         return generate(argv[2], describe(app, KELTOCTL_VERSION));

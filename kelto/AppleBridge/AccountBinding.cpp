@@ -48,9 +48,7 @@ void bindToAccount(FileSystem& files,
         }
     }
     if (readMarker(files, marker) != accountName) {
-        throw BridgeError(
-            "This library belongs to another iCloud account. Sign back into that account to resume "
-            "sync.");
+        throw BridgeError(BridgeRefusal::otherAccount);
     }
 }
 

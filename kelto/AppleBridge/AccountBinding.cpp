@@ -31,9 +31,7 @@ std::string readMarker(FileSystem& files, const std::string& path) {
 
 void requireMarked(FileSystem& files, const std::string& marker, std::string_view accountName) {
     if (readMarker(files, marker) == accountName) return;
-    throw BridgeError(
-        "This library belongs to another iCloud account. Sign back into that account to resume "
-        "sync.");
+    throw BridgeError(BridgeRefusal::otherAccount);
 }
 
 }  // namespace

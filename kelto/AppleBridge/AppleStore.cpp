@@ -34,10 +34,22 @@ AppleStore& AppleStore::shared() {
 AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
 Task<LargeText> AppleStore::exchange(LargeText text) {
-    StageWatch watch(*platform_.clock);
-    ExchangeStages stages;
+    ExchangeReport report(*platform_.diagnostics, *platform_.clock, ++exchangeCount_);
+    try {
+        LargeText response = co_await answer(std::move(text), report);
+        report.answered(response.size());
+        lastStages_ = report.stages();
+        co_return response;
+    } catch (const std::exception& error) {
+        report.refused(error);
+        throw;
+    }
+}
+
+Task<LargeText> AppleStore::answer(LargeText text, ExchangeReport& report) {
+    const std::size_t bytes = text.size();
     ExchangeRequest request(std::move(text), requestMemory_);
-    stages.reading = watch.lap();
+    report.received(bytes, request.records().size());
     requireProvisioned();
     const std::string fixedPath = fixedStorePath(request);
     const std::string account = co_await accountName();
@@ -45,7 +57,7 @@ Task<LargeText> AppleStore::exchange(LargeText text) {
     // From here on nothing waits: no other exchange can come between.
     bindToAccount(
         *platform_.files, *platform_.random, withoutLastPathComponent(fixedPath), account);
-    co_return mergedSnapshot(container(request, fixedPath), request, watch, stages);
+    co_return mergedSnapshot(container(request, fixedPath), request, report);
 }
 
 Task<Rehearsal> AppleStore::rehearse(LargeText text, std::string scratchFolder) const {
@@ -60,28 +72,26 @@ Task<Rehearsal> AppleStore::rehearse(LargeText text, std::string scratchFolder) 
 
 void AppleStore::requireProvisioned() const {
     if (cloudAvailable(platform_) == 0) {
-        throw BridgeError("This build is not provisioned for iCloud.");
+        throw BridgeError(BridgeRefusal::notProvisioned);
     }
 }
 
 LargeText AppleStore::mergedSnapshot(ModelContainer& library,
                                      ExchangeRequest& request,
-                                     StageWatch& watch,
-                                     ExchangeStages& stages) {
+                                     ExchangeReport& report) {
     ModelContext context(library);
     try {
         HostMerge merge(context, request, *platform_.files, index_);
         merge.begin();
-        stages.opening = watch.lap();
+        report.opened();
         merge.merge();
-        stages.merging = watch.lap();
+        report.merged(merge.counts());
         auto memory = merge.save();
-        stages.saving = watch.lap();
+        report.saved();
         auto response = exportedSnapshot(library, request);
         std::move(request).moveInto(*memory);
         requestMemory_ = std::move(memory);
-        stages.exporting = watch.lap();
-        lastStages_ = stages;
+        report.exported(library.objectCount());
         return response;
     } catch (...) {
         requestMemory_.reset();
@@ -120,12 +130,12 @@ std::string AppleStore::fixedStorePath(const ExchangeRequest& request) const {
         const std::string requested = standardizedPath(absolutePath(files, request.storePath()));
         if (requested == expected) return expected;
     }
-    throw BridgeError("The iCloud store must be in Kelto’s App Group.");
+    throw BridgeError(BridgeRefusal::wrongStorePath);
 }
 
 void AppleStore::requireSamePath(const ExchangeRequest& request) const {
     if (storePath_ && *storePath_ != request.storePath()) {
-        throw BridgeError("The native store is already open at a different location.");
+        throw BridgeError(BridgeRefusal::otherStorePath);
     }
 }
 
@@ -135,7 +145,7 @@ Task<std::string> AppleStore::accountName() const {
         *platform_.mainExecutor,
         [&service](auto completion) { service.accountStatus(std::move(completion)); });
     if (status != AccountStatus::available) {
-        throw BridgeError("Sign in to iCloud in System Settings to sync.");
+        throw BridgeError(BridgeRefusal::notSignedIn);
     }
     const auto recordName = co_await ServiceCall<std::optional<std::string>>(
         *platform_.mainExecutor,

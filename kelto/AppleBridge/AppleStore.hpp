@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "kelto/AppleBridge/ExchangeRehearsal.hpp"
+#include "kelto/AppleBridge/ExchangeReport.hpp"
 #include "kelto/AppleBridge/ExchangeStages.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
@@ -51,6 +53,8 @@ private:
     void requireProvisioned() const;
     /// The store is opened once, and never at another path.
     void requireSamePath(const ExchangeRequest& request) const;
+    /// The exchange itself; the report outlives it.
+    [[nodiscard]] Task<LargeText> answer(LargeText request, ExchangeReport& report);
     /// The store's own location; a request that names another is refused.
     [[nodiscard]] std::string fixedStorePath(const ExchangeRequest& request) const;
     [[nodiscard]] Task<std::string> accountName() const;
@@ -61,8 +65,7 @@ private:
     /// Merges the host's records and answers the snapshot. Waits for nobody.
     [[nodiscard]] LargeText mergedSnapshot(ModelContainer& library,
                                            ExchangeRequest& request,
-                                           StageWatch& watch,
-                                           ExchangeStages& stages);
+                                           ExchangeReport& report);
 
     /// The answer, with the files of what the host does not hold.
     [[nodiscard]] LargeText exportedSnapshot(ModelContainer& library,
@@ -80,6 +83,7 @@ private:
     std::shared_ptr<const RequestMemory> requestMemory_;
     std::string sweptDirectory_;  // the exchange folder that was last rid of leftovers
     ExchangeStages lastStages_;
+    std::int64_t exchangeCount_ = 0;
 };
 
 }  // namespace kelto

@@ -67,7 +67,8 @@ std::optional<IncomingFile> AssetReader::placedFile(std::string_view path) {
 
 IncomingFile AssetReader::resolvedFile(std::string_view path) {
     const Location location = located(path);
-    if (!location.path.starts_with(directoryPrefix())) throw BridgeError("Invalid asset path.");
+    if (!location.path.starts_with(directoryPrefix()))
+        throw BridgeError(BridgeRefusal::invalidAssetPath);
     // Never opened by a path whose links are not known: one of them could lead out of the folder.
     if (!location.isResolved) throw PlatformError::fileRead(location.path, ENOENT);
     const auto folder = files_.openFolder(withoutLastPathComponent(location.path));

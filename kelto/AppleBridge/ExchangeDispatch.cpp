@@ -26,7 +26,7 @@ Task<LargeText> responseOrEnvelope(ExchangeFunction exchange, LargeText request)
     } catch (const std::exception& error) {
         co_return errorEnvelope(error);
     } catch (...) {
-        co_return errorEnvelope(BridgeError("The exchange failed for an unknown reason."));
+        co_return errorEnvelope(BridgeError(BridgeRefusal::unknownReason));
     }
 }
 

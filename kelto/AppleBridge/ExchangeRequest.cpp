@@ -14,7 +14,7 @@ namespace kelto {
 namespace {
 
 BridgeError invalidRequest() {
-    return BridgeError("Invalid bridge request.");
+    return BridgeError(BridgeRefusal::invalidRequest);
 }
 
 /// Lengths of texts are kept in 32 bits, so a longer request is refused before it is read.

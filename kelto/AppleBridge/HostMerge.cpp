@@ -19,7 +19,7 @@ namespace {
 Uuid identifierOf(const Record& record) {
     if (record.seen() != nullptr) return record.seen()->identifier;
     if (const auto identifier = record.optionalUUID(RecordKey::uuid)) return *identifier;
-    throw BridgeError("Invalid record identifier.");
+    throw BridgeError(BridgeRefusal::invalidIdentifier);
 }
 
 RecordType typeOf(const Record& record) {
@@ -28,7 +28,7 @@ RecordType typeOf(const Record& record) {
     if (type == "Project") return RecordType::project;
     if (type == "Tag") return RecordType::tag;
     if (type == "Thing") return RecordType::thing;
-    throw BridgeError("Unknown iCloud record type.");
+    throw BridgeError(BridgeRefusal::unknownRecordType);
 }
 
 /// Only live records are remembered.
@@ -124,6 +124,7 @@ Model& HostMerge::findOrCreate(UniqueIndex<Model>& index,
     if (!isNew) return *place->second;
     place->second = &context_.insert<Model>(std::forward<Arguments>(arguments)...);
     place->second->setUuid(identifier);
+    ++counts_.created;
     if constexpr (!std::is_same_v<Model, Thing>) index_.noteChangedStructure();
     return *place->second;
 }
@@ -136,6 +137,7 @@ void HostMerge::updateFields() {
         SeenRecord& note = notes_.at(place++);
         if (isSettled(record, note)) {
             notes_.repeat(note, *record.seen(), *request_.memory());
+            ++counts_.skipped;
             continue;
         }
         notes_.begin(note);
@@ -214,6 +216,7 @@ std::optional<FileStatus> HostMerge::statusOfFile(std::size_t number) {
 }
 
 void HostMerge::updateProject(Project& project, const Record& record) {
+    ++counts_.applied;
     project.setName(record.string(RecordKey::name));
     project.setSortOrder(record.integer(RecordKey::sortOrder));
     project.setCreatedAt(record.date(RecordKey::createdAt));
@@ -229,6 +232,7 @@ void HostMerge::updateProject(Project& project, const Record& record) {
 }
 
 void HostMerge::updateTag(Tag& tag, const Record& record) {
+    ++counts_.applied;
     tag.setName(record.string(RecordKey::name));
     tag.setCreatedAt(record.date(RecordKey::createdAt));
 }
@@ -241,10 +245,16 @@ void HostMerge::updateThing(Thing& thing, const Record& record) {
     const MergeReason reason = reasonFor(thing, record, payload);
     decision_.reason = reason;
     if (observer_ != nullptr) noteGrounds(thing, record, payload);
-    if (isPassedOver(reason)) return;
-    if (reason == MergeReason::bothChanged) {
-        preserveConflict(thing, fileFingerprint(thing), index_.things, context_);
+    if (isPassedOver(reason)) {
+        ++counts_.kept;
+        return;
     }
+    if (reason == MergeReason::bothChanged) {
+        const std::size_t things = index_.things.size();
+        preserveConflict(thing, fileFingerprint(thing), index_.things, context_);
+        counts_.conflicts += index_.things.size() - things;
+    }
+    ++counts_.applied;
     apply(thing, record, std::move(incomingData));
 }
 
@@ -396,6 +406,7 @@ template <typename Model>
 Model* HostMerge::taken(UniqueIndex<Model>& index, const Uuid& identifier) {
     const auto node = index.extract(identifier);
     if (node.empty()) return nullptr;
+    ++counts_.deleted;
     if constexpr (!std::is_same_v<Model, Thing>) index_.noteChangedStructure();
     return node.mapped();
 }
@@ -414,7 +425,7 @@ void HostMerge::checkCycles() {
     std::vector<const Project*> projects;
     projects.reserve(index_.projects.size());
     for (const auto& [identifier, project] : index_.projects) projects.push_back(project);
-    if (hasProjectCycle(projects)) throw BridgeError("The library contains a project cycle.");
+    if (hasProjectCycle(projects)) throw BridgeError(BridgeRefusal::projectCycle);
     index_.noteAcyclic();
 }
 

@@ -20,6 +20,16 @@
 
 namespace kelto {
 
+/// What became of the records of a request.
+struct MergeCounts {
+    std::size_t created = 0;  ///< Items that were not there.
+    std::size_t applied = 0;  ///< Live records whose values were taken, even if they changed none.
+    std::size_t kept = 0;     ///< Live records that lost: the store's version is newer.
+    std::size_t skipped = 0;  ///< Live records that were merged before and need not be again.
+    std::size_t conflicts = 0;  ///< Copies made of items that both sides have changed.
+    std::size_t deleted = 0;    ///< Items deleted.
+};
+
 /// Merges the host's records into the store: three passes over the records in their order (create
 /// what is missing, update fields, delete), a check for cycles, one save. An update wins by time of
 /// modification or, in linked folders, by fingerprints; where both sides have changed the same
@@ -45,6 +55,9 @@ public:
     /// request's text.
     [[nodiscard]] std::unique_ptr<RequestMemory> save();
 
+    /// Of merge(), once it has returned.
+    [[nodiscard]] const MergeCounts& counts() const { return counts_; }
+
 private:
     void createMissing();
     /// The model of that identifier, made when there is none.
@@ -63,7 +76,7 @@ private:
     /// Of a file that the last request named.
     [[nodiscard]] std::optional<FileStatus> statusOfFile(std::size_t number);
     void updateProject(Project& project, const Record& record);
-    static void updateTag(Tag& tag, const Record& record);
+    void updateTag(Tag& tag, const Record& record);
     void updateThing(Thing& thing, const Record& record);
     /// Which side wins, and why.
     [[nodiscard]] MergeReason reasonFor(const Thing& thing,
@@ -103,6 +116,7 @@ private:
     std::size_t recognised_ = 0;  ///< Records that stood in the last request.
     /// Whether the objects that the last request's memory points at are still there.
     bool remembersObjects_ = false;
+    MergeCounts counts_;
 };
 
 }  // namespace kelto

@@ -19,9 +19,7 @@ template <typename Model>
     index.reserve(models.size());
     for (Model* model : models) {
         if (!index.emplace(model->uuid(), model).second) {
-            throw BridgeError(
-                "The iCloud library contains duplicate identifiers. Sync paused to preserve your "
-                "data.");
+            throw BridgeError(BridgeRefusal::duplicateIdentifiers);
         }
     }
     return index;

@@ -18,6 +18,12 @@ ModelContainer::ModelContainer(const Schema& schema,
 
 ModelContainer::~ModelContainer() = default;
 
+std::size_t ModelContainer::objectCount() const {
+    std::size_t count = 0;
+    for (const Population& population : populations_) count += population.size();
+    return count;
+}
+
 Population& ModelContainer::population(const EntityDescription& entity) {
     for (Population& population : populations_) {
         if (&population.entity() == &entity) return population;

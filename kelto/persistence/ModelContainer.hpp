@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -28,6 +29,8 @@ public:
     /// Another number whenever an object was added to those of the container or has left them.
     /// While it stays, pointers to objects stay good.
     [[nodiscard]] std::uint64_t populationNumber() const { return populationNumber_; }
+    /// How many objects the container holds, as of the last unit of work.
+    [[nodiscard]] std::size_t objectCount() const;
 
 private:
     friend class ModelContext;

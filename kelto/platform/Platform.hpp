@@ -5,6 +5,7 @@
 
 #include "kelto/platform/Clock.hpp"
 #include "kelto/platform/CloudAccount.hpp"
+#include "kelto/platform/Diagnostics.hpp"
 #include "kelto/platform/Entitlements.hpp"
 #include "kelto/platform/FileSystem.hpp"
 #include "kelto/platform/GroupContainer.hpp"
@@ -36,6 +37,7 @@ struct Platform {
     std::shared_ptr<RemoteNotifications> remoteNotifications;
     std::shared_ptr<MirroringEvents> mirroringEvents;
     std::shared_ptr<MainExecutor> mainExecutor;
+    std::shared_ptr<Diagnostics> diagnostics;
 
     /// The process's own, made on first use in a thread-safe way; lives until the process ends.
     /// Defined by the platform folder that the build has chosen, the one point that knows it.

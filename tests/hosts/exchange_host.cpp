@@ -163,6 +163,8 @@ int main(int count, char** arguments) {
     const std::vector<std::string_view> words(arguments + 1, arguments + count);
     const std::set<std::string_view> given(words.begin(), words.end());
     std::ios::sync_with_stdio(false);
+    // GLib writes debug messages to the standard output, which belongs to the frames.
+    g_log_writer_default_set_use_stderr(TRUE);
     if (given.contains("describe")) return describe();
     host().options = {.fromThread = given.contains("--from-thread"),
                       .scribble = given.contains("--scribble"),

@@ -21,6 +21,7 @@ TEST(CurrentPlatform, HasEveryPiece) {
     EXPECT_NE(platform.remoteNotifications, nullptr);
     EXPECT_NE(platform.mirroringEvents, nullptr);
     EXPECT_NE(platform.mainExecutor, nullptr);
+    EXPECT_NE(platform.diagnostics, nullptr);
 }
 
 TEST(CurrentPlatform, BearsTheIdentityOfTheBuild) {

@@ -24,6 +24,7 @@ Platform FakePlatform::platform() const {
         .remoteNotifications = remoteNotifications,
         .mirroringEvents = mirroringEvents,
         .mainExecutor = mainExecutor,
+        .diagnostics = diagnostics,
     };
 }
 

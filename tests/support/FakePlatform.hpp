@@ -7,6 +7,7 @@
 #include "kelto/platform/Platform.hpp"
 #include "tests/support/FakeClock.hpp"
 #include "tests/support/FakeCloudAccount.hpp"
+#include "tests/support/FakeDiagnostics.hpp"
 #include "tests/support/FakeEntitlements.hpp"
 #include "tests/support/FakeEnvironment.hpp"
 #include "tests/support/FakeGroupContainer.hpp"
@@ -38,6 +39,7 @@ public:
         std::make_shared<FakeRemoteNotifications>();
     std::shared_ptr<FakeMirroringEvents> mirroringEvents = std::make_shared<FakeMirroringEvents>();
     std::shared_ptr<ManualExecutor> mainExecutor = std::make_shared<ManualExecutor>();
+    std::shared_ptr<FakeDiagnostics> diagnostics = std::make_shared<FakeDiagnostics>();
 
     /// The group container's folder; not made yet.
     [[nodiscard]] std::string groupFolder() const { return folder.path("group"); }

@@ -3,6 +3,8 @@
 #include <exception>
 #include <iostream>
 
+#include <glib.h>
+
 #include "tools/keltoctl/Bridge.hpp"
 #include "tools/keltoctl/Commands.hpp"
 #include "tools/keltoctl/GeneratedFiles.hpp"
@@ -88,6 +90,8 @@ int generate(std::string_view name, const ToolDescription& tool) {
 
 int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");
+    // GLib writes debug messages to the standard output, which belongs to the answers.
+    g_log_writer_default_set_use_stderr(TRUE);
     CLI::App app("Works with a Kelto library from the command line.", "keltoctl");
     app.set_version_flag("--version", KELTOCTL_VERSION);
     app.require_subcommand(1);

@@ -1,5 +1,6 @@
 #include "kelto/platform/Platform.hpp"
 #include "kelto/platform/linux/BuildEntitlements.hpp"
+#include "kelto/platform/linux/GlibDiagnostics.hpp"
 #include "kelto/platform/linux/GlibMainExecutor.hpp"
 #include "kelto/platform/linux/JsonEntitlements.hpp"
 #include "kelto/platform/linux/LocalAccount.hpp"
@@ -29,6 +30,7 @@ Platform linuxPlatform() {
         .remoteNotifications = std::make_shared<LocalRemoteNotifications>(),
         .mirroringEvents = std::make_shared<LocalMirroringEvents>(),
         .mainExecutor = std::make_shared<GlibMainExecutor>(),
+        .diagnostics = std::make_shared<GlibDiagnostics>(),
     };
 }
 

@@ -37,11 +37,11 @@ contents() { dpkg-deb --fsys-tarfile "$work"/packages/"$1"_*.deb | tar tv --nume
 same "what libkelto1 holds" "$(contents libkelto1)" "$(cat "$here/libkelto1.contents")"
 same "what libkelto-dev holds" "$(contents libkelto-dev)" "$(cat "$here/libkelto-dev.contents")"
 for line in '-rwxr-xr-x 0/0 ./usr/bin/keltoctl' '-rw-r--r-- 0/0 ./usr/share/man/man1/keltoctl.1.gz'; do
-    contents keltoctl | grep -qxF -- "$line" || die "keltoctl's package lacks $line"
+    contents keltoctl | grep -xF -- "$line" >/dev/null || die "keltoctl's package lacks $line"
 done
 # It looks into the store as well as through the library: both must know the same format.
 version=$(dpkg-parsechangelog -l "$root/packaging/debian/changelog" -S Version)
-dpkg-deb -f "$work"/packages/keltoctl_*.deb Depends | grep -qF "libkelto1 (= $version)" ||
+dpkg-deb -f "$work"/packages/keltoctl_*.deb Depends | grep -F "libkelto1 (= $version)" >/dev/null ||
     die "keltoctl does not need the library of its own version"
 
 binaries=("$installed/$lib/libkelto.so.1" "$installed/usr/bin/keltoctl")
@@ -56,7 +56,7 @@ done
 export LD_LIBRARY_PATH=$installed/$lib XDG_DATA_HOME=$work/data XDG_STATE_HOME=$work/state
 cp "$installed/usr/share/doc/libkelto-dev/examples/host.c" "$work/host.c"
 uses_installed_library() {
-    ldd "$1" | grep -qF "libkelto.so.1 => $installed/$lib/libkelto.so.1 " ||
+    ldd "$1" | grep -F "libkelto.so.1 => $installed/$lib/libkelto.so.1 " >/dev/null ||
         die "$1 does not find the installed library: $(ldd "$1" | grep kelto)"
 }
 runs_as_expected() {
@@ -93,6 +93,6 @@ keltoctl=$installed/usr/bin/keltoctl
 uses_installed_library "$keltoctl"
 rm -rf "$XDG_DATA_HOME"
 same "keltoctl's version" "$("$keltoctl" --version)" "${version%-*}"
-"$keltoctl" import "$root/samples/library" | grep -q '25 new' || die "keltoctl does not import"
-"$keltoctl" tree | grep -q 'Harbour at dusk' || die "keltoctl does not show what it imported"
+"$keltoctl" import "$root/samples/library" | grep '25 new' >/dev/null || die "keltoctl does not import"
+"$keltoctl" tree | grep 'Harbour at dusk' >/dev/null || die "keltoctl does not show what it imported"
 echo "installed_test: $(find "$work/packages" -name '*.deb' | wc -l) packages, two hosts and keltoctl"

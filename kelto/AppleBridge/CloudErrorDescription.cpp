@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <new>
 #include <unordered_set>
 #include <variant>
 #include <vector>
@@ -17,6 +18,8 @@ namespace {
 
 constexpr std::string_view bridgeErrorDomain = "KeltoBridgeError";
 constexpr std::string_view exceptionDomain = "KeltoException";
+constexpr const char* noMemory =
+    "There isn’t enough memory for this exchange. Close other programs, and try again.";
 constexpr std::int64_t batchRequestFailed = 22;
 constexpr int deepestLevel = 11;
 constexpr std::size_t shownTexts = 3;
@@ -98,7 +101,9 @@ ErrorRef platformForm(const std::exception& error) {
     if (const auto* refusal = dynamic_cast<const BridgeError*>(&error)) {
         return PlatformError::described(bridgeErrorDomain, 1, refusal->message()).object();
     }
-    return PlatformError::described(exceptionDomain, 1, error.what()).object();
+    const bool isMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+    return PlatformError::described(exceptionDomain, 1, isMemory ? noMemory : error.what())
+        .object();
 }
 
 std::string cloudErrorDescription(const ErrorRef& error) {

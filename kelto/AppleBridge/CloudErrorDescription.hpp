@@ -8,7 +8,7 @@
 namespace kelto {
 
 /// The platform form of whatever was thrown: a PlatformError's own object, a BridgeError with its
-/// message as description, any other exception with its what() as description.
+/// message as description, want of memory with a sentence, any other exception with its what().
 [[nodiscard]] ErrorRef platformForm(const std::exception& error);
 
 /// One short line for a person out of a whole tree of errors: its leaves without the generic batch

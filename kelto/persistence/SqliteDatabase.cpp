@@ -42,8 +42,12 @@ std::string sentence(const std::string& path,
         case SQLITE_PERM:
             return name + "couldn’t be saved because it is read only.";
         case SQLITE_CANTOPEN:
-            return name + "couldn’t be opened" +
-                   (systemError == 0 ? "" : " (" + systemReason(systemError) + ")") + ".";
+            // What cannot be made beside the database SQLite tries to open as it is: the system
+            // then speaks of a missing file, which is the consequence and not the cause.
+            if (systemError == 0 || systemError == ENOENT) {
+                return name + "couldn’t be opened. Its folder may be full, or not writable.";
+            }
+            return name + "couldn’t be opened (" + systemReason(systemError) + ").";
         case SQLITE_NOTADB:
             return name + "couldn’t be opened because it isn’t a library store.";
         case SQLITE_CORRUPT:

@@ -84,10 +84,16 @@ TEST_P(EveryWidth, HoldsEveryLineOfATreeAndAList) {
 INSTANTIATE_TEST_SUITE_P(Terminal, EveryWidth, testing::Range<std::size_t>(1, 130, 3));
 
 TEST(TreePrinter, CutsTitlesBeforeIdentifiersAndTags) {
-    const std::vector<std::string> lines = linesOf(printedTree(library(), {.width = 60}));
+    const std::vector<std::string> lines = linesOf(printedTree(library(), {.width = 64}));
     EXPECT_NE(lines.at(2).find("bbbbbbbb"), std::string::npos) << lines.at(2);
     EXPECT_NE(lines.at(2).find("#a tag that"), std::string::npos) << lines.at(2);
-    EXPECT_NE(lines.at(3).find("…"), std::string::npos) << lines.at(3);
+    EXPECT_NE(lines.at(4).find("…"), std::string::npos) << lines.at(4);
+}
+
+TEST(TreePrinter, LeavesTagsOutBeforeTitlesBecomeTooShort) {
+    const std::string tree = printedTree(library(), {.width = 48});
+    EXPECT_EQ(tree.find("#a"), std::string::npos) << tree;
+    EXPECT_NE(tree.find("日本語の長い"), std::string::npos) << tree;
 }
 
 TEST(TreePrinter, CutsNothingWhereLinesMayBeOfAnyLength) {

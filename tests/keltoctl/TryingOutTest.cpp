@@ -91,6 +91,10 @@ TEST_F(TryingOut, AMistypedWordIsAnsweredWithTheOneThatWasMeant) {
               "keltoctl: “--stared” is no option of “keltoctl list”; did you mean “--starred”?\n");
     EXPECT_EQ(run({"add", "qoute", "x"}).complaint,
               "keltoctl: “qoute” is not a command; did you mean “quote”?\n");
+    EXPECT_EQ(
+        run({"list", "--kind", "imgae"}).complaint,
+        "keltoctl: --kind: “imgae” is not known; did you mean “image”? (“keltoctl list --help” "
+        "shows what it takes).\n");
     EXPECT_EQ(run({"lsit"}).status, 2);
 }
 

@@ -25,6 +25,9 @@ inline void addDryRun(CLI::App& command, bool& isOnlyTried) {
     command.add_flag("--dry-run", isOnlyTried, "Only show what would be changed");
 }
 
+/// Allows only these values.
+[[nodiscard]] CLI::Validator oneOf(const std::vector<std::string>& choices);
+
 /// The text of a request in a file; "-" is standard input.
 [[nodiscard]] std::string requestText(const std::string& file);
 /// Prints what an exchange would do with a request. Answers the exit status.

@@ -104,14 +104,14 @@ std::string zshArgument(const ArgumentDescription& argument) {
     if (isFolder(argument)) action = "_files -/";
     if (argument.names.empty()) {
         return inQuotes(std::string(argument.isRepeatable ? "*" : "") +
-                      (argument.isRequired || argument.isRepeatable ? ":" : "::") + argument.value +
-                      ":" + action);
+                        (argument.isRequired || argument.isRepeatable ? ":" : "::") +
+                        argument.value + ":" + action);
     }
     std::string lines;
     for (const std::string& name : argument.names) {
         lines += (lines.empty() ? "" : " ") +
                  inQuotes((argument.isRepeatable ? "*" : "") + name + "[" + text + "]" +
-                        (argument.isFlag() ? "" : ":" + argument.value + ":" + action));
+                          (argument.isFlag() ? "" : ":" + argument.value + ":" + action));
     }
     return lines;
 }

@@ -93,7 +93,7 @@ void addReadingCommands(CLI::App& app, Command& chosen) {
     CLI::App* list = app.add_subcommand("list", "List things");
     list->add_option("--kind", filter->kind, "Only this kind")
         ->type_name("KIND")
-        ->check(CLI::IsMember(kinds));
+        ->check(oneOf(kinds));
     list->add_option("--tag", filter->tag, "Only things with this tag")->type_name("TAG");
     list->add_option("--project", filter->project, "Only things in this project or below it")
         ->type_name("PROJECT");

@@ -72,6 +72,16 @@ std::optional<std::string> closest(std::string_view written,
     return best;
 }
 
+std::string unknownChoiceClause(const std::string& written,
+                                const std::vector<std::string>& choices) {
+    if (const auto meant = closest(written, choices)) {
+        return inQuotes(written) + " is not known; did you mean " + inQuotes(*meant) + "?";
+    }
+    std::string text = inQuotes(written) + " is none of ";
+    for (std::size_t at = 0; at < choices.size(); ++at) text += (at == 0 ? "" : ", ") + choices[at];
+    return text;
+}
+
 std::string unknownWordSentence(const ToolDescription& tool,
                                 const std::vector<std::string>& words,
                                 const std::string& unknown) {
@@ -87,8 +97,9 @@ std::string unknownWordSentence(const ToolDescription& tool,
         text = inQuotes(unknown) + " is no option of " + inQuotes(spoken);
     } else {
         candidates = commandsBelow(tool, command);
-        text = candidates.empty() ? inQuotes(spoken) + " takes no further argument " + inQuotes(unknown)
-                                  : inQuotes(unknown) + " is not a command";
+        text = candidates.empty()
+                   ? inQuotes(spoken) + " takes no further argument " + inQuotes(unknown)
+                   : inQuotes(unknown) + " is not a command";
     }
     // "--kind=image": the value is no part of the name.
     if (const auto meant = closest(unknown.substr(0, unknown.find('=')), candidates)) {

@@ -19,6 +19,11 @@ namespace kelto::ctl {
 [[nodiscard]] std::optional<std::string> closest(std::string_view written,
                                                  const std::vector<std::string>& candidates);
 
+/// What is wrong with a value that is none of the choices, and what may have been meant: one
+/// clause.
+[[nodiscard]] std::string unknownChoiceClause(const std::string& written,
+                                              const std::vector<std::string>& choices);
+
 /// What is wrong with a word that stands where `words` (the commands given so far) expect a command
 /// or an option, and what may have been meant: one sentence.
 [[nodiscard]] std::string unknownWordSentence(const ToolDescription& tool,

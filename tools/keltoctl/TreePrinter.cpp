@@ -19,8 +19,8 @@ constexpr std::size_t badgeWidthLimit = 8;
 constexpr std::size_t gap = 2;
 /// Where lines may be of any length, only longer titles stand out of the column.
 constexpr std::size_t usualTitleEnd = 64;
-/// What is left of a title, and of the tags, before the other is cut.
-constexpr std::size_t leastTitle = 24;
+/// Tags are shown only where that much of every title is left beside that much of them.
+constexpr std::size_t leastTitle = 16;
 constexpr std::size_t leastTags = 12;
 
 /// A thing in columns; a project or heading in one text.
@@ -74,20 +74,22 @@ Columns columnsOf(const std::vector<Row>& rows, const Appearance& appearance) {
         if (row.isThing) columns.badge = std::max(columns.badge, displayWidth(row.badge));
     }
     columns.badge = std::min(columns.badge, badgeWidthLimit);
+    std::size_t deepest = 0;
     std::size_t longest = 0;
     for (const Row& row : rows) {
+        deepest = std::max(deepest, titleBegin(row, columns));
         const std::size_t end = titleBegin(row, columns) +
                                 (row.isStarred ? displayWidth(star) : 0) + displayWidth(row.title);
         if (appearance.width || end <= usualTitleEnd) longest = std::max(longest, end);
     }
     columns.titleEnd = longest;
     if (!appearance.width) return columns;
-    // Titles take what identifiers and sizes leave, and the longest tags what is left by then.
+    // Titles take what identifiers and sizes leave, and tags what is left by then.
     const std::size_t fixed = gap + columns.size + gap + shortIdLength;
     const std::size_t wanted = tags == 0 ? 0 : gap + std::min(tags, leastTags);
     const std::size_t room = *appearance.width - std::min(*appearance.width, fixed);
     const std::size_t beside = room - std::min(room, wanted);
-    columns.titleEnd = std::min(longest, beside >= leastTitle ? beside : room);
+    columns.titleEnd = std::min(longest, beside >= deepest + leastTitle ? beside : room);
     return columns;
 }
 

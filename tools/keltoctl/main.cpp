@@ -72,7 +72,7 @@ void addGeneralOptions(CLI::App& app, HostOptions& options) {
            [&options, wishes](const std::string& name) { options.colour = wishes.at(name); },
            "Colours; auto has them on a terminal")
         ->type_name("WHEN")
-        ->check(CLI::IsMember(names));
+        ->check(oneOf(names));
 }
 
 int generate(std::string_view name, const ToolDescription& tool) {

@@ -133,6 +133,9 @@ void addPageCommand(CLI::App& app, Command& chosen) {
                      "the default), all or none")
         ->check(CLI::IsMember(std::vector<std::string>{"small", "all", "none"}));
     page->add_flag("--force", options->force, "Replace a file that is there");
+    page->footer(
+        "The page asks nothing of any network. It carries thumbnails, and images up to 250 kB, at "
+        "most 25 MB together, unless --pictures says otherwise; what is left out shows a badge.");
     page->callback(
         [&chosen, options] { chosen = [options](Host& host) { return runPage(host, *options); }; });
 }

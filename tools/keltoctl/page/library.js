@@ -14,12 +14,14 @@ items.forEach((item, at) => {
 /** Conflict copies, and what they were made of. */
 const isInConflict = item => Boolean(item.copy || item.copies);
 
+// Nobody nests so deep; only a damaged library does.
+const deepest = 64;
 projects.forEach((project, at) => {
     project.at = at;
     project.name ||= 'Untitled';
     project.parts = [];
     project.path = project.parent === undefined ? [project]
-                                                : [...projects[project.parent].path, project];
+                                                : [...projects[project.parent].path, project].slice(-deepest);
     if (project.parent !== undefined) projects[project.parent].parts.push(project);
 });
 const pathOf = project => project.path.map(part => part.name).join(' / ');

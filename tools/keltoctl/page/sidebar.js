@@ -52,7 +52,7 @@ class Sidebar {
         const branch = list => element('ul', {role: 'list'}, ...list.map(project => {
             const button = this.placeButton(project, project.name, project.linked ? 'linked' : 'project', counts[project.at]);
             const entry = element('li', {}, element('div', {class: 'branch'}, button));
-            if (project.parts.length === 0) return entry;
+            if (project.parts.length === 0 || project.path.length === deepest) return entry;
             const below = branch(project.parts), isOpen = project.path.length < (projects.length > 30 ? 1 : 3);
             const fold = element('button', {
                 type: 'button', class: 'fold', 'aria-expanded': String(isOpen), 'aria-label': 'Projects in ' + project.name

@@ -55,10 +55,8 @@ std::optional<std::string> FolderOnDisk::differenceTo(
         const bool isUntouched = earlier != before_.end() && earlier->second == found->second;
         if (!writtenPaths.contains(path)) {
             if (!isUntouched) return path + " was written, but the host holds it already";
-        } else if (isUntouched) {
-            return path + " was not written";
         } else if (readFile(place(path)) != content->bytes) {
-            return path + " holds other bytes";
+            return path + (isUntouched ? " was not written" : " holds other bytes");
         }
     }
     return std::nullopt;

@@ -21,8 +21,9 @@ public:
     void takeOver(const std::vector<FileChange>& files);
     /// Notes which files there are, to tell later which of them were written.
     void remember() { before_ = identities(); }
-    /// The first file that is not as it should be: missing, left over, with other bytes, not
-    /// written again although it should have been, or written again although it should not.
+    /// The first file that is not as it should be: missing, left over, with other bytes, or written
+    /// again although it should not. One that should have been written may be left alone when it
+    /// holds the right bytes already.
     [[nodiscard]] std::optional<std::string> differenceTo(
         const HostFiles& expected, const std::vector<FileChange>& written) const;
 

@@ -67,7 +67,7 @@ class RealHosts(unittest.TestCase):
             keltoctl("trash", identifier)
             keltoctl("restore", identifier)
             keltoctl("add", "quote", "Let it be", "--author", "Ida", "--tag", "wood", "--star")
-            keltoctl("delete", identifier)
+            keltoctl("delete", identifier, "--yes")
             exchanges = host.exchanges()
         self.assertGreater(len(exchanges), 4)
         self.check(exchanges)

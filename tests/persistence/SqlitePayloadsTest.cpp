@@ -9,6 +9,7 @@
 #include "kelto/persistence/SqliteDatabase.hpp"
 #include "kelto/persistence/SqlitePayloads.hpp"
 #include "kelto/platform/FileTransfer.hpp"
+#include "kelto/platform/linux/PosixFileSystem.hpp"
 #include "tests/persistence/LibraryStore.hpp"
 
 namespace kelto {
@@ -345,6 +346,25 @@ TEST_F(SqlitePayloadsTest, NoticesBytesThatChangeRightAfterTheyWereStored) {
     do {
         std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).put('X');
     } while (library.files().status(path)->changedNanoseconds == written);
+    EXPECT_THAT([&] { (void)library.bytes(payload); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+}
+
+TEST_F(SqlitePayloadsTest, NoticesBytesThatChangeWhileTheyAreCopied) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, large).data();
+    context.save();
+    const std::string path = joinedPath(library.externalFolder(), payload.digest.hex());
+    const std::int64_t written = library.files().status(path)->changedNanoseconds;
+    const auto change = [&] {
+        do {
+            std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).put('X');
+        } while (PosixFileSystem().status(path)->changedNanoseconds == written);
+    };
+    // The open file is asked for its status before its bytes are copied, and again afterwards.
+    library.files().beforeNext(FileOperation::fileStatus, [&] {
+        library.files().beforeNext(FileOperation::fileStatus, change);
+    });
     EXPECT_THAT([&] { (void)library.bytes(payload); },
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
 }

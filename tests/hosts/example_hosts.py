@@ -134,10 +134,9 @@ class HostTests:
         self.complains("the file there isn’t a library store. Move it away", self.host(SAMPLES))
 
     def test_takes_no_broken_answer(self):
-        for answer in ("", "sorry", "[]", "{}", "null", '"', '{"version":1}',
-                       '{"version":2,"records":[]}', '{"version":1,"records":{}}',
-                       '{"version":1,"records":[{"uuid":"a"}', '{"version":1,"records":[]',
-                       '{"version":1,"records":"[]"}', '{"version":1,"records":[],"status":"',
+        for answer in ("", "sorry", "[]", '{"version":1}', '{"version":2,"records":[]}',
+                       '{"version":1,"records":"[]"}', '{"version":1,"records":[{"uuid":"a"}',
+                       '{"version":1,"records":[],"status":"',
                        b'{"version":1,"records":[],"status":"\xff"}'):
             with self.subTest(answer=answer):
                 result = self.host(SAMPLES, library=BROKEN_LIBRARY, KELTO_ANSWER=answer)

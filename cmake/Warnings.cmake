@@ -3,5 +3,4 @@ add_library(kelto_warnings INTERFACE)
 target_compile_options(kelto_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     -Wconversion
-    $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier>
     $<$<BOOL:${KELTO_WARNINGS_AS_ERRORS}>:-Werror>)

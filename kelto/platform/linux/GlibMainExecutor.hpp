@@ -7,7 +7,7 @@
 #include "kelto/platform/MainExecutor.hpp"
 
 using GSource =
-    struct _GSource;  // NOLINT(bugprone-reserved-identifier): the name that GLib gave it
+    struct _GSource;
 
 namespace kelto {
 

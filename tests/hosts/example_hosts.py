@@ -43,8 +43,8 @@ class Desk:
                               cwd=self.folder, capture_output=True, timeout=60, check=False)
 
 
-class HostTests:
-    """What holds for a host in any language."""
+class HostRun:
+    """One host, and how it is run."""
 
     language = None
 
@@ -72,33 +72,13 @@ class HostTests:
         self.assertRegex(complaint, r"\A[A-Z“][^\n]+\.\n\Z")
         self.assertEqual(result.returncode, 1)
 
+
+class HostTests(HostRun):
+    """What holds for a host in any language."""
+
     def test_finds_at_its_second_run_what_the_first_has_kept(self):
         self.prints(FIRST.replace("TITLE", "Orbits, edited"), SAMPLES)
         self.prints(AGAIN.replace("TITLE", "Naïve “Orbits” \\ 🪐"), SAMPLES, "Naïve “Orbits” \\ 🪐")
-
-    def test_sends_away_what_it_edits_and_forgets_what_another_host_deletes(self):
-        self.prints(FIRST.replace("TITLE", "Orbits, edited"), SAMPLES)
-        request = {"version": 1, "directory": str(self.desk.folder),
-                   "storePath": f"{self.desk.folder}/data/group.app.kelto/Library/Kelto.store"}
-        things = {each.get("fileName"): each
-                  for each in self.other_program(dict(request, records=[]))}
-        self.assertEqual(things["Orbits.gif"]["title"], "Orbits, edited")
-        deleted = {"recordType": "Thing", "uuid": things["Sunflower.jpg"]["uuid"], "deleted": True}
-        self.other_program(dict(request, records=[deleted]))
-        self.host(SAMPLES)  # It learns that Sunflower.jpg is gone; the file in its folder is not.
-        self.prints(AGAIN.replace("new ones: 0", "new ones: 1", 1)
-                    .replace("records sent: 0; news: 0, with files: 0, of 0 bytes",
-                             "records sent: 1; news: 1, with files: 1, of 6119 bytes\n"
-                             "  “Sunflower”", 1).replace("TITLE", "Orbits, edited"), SAMPLES)
-
-    def other_program(self, request):
-        script = ("import json, kelto\n"
-                  f"answer = kelto.Bridge().exchange_blocking(json.loads({json.dumps(request)!r}))\n"
-                  "print(json.dumps(answer['records']))")
-        result = self.desk.run([sys.executable, "-B", "-c", script], KELTO_LIBRARY=str(LIBRARY),
-                               PYTHONPATH=str(SOURCE / "examples/python"))
-        self.assertEqual(result.stderr.decode(), "")
-        return json.loads(result.stdout)
 
     def test_asks_again_for_a_file_that_is_missing(self):
         self.host(SAMPLES)
@@ -152,7 +132,35 @@ class HostTests:
         self.assertEqual({each: each.read_bytes() for each in home.glob("library.*")}, before)
 
 
-class LoadingTests(HostTests):
+class OtherProgramTests(HostRun):
+    """What holds for a host beside a program in Python, which cannot load a sanitized library."""
+
+    def test_sends_away_what_it_edits_and_forgets_what_another_host_deletes(self):
+        self.prints(FIRST.replace("TITLE", "Orbits, edited"), SAMPLES)
+        request = {"version": 1, "directory": str(self.desk.folder),
+                   "storePath": f"{self.desk.folder}/data/group.app.kelto/Library/Kelto.store"}
+        things = {each.get("fileName"): each
+                  for each in self.other_program(dict(request, records=[]))}
+        self.assertEqual(things["Orbits.gif"]["title"], "Orbits, edited")
+        deleted = {"recordType": "Thing", "uuid": things["Sunflower.jpg"]["uuid"], "deleted": True}
+        self.other_program(dict(request, records=[deleted]))
+        self.host(SAMPLES)  # It learns that Sunflower.jpg is gone; the file in its folder is not.
+        self.prints(AGAIN.replace("new ones: 0", "new ones: 1", 1)
+                    .replace("records sent: 0; news: 0, with files: 0, of 0 bytes",
+                             "records sent: 1; news: 1, with files: 1, of 6119 bytes\n"
+                             "  “Sunflower”", 1).replace("TITLE", "Orbits, edited"), SAMPLES)
+
+    def other_program(self, request):
+        script = ("import json, kelto\n"
+                  f"answer = kelto.Bridge().exchange_blocking(json.loads({json.dumps(request)!r}))\n"
+                  "print(json.dumps(answer['records']))")
+        result = self.desk.run([sys.executable, "-B", "-c", script], KELTO_LIBRARY=str(LIBRARY),
+                               PYTHONPATH=str(SOURCE / "examples/python"))
+        self.assertEqual(result.stderr.decode(), "")
+        return json.loads(result.stdout)
+
+
+class LoadingTests(HostTests, OtherProgramTests):
     """What holds for a host that loads the library by name."""
 
     def test_says_which_library_it_does_not_find(self):
@@ -178,6 +186,10 @@ class LoadingTests(HostTests):
 
 
 class C(HostTests, unittest.TestCase):
+    language = "c"
+
+
+class CBesideAnotherProgram(OtherProgramTests, unittest.TestCase):
     language = "c"
 
 

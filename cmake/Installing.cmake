@@ -2,11 +2,14 @@
 # `development`, which is needed to build them. Included after all targets are there.
 include(CMakePackageConfigHelpers)
 
-# The compiler's own traces of the place where this was built stay out of what is handed on.
+# The compiler's own traces of the place where this was built stay out of what is handed on. A
+# compiler cache calls the sources by their way from the build tree.
+file(RELATIVE_PATH sourceFromBuild ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 foreach(target kelto_core kelto keltoctl_parts keltoctl)
     if(TARGET ${target})
         target_compile_options(${target}
-            PRIVATE $<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=>)
+            PRIVATE $<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=>
+                    $<$<CONFIG:Release>:-ffile-prefix-map=${sourceFromBuild}=>)
     endif()
 endforeach()
 # What the four functions take and give stands in the library's debug information, for the comparison

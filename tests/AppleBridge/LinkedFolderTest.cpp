@@ -187,6 +187,31 @@ TEST(LinkedFolder, AppliesARecordOfANewThingWhateverItsBase) {
     EXPECT_THAT(response.identifiers("Thing"), SizeIs(1));
 }
 
+TEST(LinkedFolder, IsOneFromTheRecordOnThatGivesItsProjectALinkOwner) {
+    const std::string other = identifier(0x77);
+    TestLibrary library;
+    const auto thing = [](const std::string& uuid, const std::string& title) {
+        return RecordBuilder::thing(uuid).with("project", folder).with("title", title);
+    };
+    const Response base = library.exchange(RequestBuilder()
+                                               .record(RecordBuilder::project(folder))
+                                               .record(thing(id, "a").with("updatedAt", 1000))
+                                               .record(thing(other, "b").with("updatedAt", 1000)));
+    (void)library.exchange(
+        RequestBuilder().record(thing(other, "changed in the store").with("updatedAt", 2000)));
+    // While the first record is merged, the project is an ordinary one.
+    const Response response = library.exchange(
+        RequestBuilder()
+            .record(thing(id, "a")
+                        .with("updatedAt", 3000)
+                        .with("baseFileFingerprint", base.string(id, "fileFingerprint")))
+            .record(RecordBuilder::project(folder).with("linkedFolderOwner", "Mac"))
+            .record(thing(other, "b")
+                        .with("updatedAt", 3000)
+                        .with("baseFileFingerprint", base.string(other, "fileFingerprint"))));
+    EXPECT_EQ(response.string(other, "title"), "changed in the store");
+}
+
 class NoBase : public testing::TestWithParam<Part> {};
 
 TEST_P(NoBase, LeavesTheDecisionToTheTimes) {

@@ -49,7 +49,7 @@ for binary in "${binaries[@]}"; do
     same "the search path inside $binary" "$(readelf -d "$binary" | grep -E 'R(UN)?PATH' || true)" ""
     same "the debug information of $binary" \
         "$(readelf -S "$binary" | grep -E '\.(debug_|symtab|comment)' || true)" ""
-    same "the paths of sources that $binary names" "$(strings "$binary" | grep -E '^/.*\.[ch]pp$' || true)" ""
+    same "the paths of sources that $binary names" "$(strings "$binary" | grep -E '^[/.].*\.[ch]pp$' || true)" ""
 done
 
 # From here on as a stranger, who has the installed files and nothing of this tree but the example.

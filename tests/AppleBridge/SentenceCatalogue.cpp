@@ -111,7 +111,7 @@ private:
 /// Several words, which are no SQL.
 bool readsLikeASentence(std::string_view text) {
     const auto isLetter = [](unsigned char c) { return std::isalpha(c) != 0; };
-    const auto isCapital = [](unsigned char c) { return std::isupper(c) != 0; };
+    const auto isCapital = [](char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; };
     if (std::count(text.begin(), text.end(), ' ') < 2) return false;
     const auto word = std::find_if(text.begin(), text.end(), isLetter);
     if (word == text.end()) return false;

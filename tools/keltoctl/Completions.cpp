@@ -45,8 +45,10 @@ std::vector<ArgumentDescription> together(std::vector<ArgumentDescription> some,
 }
 
 std::vector<std::string> namesOfCommands(const ToolDescription& tool) {
+    const std::vector<const CommandDescription*> commands = tool.withWords(1);
     std::vector<std::string> names;
-    for (const CommandDescription* command : tool.withWords(1)) {
+    names.reserve(commands.size());
+    for (const CommandDescription* command : commands) {
         names.push_back(command->words.front());
     }
     return names;

@@ -189,6 +189,7 @@ std::string printed(const Explanation& explanation) {
 
 JsonValue toJson(const Explanation& explanation) {
     JsonElements decisions;
+    decisions.reserve(explanation.decisions.size());
     for (const MergeDecision& decision : explanation.decisions) {
         decisions.push_back(toJson(decision));
     }

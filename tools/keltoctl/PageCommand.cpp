@@ -126,7 +126,9 @@ void addPageCommand(CLI::App& app, Command& chosen) {
     auto options = std::make_shared<PageOptions>();
     CLI::App* page = app.add_subcommand(
         "page", "Write the library as one HTML page to look through and search in a browser");
-    page->add_option("FILE", options->file, "The new file, for example library.html")->required();
+    page->add_option("FILE", options->file, "The new file, for example library.html")
+        ->required()
+        ->type_name("FILE");
     page->add_option("--pictures",
                      options->pictures,
                      "Which pictures are put into it: small (thumbnails, and files up to 250 kB; "

@@ -91,6 +91,7 @@ std::string printed(const std::vector<PlannedChange>& changes) {
 
 JsonValue toJson(const std::vector<PlannedChange>& changes) {
     JsonElements elements;
+    elements.reserve(changes.size());
     for (const PlannedChange& change : changes) {
         elements.emplace_back(JsonMembers{{"action", nameOf(change.action)},
                                           {"recordType", change.recordType},

@@ -24,8 +24,10 @@ void addNames(const std::vector<ArgumentDescription>& options, std::vector<std::
 std::vector<std::string> commandsBelow(const ToolDescription& tool,
                                        const CommandDescription* command) {
     if (command != nullptr) return command->subcommands;
+    const std::vector<const CommandDescription*> commands = tool.withWords(1);
     std::vector<std::string> names;
-    for (const CommandDescription* one : tool.withWords(1)) names.push_back(one->words.front());
+    names.reserve(commands.size());
+    for (const CommandDescription* one : commands) names.push_back(one->words.front());
     return names;
 }
 

@@ -66,6 +66,7 @@ void addGeneralOptions(CLI::App& app, HostOptions& options) {
                                                    {"always", ColourWish::always},
                                                    {"never", ColourWish::never}};
     std::vector<std::string> names;
+    names.reserve(wishes.size());
     for (const auto& [name, wish] : wishes) names.push_back(name);
     app.add_option_function<std::string>(
            "--color",

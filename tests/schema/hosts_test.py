@@ -81,7 +81,7 @@ class RealHosts(unittest.TestCase):
     def test_the_example_is_a_careful_host_but_for_its_mistake(self):
         with tempfile.TemporaryDirectory() as folder:
             host = Host(folder)
-            host.run(EXAMPLE)
+            host.run(EXAMPLE, str(contract.ROOT / "samples/library"))
             exchanges = host.exchanges()
         self.assertEqual(len(exchanges), 4)
         self.check(exchanges, refused=1)

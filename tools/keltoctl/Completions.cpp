@@ -109,11 +109,14 @@ std::string zshArgument(const ArgumentDescription& argument) {
                         (argument.isRequired || argument.isRepeatable ? ":" : "::") +
                         argument.value + ":" + action);
     }
+    std::string ending = "[";
+    ending.append(text).append("]");
+    if (!argument.isFlag()) ending.append(":").append(argument.value).append(":").append(action);
     std::string lines;
     for (const std::string& name : argument.names) {
-        lines += (lines.empty() ? "" : " ") +
-                 inQuotes((argument.isRepeatable ? "*" : "") + name + "[" + text + "]" +
-                          (argument.isFlag() ? "" : ":" + argument.value + ":" + action));
+        std::string option = argument.isRepeatable ? "*" : "";
+        option.append(name).append(ending);
+        lines.append(lines.empty() ? "" : " ").append(inQuotes(option));
     }
     return lines;
 }

@@ -8,8 +8,6 @@ namespace kelto::ctl {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
-
 struct Mark {
     std::size_t offset;
     std::string_view bytes;
@@ -17,15 +15,15 @@ struct Mark {
 };
 
 constexpr std::array marks{
-    Mark{0, "\x89PNG\r\n\x1A\n"sv, "image/png"},
-    Mark{0, "\xFF\xD8\xFF"sv, "image/jpeg"},
-    Mark{0, "GIF87a"sv, "image/gif"},
-    Mark{0, "GIF89a"sv, "image/gif"},
-    Mark{8, "WEBPVP8"sv, "image/webp"},
-    Mark{4, "ftypavif"sv, "image/avif"},
-    Mark{4, "ftypavis"sv, "image/avif"},
-    Mark{0, "BM"sv, "image/bmp"},
-    Mark{0, "\0\0\1\0"sv, "image/x-icon"},
+    Mark{0, "\x89PNG\r\n\x1A\n", "image/png"},
+    Mark{0, "\xFF\xD8\xFF", "image/jpeg"},
+    Mark{0, "GIF87a", "image/gif"},
+    Mark{0, "GIF89a", "image/gif"},
+    Mark{8, "WEBPVP8", "image/webp"},
+    Mark{4, "ftypavif", "image/avif"},
+    Mark{4, "ftypavis", "image/avif"},
+    Mark{0, "BM", "image/bmp"},
+    Mark{0, std::string_view("\0\0\1\0", 4), "image/x-icon"},
 };
 
 /// An SVG begins with its element, after blanks, a declaration or comments.

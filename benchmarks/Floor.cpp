@@ -74,7 +74,8 @@ void Floor::store(std::size_t position, const NewWork& work) {
     for (std::size_t i = 0; i < record_.payloadCount; ++i) {
         const std::string_view path = record_.payloadPaths[i];
         const std::size_t size = files_.examine(path);
-        if (isMarked(work.newPayloads, position)) digest = files_.take(path, size);
+        if (!isMarked(work.newPayloads, position)) continue;  // the host has this file already
+        digest = files_.take(path, size);
         outgoing_.push_back({path, size});
     }
     rows_.put(position + 1, record_, record_.payloadCount > 0 ? &digest : nullptr);

@@ -6,8 +6,7 @@
 
 #include "kelto/platform/MainExecutor.hpp"
 
-using GSource =
-    struct _GSource;
+using GSource = struct _GSource;
 
 namespace kelto {
 

@@ -190,10 +190,20 @@ void SqlitePayloads::requireIntact(const Payload& payload, const StoredBytes& ro
     }
 }
 
-void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& destination) {
+std::unique_ptr<File> SqlitePayloads::opened(const Payload& payload, std::uint64_t size) {
     const std::string path = filePath(payload.digest);
     if (!isWhole(path, size)) throw missing(payload);
-    const auto source = files_.openForReading(path);
+    try {
+        return files_.openForReading(path);
+    } catch (const PlatformError&) {
+        // Another program has dropped it since it was looked at.
+        if (!files_.status(path)) throw missing(payload);
+        throw;
+    }
+}
+
+void SqlitePayloads::copyFile(const Payload& payload, std::uint64_t size, File& destination) {
+    const auto source = opened(payload, size);
     const FileStatus before = source->status();
     const bool isKnown = isUnaltered(payload.digest, before);
     const bool isTrustworthy = !isKnown && identities_.isTrustworthy(before);

@@ -71,6 +71,8 @@ private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
     [[nodiscard]] ReceivedPayload readToEnd(File& source);
     [[nodiscard]] ReceivedPayload receiveIntoFile(Bytes head, File& source);
+    /// The stored file of a payload, for reading.
+    [[nodiscard]] std::unique_ptr<File> opened(const Payload& payload, std::uint64_t size);
     void copyFile(const Payload& payload, std::uint64_t size, File& destination);
     /// Whether the stored file of that status is known to hold the bytes of its name.
     [[nodiscard]] bool isUnaltered(const Digest& digest, const FileStatus& status);

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 
 #include <gmock/gmock.h>
@@ -367,6 +368,18 @@ TEST_F(SqlitePayloadsTest, NoticesBytesThatChangeWhileTheyAreCopied) {
     });
     EXPECT_THAT([&] { (void)library.bytes(payload); },
                 testing::ThrowsMessage<PlatformError>(testing::HasSubstr(payload.digest.hex())));
+}
+
+TEST_F(SqlitePayloadsTest, CallsAFileMissingThatIsDroppedBetweenALookAndItsOpening) {
+    ModelContext context(library.container());
+    const Payload payload = *addThing(context, large).data();
+    context.save();
+    const std::string path = joinedPath(library.externalFolder(), payload.digest.hex());
+    library.files().beforeNext(FileOperation::openForReading,
+                               [&] { std::filesystem::remove(path); });
+    // The sentence by which an export knows that it has to begin again.
+    EXPECT_THAT([&] { (void)library.bytes(payload); },
+                testing::ThrowsMessage<PlatformError>(testing::HasSubstr("missing or changed")));
 }
 
 TEST_F(SqlitePayloadsTest, TakesLostBytesBackWhenTheyComeAgain) {

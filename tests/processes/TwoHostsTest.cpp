@@ -138,8 +138,10 @@ public:
 private:
     void lookAfter(const std::string& store) {
         if (files_.status(store)->size == 0) return;  // just being made
+        // A file that is dropped while others have the lock may stay until the store is opened
+        // anew: that is looked at when all is over.
         EXPECT_THAT(sentencesOf(StoreInspection(librarySchema(), files_, store).run({})),
-                    IsEmpty());
+                    testing::Each(HasSubstr("belongs to no item")));
         const std::string backup = folder_.path("backup.tar");
         StoreBackup saving(librarySchema(), files_, clock_, random_, store, {});
         EXPECT_THAT(sentencesOf(saving.write(backup, StoreBackup::Damaged::refuse, {})), IsEmpty());

@@ -9,13 +9,12 @@
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/foundation/FatalError.hpp"
 #include "kelto/foundation/FilePath.hpp"
-#include "kelto/foundation/Sha256.hpp"
 #include "kelto/model/LibrarySchema.hpp"
 #include "kelto/persistence/ModelContainer.hpp"
 #include "kelto/persistence/ModelContext.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
-#include "kelto/platform/FileTransfer.hpp"
+#include "kelto/platform/FileDigest.hpp"
 
 namespace kelto {
 
@@ -33,14 +32,8 @@ public:
     [[nodiscard]] ReceivedPayload receive(std::unique_ptr<File> source) override {
         const FileStatus status = source->status();
         if (const auto payload = seenBefore(status)) return {*payload, status.size, nullptr};
-        std::vector<std::byte> buffer(transferBufferBytes);
-        Sha256 digest;
-        std::uint64_t size = 0;
-        while (const std::size_t count = source->read(buffer)) {
-            digest.update(Bytes(buffer).first(count));
-            size += count;
-        }
-        return {Payload{digest.finish()}, size, nullptr};
+        const FileDigest read = digestToEnd(*source);
+        return {Payload{read.digest}, read.size, nullptr};
     }
     [[nodiscard]] bool isSound(const Payload&, std::uint64_t) override { return true; }
     void keep(ReceivedPayload&) override {}

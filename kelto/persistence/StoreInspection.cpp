@@ -12,6 +12,7 @@
 #include "kelto/persistence/DatabaseInspection.hpp"
 #include "kelto/persistence/SqliteStore.hpp"
 #include "kelto/persistence/SqliteStoreOpening.hpp"
+#include "kelto/platform/FileDigest.hpp"
 #include "kelto/platform/FileTransfer.hpp"
 
 namespace kelto {
@@ -44,13 +45,8 @@ PayloadFileState stateOfPayloadFile(FileSystem& files,
     }
     try {
         const auto source = files.openForReading(path);
-        std::vector<std::byte> buffer(transferBufferBytes);
-        Sha256 digest;
-        while (const std::size_t count = source->read(buffer)) {
-            digest.update(Bytes(buffer).first(count));
-            if (progress) progress(count);
-        }
-        return digest.finish() == file.digest ? PayloadFileState::sound : PayloadFileState::damaged;
+        const Digest digest = digestToEnd(*source, progress).digest;
+        return digest == file.digest ? PayloadFileState::sound : PayloadFileState::damaged;
     } catch (const PlatformError&) {
         // Gone since the look at its status, or unreadable, by the disk or for this user.
         return files.status(path) ? PayloadFileState::damaged : PayloadFileState::missing;

@@ -166,6 +166,11 @@ class Browser:
         """The same; the last argument is a function that takes the value."""
         return self._call("POST", "/execute/async", {"script": script, "args": list(arguments)})
 
+    def drawn(self, expression):
+        """The value of an expression once the page is drawn: what has not been laid out yet shows no text."""
+        return self.run_async("const answer = arguments[0];"
+                              f"requestAnimationFrame(() => requestAnimationFrame(() => answer({expression})))")
+
     def press(self, *keys):
         """Keys by name, or text, typed one after the other."""
         actions = []

@@ -87,7 +87,7 @@ class PageTest(unittest.TestCase):
     @staticmethod
     def open_details(title):
         browser.run("details.open(items.find(item => item.title === arguments[0]), items)", title)
-        return browser.run("return document.getElementById('details').innerText")
+        return browser.drawn("document.getElementById('details').innerText")
 
     def assertFocused(self, name):
         """On the tile of that title, or on the element of that id; a dialog gives it back after it has closed."""
@@ -157,7 +157,7 @@ class TheSampleLibrary(PageTest):
 
     def test_shows_both_versions_of_a_conflict(self):
         self.go("Conflicts")
-        shown = browser.run("return [...document.querySelectorAll('.pair .version')].map(part => part.innerText)")
+        shown = browser.drawn("[...document.querySelectorAll('.pair .version')].map(part => part.innerText)")
         self.assertEqual(len(shown), 2)
         self.assertIn("Launch it before the rain", shown[0])
         self.assertIn("Plan (iCloud conflict)", shown[1])

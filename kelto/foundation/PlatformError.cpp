@@ -80,7 +80,8 @@ std::string spokenName(std::string_view name) {
     return "“" + spokenText(name) + "”";
 }
 
-std::string_view withoutTrailingSlashes(std::string_view path) {
+/// Without slashes at its end; the root stays what it is.
+std::string_view trimmedPath(std::string_view path) {
     while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
     return path;
 }
@@ -92,11 +93,11 @@ std::string_view lastComponent(std::string_view path) {
 }
 
 SpokenPath spokenPath(std::string_view path) {
-    path = withoutTrailingSlashes(path);
+    path = trimmedPath(path);
     if (path.empty()) return {"file", ""};
     SpokenPath spoken{"file " + spokenName(lastComponent(path)), ""};
     if (const std::size_t slash = path.rfind('/'); slash != path.npos && path != "/") {
-        const std::string_view folder = withoutTrailingSlashes(path.substr(0, slash + 1));
+        const std::string_view folder = trimmedPath(path.substr(0, slash + 1));
         spoken.folder = " in the folder " + spokenName(lastComponent(folder));
     }
     return spoken;
@@ -165,7 +166,7 @@ PlatformError fileError(std::string_view path, int errorNumber, FileFailure fail
 }  // namespace
 
 std::string spokenFileName(std::string_view path) {
-    return spokenText(lastComponent(withoutTrailingSlashes(path)));
+    return spokenText(lastComponent(trimmedPath(path)));
 }
 
 ErrorDictionary::ErrorDictionary(std::vector<std::pair<std::string, ErrorValue>> all)

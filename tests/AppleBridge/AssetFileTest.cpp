@@ -23,22 +23,20 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-const std::string id = identifier(1);
-
 class AssetFile : public testing::Test {
 protected:
     Response send(const std::string& path) {
         return library.exchange(RequestBuilder().record(
-            RecordBuilder::thing(id).with("data", path).with("updatedAt", ++moment)));
+            RecordBuilder::thing(firstId).with("data", path).with("updatedAt", ++moment)));
     }
     /// What stands in the file is what the library holds, now and after a new start.
     void expectTaken(const std::string& path) {
         EXPECT_EQ(send(path).error(), "");
-        EXPECT_EQ(library.received(id, "data"), readFile(path));
+        EXPECT_EQ(library.received(firstId, "data"), readFile(path));
         library.restart();
         library.clearReceived();
         EXPECT_EQ(library.exchange().error(), "");
-        EXPECT_EQ(library.received(id, "data"), readFile(path));
+        EXPECT_EQ(library.received(firstId, "data"), readFile(path));
     }
 
     /// Runs `action` when the file is open and not one byte of it has been read.
@@ -64,7 +62,7 @@ TEST_P(ChangingFile, MayGrowWhileItIsRead) {
     const std::string path = library.putFile("file", std::string(GetParam(), 'a'));
     beforeItIsRead([&] { std::ofstream(path, std::ios::app) << std::string(GetParam(), 'b'); });
     EXPECT_EQ(send(path).error(), "");
-    EXPECT_THAT(library.received(id, "data"), StartsWith(std::string(GetParam(), 'a')));
+    EXPECT_THAT(library.received(firstId, "data"), StartsWith(std::string(GetParam(), 'a')));
     expectTaken(path);
 }
 
@@ -72,7 +70,7 @@ TEST_P(ChangingFile, MayShrinkWhileItIsRead) {
     const std::string path = library.putFile("file", std::string(GetParam(), 'a'));
     beforeItIsRead([&] { fs::resize_file(path, GetParam() / 2); });
     EXPECT_EQ(send(path).error(), "");
-    EXPECT_EQ(library.received(id, "data"), std::string(GetParam() / 2, 'a'));
+    EXPECT_EQ(library.received(firstId, "data"), std::string(GetParam() / 2, 'a'));
     expectTaken(path);
 }
 
@@ -88,7 +86,7 @@ TEST_P(ChangingFile, MayBeTakenAwayWhileItIsRead) {
     const std::string path = library.putFile("file", bytes);
     beforeItIsRead([&] { fs::remove(path); });
     EXPECT_EQ(send(path).error(), "");
-    EXPECT_EQ(library.received(id, "data"), bytes);
+    EXPECT_EQ(library.received(firstId, "data"), bytes);
     EXPECT_THAT(send(path).error(), HasSubstr("there is no such file"));
 }
 
@@ -124,7 +122,7 @@ TEST_F(AssetFile, IsNoDeviceThatNeverEnds) {
         const Response response =
             library.exchange(RequestBuilder()
                                  .with("directory", "/dev")
-                                 .record(RecordBuilder::thing(id).with("data", path)));
+                                 .record(RecordBuilder::thing(firstId).with("data", path)));
         EXPECT_TRUE(response.isError()) << path;
     }
     EXPECT_FALSE(exists("/dev/received"));
@@ -157,7 +155,7 @@ TEST_F(AssetFile, IsReachedByNoWayThroughTheProcess) {
 TEST_F(AssetFile, MayBeReachedThroughTheRootOfTheProcess) {
     const std::string path = library.putFile("file", "inside");
     EXPECT_EQ(send("/proc/self/root" + path).error(), "");
-    EXPECT_EQ(library.received(id, "data"), "inside");
+    EXPECT_EQ(library.received(firstId, "data"), "inside");
 }
 
 // --- Lengths
@@ -196,7 +194,7 @@ TEST_F(AssetFile, IsFoundWhenItsPathIsLongOnlyAsItIsWritten) {
     (void)library.putFile("sub/file", "inside");
     for (int i = 0; i < 1000; ++i) path += "/sub/..";
     EXPECT_EQ(send(path + "/sub/file").error(), "");
-    EXPECT_EQ(library.received(id, "data"), "inside");
+    EXPECT_EQ(library.received(firstId, "data"), "inside");
 }
 
 // --- The exchange folder itself
@@ -218,7 +216,7 @@ TEST_P(OddDirectory, IsAnErrorOrAnAnswerAndWritesNothingElsewhere) {
     (void)library.exchange(
         RequestBuilder()
             .with("directory", directory)
-            .record(RecordBuilder::thing(id).with("title", "kept").with("data", path)));
+            .record(RecordBuilder::thing(firstId).with("title", "kept").with("data", path)));
     EXPECT_EQ(namesIn("/"), before);
     // Whatever it was, the library is fit for the next one.
     EXPECT_EQ(library.exchange().error(), "");

@@ -18,12 +18,10 @@ namespace fs = std::filesystem;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-const std::string id = identifier(1);
-
 constexpr const char* invalidPath = "Invalid asset path.";
 
 Response sendAsset(TestLibrary& library, const std::string& path, const char* key = "data") {
-    return library.exchange(RequestBuilder().record(RecordBuilder::thing(id).with(key, path)));
+    return library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId).with(key, path)));
 }
 
 // --- Paths
@@ -79,7 +77,7 @@ TEST_P(PathOutside, IsRefusedUnderEveryKey) {
 
 TEST_P(PathOutside, IsRefusedAsDataEvenWhereTheRecordWouldLose) {
     (void)library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id).with("updatedAt", 2000)));
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("updatedAt", 2000)));
     EXPECT_EQ(sendAsset(library, expanded(library, GetParam().path)).error(), invalidPath);
     EXPECT_FALSE(sendAsset(library, expanded(library, GetParam().path), "icon").isError())
         << "the icon of a record that loses is not looked at";
@@ -118,7 +116,7 @@ class PathInside : public Paths {};
 
 TEST_P(PathInside, IsReadHoweverItIsWritten) {
     EXPECT_EQ(sendAsset(library, expanded(library, GetParam().path)).error(), "");
-    EXPECT_THAT(library.received(id, "data"), testing::EndsWith("inside"));
+    EXPECT_THAT(library.received(firstId, "data"), testing::EndsWith("inside"));
 }
 
 constexpr PathCase pathsInside[] = {
@@ -165,12 +163,12 @@ TEST(AssetPath, MayNameTheFolderThroughALink) {
     const Response response =
         library.exchange(RequestBuilder()
                              .with("directory", link)
-                             .record(RecordBuilder::thing(id)
+                             .record(RecordBuilder::thing(firstId)
                                          .with("data", link + "/file")
                                          .with("icon", library.exchangeFolder() + "/file")));
     EXPECT_EQ(response.error(), "");
-    EXPECT_EQ(library.received(id, "data"), "inside");
-    EXPECT_EQ(response.string(id, "data"), link + "/received/" + id + ".data");
+    EXPECT_EQ(library.received(firstId, "data"), "inside");
+    EXPECT_EQ(response.string(firstId, "data"), link + "/received/" + firstId + ".data");
 }
 
 TEST(AssetPath, MayNameTheFolderWithASlashBehindIt) {
@@ -179,9 +177,9 @@ TEST(AssetPath, MayNameTheFolderWithASlashBehindIt) {
     const Response response =
         library.exchange(RequestBuilder()
                              .with("directory", library.exchangeFolder() + "/")
-                             .record(RecordBuilder::thing(id).with("data", path)));
+                             .record(RecordBuilder::thing(firstId).with("data", path)));
     EXPECT_EQ(response.error(), "");
-    EXPECT_EQ(response.string(id, "data"), library.receivedFolder() + "/" + id + ".data");
+    EXPECT_EQ(response.string(firstId, "data"), library.receivedFolder() + "/" + firstId + ".data");
 }
 
 TEST(AssetPath, FailsOnAPathWithANul) {
@@ -242,7 +240,7 @@ TEST(AssetPath, RefusesADeviceForAPayload) {
     const Response response =
         library.exchange(RequestBuilder()
                              .with("directory", "/dev")
-                             .record(RecordBuilder::thing(id).with("data", "/dev/null")));
+                             .record(RecordBuilder::thing(firstId).with("data", "/dev/null")));
     EXPECT_THAT(response.error(), StartsWith("The file “null” couldn’t be opened"));
     EXPECT_FALSE(exists("/dev/received"));
 }

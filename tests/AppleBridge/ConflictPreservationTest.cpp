@@ -136,9 +136,6 @@ TEST(ConflictPreservation, LeavesTheThingItselfAlone) {
 // --- Through an exchange
 // --------------------------------------------------------------------------
 
-const std::string id = identifier(1);
-const std::string folder = identifier(0xF);
-
 /// A library whose linked item was changed since the host saw it, and the record with which the
 /// host changes it too.
 class Conflict {
@@ -146,14 +143,14 @@ public:
     Conflict() {
         (void)library.exchange(
             RequestBuilder()
-                .record(RecordBuilder::project(folder).with("linkedFolderOwner", "Mac"))
+                .record(RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac"))
                 .record(RecordBuilder::tag(identifier(2)))
                 .record(RecordBuilder::tag(identifier(3))));
         library.platform().clock->current = Date{1'700'000'000.25};
     }
 
     static RecordBuilder storedRecord() {
-        return RecordBuilder::thing(id)
+        return RecordBuilder::thing(firstId)
             .with("kind", "document")
             .with("title", "Plan")
             .with("subtitle", "stored subtitle")
@@ -170,13 +167,13 @@ public:
             .with("updatedAt", 7000)
             .with("metadataJson", R"({"linkedRelativePath":"notes.final.md","author":"Ada"})")
             .withTags({identifier(3), identifier(2)})
-            .with("project", folder);
+            .with("project", folderId);
     }
     static RecordBuilder hostRecord() {
-        return RecordBuilder::thing(id)
+        return RecordBuilder::thing(firstId)
             .with("title", "Host's plan")
             .with("fileName", "notes.final.md")
-            .with("project", folder)
+            .with("project", folderId)
             .with("updatedAt", 1)
             .with("baseFileFingerprint", std::string(64, '0'));
     }
@@ -191,18 +188,19 @@ public:
 /// The identifier of the copy: the one that is not the item's.
 std::string copyIn(const Response& response) {
     for (const std::string& uuid : response.identifiers("Thing")) {
-        if (uuid != id) return uuid;
+        if (uuid != firstId) return uuid;
     }
     return "(no copy)";
 }
 
 TEST(ConflictCopy, HasTheStoredFieldsUnderItsOwnNameAndTime) {
     Conflict conflict;
-    const std::string stored = conflict.put(Conflict::storedRecord()).string(id, "fileFingerprint");
+    const std::string stored =
+        conflict.put(Conflict::storedRecord()).string(firstId, "fileFingerprint");
     const Response response = conflict.put(Conflict::hostRecord());
     const std::string copy = copyIn(response);
 
-    EXPECT_EQ(copy, conflictIdentifier(Uuid::parse(id).value(), stored).lowerCaseText());
+    EXPECT_EQ(copy, conflictIdentifier(Uuid::parse(firstId).value(), stored).lowerCaseText());
     EXPECT_EQ(response.string(copy, "title"), "Plan (iCloud conflict)");
     EXPECT_EQ(response.string(copy, "fileName"), "notes.final (iCloud conflict).md");
     EXPECT_EQ(response.integer(copy, "updatedAt"), 1'700'000'000'250);
@@ -229,10 +227,10 @@ TEST(ConflictCopy, LeavesTheHostsValuesOnTheItem) {
     Conflict conflict;
     (void)conflict.put(Conflict::storedRecord());
     const Response response = conflict.put(Conflict::hostRecord());
-    EXPECT_EQ(response.string(id, "title"), "Host's plan");
-    EXPECT_EQ(response.string(id, "content"), "");
-    EXPECT_EQ(response.integer(id, "updatedAt"), 1);
-    EXPECT_EQ(response.string(id, "fileName"), "notes.final.md");
+    EXPECT_EQ(response.string(firstId, "title"), "Host's plan");
+    EXPECT_EQ(response.string(firstId, "content"), "");
+    EXPECT_EQ(response.integer(firstId, "updatedAt"), 1);
+    EXPECT_EQ(response.string(firstId, "fileName"), "notes.final.md");
 }
 
 TEST(ConflictCopy, HasTheStoredPayloads) {
@@ -249,8 +247,8 @@ TEST(ConflictCopy, HasTheStoredPayloads) {
     EXPECT_EQ(conflict.library.received(copy, "data"), "stored data");
     EXPECT_EQ(conflict.library.received(copy, "thumbnail"), "stored thumbnail");
     EXPECT_EQ(conflict.library.received(copy, "icon"), "stored icon");
-    EXPECT_EQ(conflict.library.received(id, "data"), "the host's data");
-    EXPECT_FALSE(response.has(id, "thumbnail"));
+    EXPECT_EQ(conflict.library.received(firstId, "data"), "the host's data");
+    EXPECT_FALSE(response.has(firstId, "thumbnail"));
 }
 
 TEST(ConflictCopy, SurvivesARestart) {
@@ -282,7 +280,7 @@ TEST(ConflictCopy, IsNotMadeAgainForTheSameStateMetAgain) {
     const Response second = conflict.put(Conflict::hostRecord().with("title", "Another plan"));
     EXPECT_THAT(second.identifiers("Thing"), SizeIs(2));
     EXPECT_EQ(second.record(copyIn(second)), first.record(copyIn(first)));
-    EXPECT_EQ(second.string(id, "title"), "Another plan");
+    EXPECT_EQ(second.string(firstId, "title"), "Another plan");
 }
 
 TEST(ConflictCopy, IsMadeOnceMoreForAnotherState) {
@@ -299,7 +297,7 @@ TEST(ConflictCopy, IsAnOrdinaryItemThatTheHostMayDelete) {
     (void)conflict.put(Conflict::storedRecord());
     const std::string copy = copyIn(conflict.put(Conflict::hostRecord()));
     const Response response = conflict.put(RecordBuilder::deletion("Thing", copy));
-    EXPECT_THAT(response.identifiers("Thing"), ElementsAre(id));
+    EXPECT_THAT(response.identifiers("Thing"), ElementsAre(firstId));
 }
 
 }  // namespace

@@ -15,8 +15,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string id = identifier(1);
-
 /// A library whose exchanges somebody watches.
 class WatchedLibrary {
 public:
@@ -37,14 +35,14 @@ RecordBuilder note(const std::string& uuid, int updatedAt = 1000) {
 
 TEST(Diagnostics, AreAskedOnceAndToldNothingWhenNobodyWantsToKnow) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(note(id)));
+    (void)library.exchange(RequestBuilder().record(note(firstId)));
     EXPECT_EQ(library.platform().diagnostics->timesAsked, 1);
     EXPECT_THAT(library.platform().diagnostics->events, IsEmpty());
 }
 
 TEST(Diagnostics, TellTheStagesInTheirOrder) {
     WatchedLibrary watched;
-    (void)watched.exchange(RequestBuilder().record(note(id)));
+    (void)watched.exchange(RequestBuilder().record(note(firstId)));
     EXPECT_THAT(watched.diagnostics().stages(),
                 ElementsAre("received", "opened", "merged", "saved", "exported", "answered"));
 }
@@ -60,7 +58,7 @@ TEST(Diagnostics, NumberTheExchanges) {
 TEST(Diagnostics, CountBytesAndRecordsOfRequestAndAnswer) {
     WatchedLibrary watched;
     const RequestBuilder request =
-        RequestBuilder().record(note(id)).record(RecordBuilder::tag(identifier(2)));
+        RequestBuilder().record(note(firstId)).record(RecordBuilder::tag(identifier(2)));
     const std::string text =
         request.text(watched.library.storePath(), watched.library.exchangeFolder());
     const std::string answer = watched.library.exchangeText(text);
@@ -78,13 +76,13 @@ TEST(Diagnostics, CountBytesAndRecordsOfRequestAndAnswer) {
 TEST(Diagnostics, CountWhatBecameOfTheRecords) {
     WatchedLibrary watched;
     (void)watched.exchange(
-        RequestBuilder().record(note(id, 5000)).record(note(identifier(2), 5000)));
+        RequestBuilder().record(note(firstId, 5000)).record(note(identifier(2), 5000)));
     EXPECT_EQ(watched.figure("merged", "created"), 2);
     EXPECT_EQ(watched.figure("merged", "applied"), 2);
     EXPECT_EQ(watched.figure("merged", "kept"), 0);
 
     (void)watched.exchange(RequestBuilder()
-                               .record(note(id, 5000))               // as it was
+                               .record(note(firstId, 5000))          // as it was
                                .record(note(identifier(2), 4000))    // older than the store's
                                .record(note(identifier(3), 9000)));  // new
     EXPECT_EQ(watched.figure("merged", "created"), 1);
@@ -94,7 +92,7 @@ TEST(Diagnostics, CountWhatBecameOfTheRecords) {
     EXPECT_EQ(watched.figure("merged", "deleted"), 0);
 
     (void)watched.exchange(RequestBuilder()
-                               .record(RecordBuilder::deletion("Thing", id))
+                               .record(RecordBuilder::deletion("Thing", firstId))
                                .record(RecordBuilder::deletion("Thing", identifier(9))));
     EXPECT_EQ(watched.figure("merged", "deleted"), 1) << "the other one was not there";
 }
@@ -103,7 +101,7 @@ TEST(Diagnostics, CountCopiesOfWhatBothSidesHaveChanged) {
     WatchedLibrary watched;
     const std::string folder = identifier(0xF);
     const auto item = [&](const std::string& title) {
-        return note(id).with("project", folder).with("title", title);
+        return note(firstId).with("project", folder).with("title", title);
     };
     (void)watched.exchange(
         RequestBuilder()
@@ -118,7 +116,7 @@ TEST(Diagnostics, CountCopiesOfWhatBothSidesHaveChanged) {
 TEST(Diagnostics, CountRowsObjectsAndFiles) {
     WatchedLibrary watched;
     const std::string file = watched.library.putFile("in", "eleven byte");
-    const RequestBuilder request = RequestBuilder().record(note(id).with("data", file));
+    const RequestBuilder request = RequestBuilder().record(note(firstId).with("data", file));
     (void)watched.exchange(request);
     EXPECT_EQ(watched.figure("saved", "rows"), 2) << "the thing and its payload";
     EXPECT_GE(watched.figure("merged", "files"), 1);
@@ -172,7 +170,7 @@ constexpr Refused refusedExchanges[] = {
      "not-provisioned"},
     {"Cycle",
      [](TestLibrary&, RequestBuilder& request) {
-         request.record(RecordBuilder::project(id).with("parent", id));
+         request.record(RecordBuilder::project(firstId).with("parent", firstId));
      },
      "project-cycle"},
     {"AccountService",
@@ -183,7 +181,7 @@ constexpr Refused refusedExchanges[] = {
      "account"},
     {"MissingFile",
      [](TestLibrary& library, RequestBuilder& request) {
-         request.record(note(id).with("data", library.exchangeFolder() + "/missing"));
+         request.record(note(firstId).with("data", library.exchangeFolder() + "/missing"));
      },
      "file"},
     {"NoStore",

@@ -17,7 +17,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 const std::string one = identifier(1);
-const std::string folder = identifier(0xF);
 
 /// A library, requests that are rehearsed on it, and the exchanges that then follow.
 class RehearsalTest : public testing::Test {
@@ -52,12 +51,12 @@ protected:
     std::string storeLinked(const std::string& title) {
         const RequestBuilder request =
             RequestBuilder()
-                .record(RecordBuilder::project(folder).with("linkedFolderOwner", "Mac"))
-                .record(thing(title, 5000).with("project", folder));
+                .record(RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac"))
+                .record(thing(title, 5000).with("project", folderId));
         return library.exchange(request).string(one, "fileFingerprint");
     }
     RecordBuilder linked(const std::string& title, const std::string& base) {
-        return thing(title, 1).with("project", folder).with("baseFileFingerprint", base);
+        return thing(title, 1).with("project", folderId).with("baseFileFingerprint", base);
     }
 
     TestLibrary library;

@@ -10,8 +10,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string id = identifier(1);
-
 // --- Which side wins: the time of modification
 // ----------------------------------------------------
 
@@ -26,22 +24,22 @@ class TimeRule : public testing::TestWithParam<TimeCase> {};
 
 TEST_P(TimeRule, AppliesTheHostsRecordUnlessTheStoredOneIsLater) {
     TestLibrary library;
-    const RecordBuilder stored = RecordBuilder::thing(id)
+    const RecordBuilder stored = RecordBuilder::thing(firstId)
                                      .with("title", "stored")
                                      .with("note", "stored")
                                      .with("isStarred", true)
                                      .with("updatedAt", GetParam().stored);
     const Response before = library.exchange(RequestBuilder().record(stored));
     const Response after = library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id)
+        RequestBuilder().record(RecordBuilder::thing(firstId)
                                     .with("title", "host")
                                     .with("updatedAt", JsonValue::parse(GetParam().incoming))));
     if (GetParam().hostWins) {
-        EXPECT_EQ(after.string(id, "title"), "host");
-        EXPECT_EQ(after.string(id, "note"), "");
-        EXPECT_FALSE(after.boolean(id, "isStarred"));
+        EXPECT_EQ(after.string(firstId, "title"), "host");
+        EXPECT_EQ(after.string(firstId, "note"), "");
+        EXPECT_FALSE(after.boolean(firstId, "isStarred"));
     } else {
-        EXPECT_EQ(after.record(id), before.record(id));
+        EXPECT_EQ(after.record(firstId), before.record(firstId));
     }
 }
 
@@ -61,12 +59,12 @@ INSTANTIATE_TEST_SUITE_P(FieldMerge, TimeRule, testing::ValuesIn(timeCases), cas
 
 TEST(FieldMerge, ComparesTheSecondRecordOfAStoredThingWithTheFirst) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
     const Response response = library.exchange(
         RequestBuilder()
-            .record(RecordBuilder::thing(id).with("title", "a").with("updatedAt", 2000))
-            .record(RecordBuilder::thing(id).with("title", "b").with("updatedAt", 1000)));
-    EXPECT_EQ(response.string(id, "title"), "a");
+            .record(RecordBuilder::thing(firstId).with("title", "a").with("updatedAt", 2000))
+            .record(RecordBuilder::thing(firstId).with("title", "b").with("updatedAt", 1000)));
+    EXPECT_EQ(response.string(firstId, "title"), "a");
 }
 
 TEST(FieldMerge, UpdatesProjectsAndTagsWhateverTheirAge) {
@@ -74,14 +72,14 @@ TEST(FieldMerge, UpdatesProjectsAndTagsWhateverTheirAge) {
     const std::string tag = identifier(2);
     (void)library.exchange(
         RequestBuilder()
-            .record(RecordBuilder::project(id).with("name", "old").with("createdAt", 2000))
+            .record(RecordBuilder::project(firstId).with("name", "old").with("createdAt", 2000))
             .record(RecordBuilder::tag(tag).with("name", "old").with("createdAt", 2000)));
     const Response response = library.exchange(
         RequestBuilder()
-            .record(RecordBuilder::project(id).with("name", "new").with("createdAt", 1000))
+            .record(RecordBuilder::project(firstId).with("name", "new").with("createdAt", 1000))
             .record(RecordBuilder::tag(tag).with("name", "new").with("createdAt", 1000)));
-    EXPECT_EQ(response.string(id, "name"), "new");
-    EXPECT_EQ(response.integer(id, "createdAt"), 1000);
+    EXPECT_EQ(response.string(firstId, "name"), "new");
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 1000);
     EXPECT_EQ(response.string(tag, "name"), "new");
     EXPECT_EQ(response.integer(tag, "createdAt"), 1000);
 }
@@ -94,16 +92,16 @@ TEST(FieldMerge, ResetsTheFieldsOfAProjectAndATagThatTheHostLeavesOut) {
     const std::string tag = identifier(2);
     (void)library.exchange(
         RequestBuilder()
-            .record(RecordBuilder::project(id)
+            .record(RecordBuilder::project(firstId)
                         .with("name", "a")
                         .with("sortOrder", 5)
                         .with("createdAt", 1000))
             .record(RecordBuilder::tag(tag).with("name", "b").with("createdAt", 1000)));
     const Response response = library.exchange(
-        RequestBuilder().record(RecordBuilder::project(id)).record(RecordBuilder::tag(tag)));
-    EXPECT_EQ(response.string(id, "name"), "");
-    EXPECT_EQ(response.integer(id, "sortOrder"), 0);
-    EXPECT_EQ(response.integer(id, "createdAt"), 0);
+        RequestBuilder().record(RecordBuilder::project(firstId)).record(RecordBuilder::tag(tag)));
+    EXPECT_EQ(response.string(firstId, "name"), "");
+    EXPECT_EQ(response.integer(firstId, "sortOrder"), 0);
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 0);
     EXPECT_EQ(response.string(tag, "name"), "");
     EXPECT_EQ(response.integer(tag, "createdAt"), 0);
 }
@@ -114,7 +112,7 @@ TEST(FieldMerge, ResetsEveryFieldOfAThingThatTheHostLeavesOut) {
     (void)library.exchange(RequestBuilder()
                                .record(RecordBuilder::tag(identifier(2)))
                                .record(RecordBuilder::project(identifier(3)))
-                               .record(RecordBuilder::thing(id)
+                               .record(RecordBuilder::thing(firstId)
                                            .with("kind", "image")
                                            .with("title", "a")
                                            .with("subtitle", "b")
@@ -134,61 +132,64 @@ TEST(FieldMerge, ResetsEveryFieldOfAThingThatTheHostLeavesOut) {
                                            .with("data", file)
                                            .with("thumbnail", file)
                                            .with("icon", file)));
-    const Response emptied = library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
+    const Response emptied =
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
 
     TestLibrary other;
-    const Response fresh = other.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
-    EXPECT_EQ(emptied.record(id), fresh.record(id));
+    const Response fresh = other.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
+    EXPECT_EQ(emptied.record(firstId), fresh.record(firstId));
 }
 
 TEST(FieldMerge, KeepsTheLinkOfAProjectUnlessTheHostSendsAText) {
     TestLibrary library;
     const auto owner = [&](const RecordBuilder& project) {
-        return library.exchange(RequestBuilder().record(project)).string(id, "linkedFolderOwner");
+        return library.exchange(RequestBuilder().record(project))
+            .string(firstId, "linkedFolderOwner");
     };
-    EXPECT_EQ(owner(RecordBuilder::project(id).with("linkedFolderOwner", "Mac")), "Mac");
-    EXPECT_EQ(owner(RecordBuilder::project(id)), "Mac");
-    EXPECT_EQ(owner(RecordBuilder::project(id).with("linkedFolderOwner", nullptr)), "Mac");
-    EXPECT_EQ(owner(RecordBuilder::project(id).with("linkedFolderOwner", 5)), "Mac");
-    EXPECT_EQ(owner(RecordBuilder::project(id).with("linkedFolderOwner", "")), "");
+    EXPECT_EQ(owner(RecordBuilder::project(firstId).with("linkedFolderOwner", "Mac")), "Mac");
+    EXPECT_EQ(owner(RecordBuilder::project(firstId)), "Mac");
+    EXPECT_EQ(owner(RecordBuilder::project(firstId).with("linkedFolderOwner", nullptr)), "Mac");
+    EXPECT_EQ(owner(RecordBuilder::project(firstId).with("linkedFolderOwner", 5)), "Mac");
+    EXPECT_EQ(owner(RecordBuilder::project(firstId).with("linkedFolderOwner", "")), "");
 }
 
 TEST(FieldMerge, AttachesKnownTagsAndDropsWhatNamesNone) {
     TestLibrary library;
     const std::string red = identifier(0xA);
     const std::string blue = identifier(0xB);
-    const Response response = library.exchange(
-        RequestBuilder()
-            .record(RecordBuilder::thing(id).with("tags",
-                                                  JsonElements{blue,
-                                                               identifier(99),
-                                                               "nonsense",
-                                                               5,
-                                                               nullptr,
-                                                               Uuid::parse(red)->upperCaseText(),
-                                                               blue}))
-            .record(RecordBuilder::tag(red))
-            .record(RecordBuilder::tag(blue)));
-    EXPECT_THAT(response.strings(id, "tags"), ElementsAre(red, blue));
+    const Response response =
+        library.exchange(RequestBuilder()
+                             .record(RecordBuilder::thing(firstId).with(
+                                 "tags",
+                                 JsonElements{blue,
+                                              identifier(99),
+                                              "nonsense",
+                                              5,
+                                              nullptr,
+                                              Uuid::parse(red)->upperCaseText(),
+                                              blue}))
+                             .record(RecordBuilder::tag(red))
+                             .record(RecordBuilder::tag(blue)));
+    EXPECT_THAT(response.strings(firstId, "tags"), ElementsAre(red, blue));
 }
 
 TEST(FieldMerge, AttachesNoTagThatIsOnlyAnotherRecordsIdentifier) {
     TestLibrary library;
-    const Response response =
-        library.exchange(RequestBuilder()
-                             .record(RecordBuilder::project(identifier(2)))
-                             .record(RecordBuilder::thing(id).withTags({identifier(2), id})));
-    EXPECT_THAT(response.strings(id, "tags"), IsEmpty());
+    const Response response = library.exchange(
+        RequestBuilder()
+            .record(RecordBuilder::project(identifier(2)))
+            .record(RecordBuilder::thing(firstId).withTags({identifier(2), firstId})));
+    EXPECT_THAT(response.strings(firstId, "tags"), IsEmpty());
 }
 
 TEST(FieldMerge, FilesAThingUnderAProjectThatStandsLaterInTheList) {
     TestLibrary library;
     const Response response =
         library.exchange(RequestBuilder()
-                             .record(RecordBuilder::thing(id).with(
+                             .record(RecordBuilder::thing(firstId).with(
                                  "project", Uuid::parse(identifier(0xA))->upperCaseText()))
                              .record(RecordBuilder::project(identifier(0xA))));
-    EXPECT_EQ(response.string(id, "project"), identifier(0xA));
+    EXPECT_EQ(response.string(firstId, "project"), identifier(0xA));
 }
 
 TEST(FieldMerge, FilesAThingNowhereWhenItsProjectIsUnknown) {
@@ -196,20 +197,21 @@ TEST(FieldMerge, FilesAThingNowhereWhenItsProjectIsUnknown) {
          {JsonValue(identifier(9)), JsonValue("nonsense"), JsonValue(5), JsonValue(nullptr)}) {
         TestLibrary library;
         const Response response = library.exchange(
-            RequestBuilder().record(RecordBuilder::thing(id).with("project", project)));
-        EXPECT_FALSE(response.has(id, "project")) << project.text();
+            RequestBuilder().record(RecordBuilder::thing(firstId).with("project", project)));
+        EXPECT_FALSE(response.has(firstId, "project")) << project.text();
     }
 }
 
 TEST(FieldMerge, MovesAThingToAnotherProject) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder()
-                               .record(RecordBuilder::project(identifier(2)))
-                               .record(RecordBuilder::project(identifier(3)))
-                               .record(RecordBuilder::thing(id).with("project", identifier(2))));
+    (void)library.exchange(
+        RequestBuilder()
+            .record(RecordBuilder::project(identifier(2)))
+            .record(RecordBuilder::project(identifier(3)))
+            .record(RecordBuilder::thing(firstId).with("project", identifier(2))));
     const Response response = library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id).with("project", identifier(3))));
-    EXPECT_EQ(response.string(id, "project"), identifier(3));
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("project", identifier(3))));
+    EXPECT_EQ(response.string(firstId, "project"), identifier(3));
 }
 
 }  // namespace

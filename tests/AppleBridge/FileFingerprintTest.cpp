@@ -10,8 +10,6 @@
 namespace kelto {
 namespace {
 
-const std::string id = identifier(1);
-
 // --- Frozen texts
 // ---------------------------------------------------------------------------------
 
@@ -63,11 +61,11 @@ TEST(ThingFingerprint, IsTheFrozenDigestOfTheFrozenRecord) {
 
 /// The fingerprint of a stored item.
 std::string fingerprintOf(TestLibrary& library, const RecordBuilder& thing) {
-    return library.exchange(RequestBuilder().record(thing)).string(id, "fileFingerprint");
+    return library.exchange(RequestBuilder().record(thing)).string(firstId, "fileFingerprint");
 }
 
 RecordBuilder item() {
-    return RecordBuilder::thing(id)
+    return RecordBuilder::thing(firstId)
         .with("kind", "document")
         .with("title", "Plan")
         .with("content", "content")

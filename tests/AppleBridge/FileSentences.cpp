@@ -8,10 +8,8 @@ namespace kelto {
 
 namespace {
 
-const std::string id = identifier(1);
-
 void nameFile(RequestBuilder& request, const std::string& file) {
-    request.record(RecordBuilder::thing(id).with("data", file));
+    request.record(RecordBuilder::thing(firstId).with("data", file));
 }
 
 /// The folder "received" cannot be made.

@@ -10,15 +10,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string id = identifier(1);
-
 // --- Creation
 // -------------------------------------------------------------------------------------
 
 TEST(HostMerge, OfNoRecordsChangesNothing) {
     TestLibrary library;
     const Response before = library.exchange(RequestBuilder()
-                                                 .record(RecordBuilder::thing(id))
+                                                 .record(RecordBuilder::thing(firstId))
                                                  .record(RecordBuilder::project(identifier(2)))
                                                  .record(RecordBuilder::tag(identifier(3))));
     EXPECT_EQ(library.exchange().records(), before.records());
@@ -26,7 +24,8 @@ TEST(HostMerge, OfNoRecordsChangesNothing) {
 
 TEST(HostMerge, CreatesAThingOfBareDefaults) {
     TestLibrary library;
-    const Response response = library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
+    const Response response =
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
     for (const char* key : {"kind",
                             "title",
                             "subtitle",
@@ -36,24 +35,24 @@ TEST(HostMerge, CreatesAThingOfBareDefaults) {
                             "fileName",
                             "typeIdentifier",
                             "metadataJson"}) {
-        EXPECT_EQ(response.string(id, key), "") << key;
+        EXPECT_EQ(response.string(firstId, key), "") << key;
     }
-    EXPECT_EQ(response.integer(id, "fileSize"), 0);
-    EXPECT_EQ(response.number(id, "aspectRatio"), 1.0);
-    EXPECT_FALSE(response.boolean(id, "isStarred"));
-    EXPECT_EQ(response.integer(id, "createdAt"), 0);
-    EXPECT_EQ(response.integer(id, "updatedAt"), 0);
+    EXPECT_EQ(response.integer(firstId, "fileSize"), 0);
+    EXPECT_EQ(response.number(firstId, "aspectRatio"), 1.0);
+    EXPECT_FALSE(response.boolean(firstId, "isStarred"));
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 0);
+    EXPECT_EQ(response.integer(firstId, "updatedAt"), 0);
 }
 
 TEST(HostMerge, CreatesAProjectAndATagOfBareDefaults) {
     TestLibrary library;
     const std::string tag = identifier(2);
     const Response response = library.exchange(
-        RequestBuilder().record(RecordBuilder::project(id)).record(RecordBuilder::tag(tag)));
-    EXPECT_EQ(response.string(id, "name"), "");
-    EXPECT_EQ(response.integer(id, "sortOrder"), 0);
-    EXPECT_EQ(response.string(id, "linkedFolderOwner"), "");
-    EXPECT_EQ(response.integer(id, "createdAt"), 0);
+        RequestBuilder().record(RecordBuilder::project(firstId)).record(RecordBuilder::tag(tag)));
+    EXPECT_EQ(response.string(firstId, "name"), "");
+    EXPECT_EQ(response.integer(firstId, "sortOrder"), 0);
+    EXPECT_EQ(response.string(firstId, "linkedFolderOwner"), "");
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 0);
     EXPECT_EQ(response.string(tag, "name"), "");
     EXPECT_EQ(response.integer(tag, "createdAt"), 0);
 }
@@ -72,22 +71,22 @@ TEST(HostMerge, FindsARecordByItsIdentifierInUpperCase) {
 TEST(HostMerge, KeepsRecordsOfDifferentTypesUnderOneIdentifierApart) {
     TestLibrary library;
     const Response response = library.exchange(RequestBuilder()
-                                                   .record(RecordBuilder::project(id))
-                                                   .record(RecordBuilder::tag(id))
-                                                   .record(RecordBuilder::thing(id)));
-    EXPECT_THAT(response.identifiers("Project"), ElementsAre(id));
-    EXPECT_THAT(response.identifiers("Tag"), ElementsAre(id));
-    EXPECT_THAT(response.identifiers("Thing"), ElementsAre(id));
+                                                   .record(RecordBuilder::project(firstId))
+                                                   .record(RecordBuilder::tag(firstId))
+                                                   .record(RecordBuilder::thing(firstId)));
+    EXPECT_THAT(response.identifiers("Project"), ElementsAre(firstId));
+    EXPECT_THAT(response.identifiers("Tag"), ElementsAre(firstId));
+    EXPECT_THAT(response.identifiers("Thing"), ElementsAre(firstId));
 }
 
 TEST(HostMerge, TakesTheSecondOfTwoRecordsOfANewThing) {
     TestLibrary library;
     const Response response = library.exchange(
         RequestBuilder()
-            .record(RecordBuilder::thing(id).with("title", "a").with("updatedAt", 2000))
-            .record(RecordBuilder::thing(id).with("title", "b").with("updatedAt", 1000)));
-    EXPECT_THAT(response.identifiers("Thing"), ElementsAre(id));
-    EXPECT_EQ(response.string(id, "title"), "b");
+            .record(RecordBuilder::thing(firstId).with("title", "a").with("updatedAt", 2000))
+            .record(RecordBuilder::thing(firstId).with("title", "b").with("updatedAt", 1000)));
+    EXPECT_THAT(response.identifiers("Thing"), ElementsAre(firstId));
+    EXPECT_EQ(response.string(firstId, "title"), "b");
 }
 
 TEST(HostMerge, SurvivesARestart) {
@@ -96,7 +95,7 @@ TEST(HostMerge, SurvivesARestart) {
         library.exchange(RequestBuilder()
                              .record(RecordBuilder::project(identifier(2)).with("name", "Home"))
                              .record(RecordBuilder::tag(identifier(3)).with("name", "Red"))
-                             .record(RecordBuilder::thing(id)
+                             .record(RecordBuilder::thing(firstId)
                                          .with("title", "Title")
                                          .with("project", identifier(2))
                                          .withTags({identifier(3)})
@@ -108,9 +107,9 @@ TEST(HostMerge, SurvivesARestart) {
 
 TEST(HostMerge, SeesWhatAnotherProgramHasWrittenMeanwhile) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(id).with("name", "a")));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(firstId).with("name", "a")));
     library.changeStore(R"(UPDATE "Tag" SET "name" = 'b')");
-    EXPECT_EQ(library.exchange().string(id, "name"), "b");
+    EXPECT_EQ(library.exchange().string(firstId, "name"), "b");
 }
 
 // --- Live or deleted
@@ -121,8 +120,8 @@ class LiveRecord : public testing::TestWithParam<std::pair<const char*, const ch
 TEST_P(LiveRecord, IsWhateverIsNotDeletedTrue) {
     TestLibrary library;
     const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::tag(id).with("deleted", JsonValue::parse(GetParam().second))));
-    EXPECT_THAT(response.identifiers("Tag"), ElementsAre(id));
+        RecordBuilder::tag(firstId).with("deleted", JsonValue::parse(GetParam().second))));
+    EXPECT_THAT(response.identifiers("Tag"), ElementsAre(firstId));
 }
 INSTANTIATE_TEST_SUITE_P(HostMerge,
                          LiveRecord,
@@ -151,20 +150,20 @@ TEST(HostMerge, DeletesARecordOfEachType) {
 
 TEST(HostMerge, DeletesNothingForAnUnknownIdentifierOrAnotherType) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(id)));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(firstId)));
     const Response response =
         library.exchange(RequestBuilder()
-                             .record(RecordBuilder::deletion("Thing", id))
+                             .record(RecordBuilder::deletion("Thing", firstId))
                              .record(RecordBuilder::deletion("Project", identifier(7)))
                              .record(RecordBuilder::deletion("Tag", identifier(8))));
-    EXPECT_THAT(response.identifiers("Tag"), ElementsAre(id));
+    EXPECT_THAT(response.identifiers("Tag"), ElementsAre(firstId));
 }
 
 TEST(HostMerge, IgnoresAllOtherKeysOfADeletion) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
     const Response response =
-        library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", id)
+        library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", firstId)
                                                      .with("data", "/etc/passwd")
                                                      .with("updatedAt", -1)
                                                      .with("title", 5)));
@@ -175,19 +174,20 @@ TEST(HostMerge, DeletesARecordThatTheSameRequestAlsoUpdates) {
     for (const bool deletionFirst : {false, true}) {
         TestLibrary library;
         RequestBuilder request;
-        if (deletionFirst) request.record(RecordBuilder::deletion("Thing", id));
-        request.record(RecordBuilder::thing(id).with("title", "a"));
-        if (!deletionFirst) request.record(RecordBuilder::deletion("Thing", id));
+        if (deletionFirst) request.record(RecordBuilder::deletion("Thing", firstId));
+        request.record(RecordBuilder::thing(firstId).with("title", "a"));
+        if (!deletionFirst) request.record(RecordBuilder::deletion("Thing", firstId));
         EXPECT_THAT(library.exchange(request).records(), IsEmpty());
     }
 }
 
 TEST(HostMerge, DeletesTwiceWithoutComplaint) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(id)));
-    const Response response = library.exchange(RequestBuilder()
-                                                   .record(RecordBuilder::deletion("Tag", id))
-                                                   .record(RecordBuilder::deletion("Tag", id)));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(firstId)));
+    const Response response =
+        library.exchange(RequestBuilder()
+                             .record(RecordBuilder::deletion("Tag", firstId))
+                             .record(RecordBuilder::deletion("Tag", firstId)));
     EXPECT_THAT(response.records(), IsEmpty());
 }
 
@@ -204,12 +204,13 @@ class RefusedRecord : public testing::TestWithParam<FailingRecord> {};
 
 TEST_P(RefusedRecord, FailsTheWholeExchange) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(id).with("name", "before")));
-    const std::string change = RecordBuilder::tag(id).with("name", "after").json().text();
+    (void)library.exchange(
+        RequestBuilder().record(RecordBuilder::tag(firstId).with("name", "before")));
+    const std::string change = RecordBuilder::tag(firstId).with("name", "after").json().text();
     const Response response = library.exchange(RequestBuilder().with(
         "records", JsonValue::parse("[" + change + "," + GetParam().json + "]")));
     EXPECT_EQ(response.error(), GetParam().sentence);
-    EXPECT_EQ(library.exchange().string(id, "name"), "before");
+    EXPECT_EQ(library.exchange().string(firstId, "name"), "before");
 }
 
 constexpr const char* invalidIdentifier = "Invalid record identifier.";

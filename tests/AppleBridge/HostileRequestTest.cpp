@@ -11,8 +11,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-const std::string id = identifier(1);
-
 // --- JSON beyond all measure
 // ----------------------------------------------------------------------
 
@@ -20,7 +18,7 @@ const std::string id = identifier(1);
 std::string requestWith(TestLibrary& library, const std::string& json) {
     std::string text =
         RequestBuilder()
-            .record(RecordBuilder::thing(id).with("title", "kept").with("unknown", "HERE"))
+            .record(RecordBuilder::thing(firstId).with("title", "kept").with("unknown", "HERE"))
             .text(library.storePath(), library.exchangeFolder());
     return text.replace(text.find("\"HERE\""), 6, json);
 }
@@ -33,7 +31,7 @@ TEST(HostileRequest, MayBeNestedToTheReadersLimit) {
     TestLibrary library;
     // The request, its records and the record itself are three.
     const Response response(library.exchangeText(requestWith(library, nested(509, '[', ']'))));
-    EXPECT_EQ(response.string(id, "title"), "kept");
+    EXPECT_EQ(response.string(firstId, "title"), "kept");
 }
 
 TEST(HostileRequest, NestedDeeperIsTheReadersErrorHoweverDeep) {
@@ -55,17 +53,17 @@ TEST(HostileRequest, NestedDeeperIsTheReadersErrorHoweverDeep) {
 TEST(HostileRequest, MayHoldTextsOfMegabytes) {
     TestLibrary library;
     const std::string text(5'000'000, '/');
-    const Response response = library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id).with("content", text).with("note", "é")));
-    EXPECT_EQ(response.string(id, "content"), text);
+    const Response response = library.exchange(RequestBuilder().record(
+        RecordBuilder::thing(firstId).with("content", text).with("note", "é")));
+    EXPECT_EQ(response.string(firstId, "content"), text);
     library.restart();
-    EXPECT_EQ(library.exchange().string(id, "content"), text);
+    EXPECT_EQ(library.exchange().string(firstId, "content"), text);
 }
 
 TEST(HostileRequest, MayHoldNulCharactersInEveryText) {
     TestLibrary library;
     const std::string text("a\0b\0", 4);
-    RecordBuilder thing = RecordBuilder::thing(id);
+    RecordBuilder thing = RecordBuilder::thing(firstId);
     const std::vector<std::string> keys = {"kind",
                                            "title",
                                            "subtitle",
@@ -76,11 +74,12 @@ TEST(HostileRequest, MayHoldNulCharactersInEveryText) {
                                            "typeIdentifier",
                                            "metadataJson"};
     for (const std::string& key : keys) thing.with(key, text);
-    (void)library.exchange(
-        RequestBuilder()
-            .record(thing)
-            .record(RecordBuilder::tag(id).with("name", text))
-            .record(RecordBuilder::project(id).with("name", text).with("linkedFolderOwner", text)));
+    (void)library.exchange(RequestBuilder()
+                               .record(thing)
+                               .record(RecordBuilder::tag(firstId).with("name", text))
+                               .record(RecordBuilder::project(firstId)
+                                           .with("name", text)
+                                           .with("linkedFolderOwner", text)));
     library.restart();
     const Response response = library.exchange();
     const JsonValue& stored = response.records().back();
@@ -97,9 +96,9 @@ TEST(HostileRequest, MayHoldEveryCharacter) {
     const std::string text =
         "\x01\x1F\x7F \xC2\x80 \xE2\x80\xA8 \xEF\xBB\xBF \xEF\xBF\xBF \xF4\x8F\xBF\xBF e\xCC\x81 "
         "\"\\/";
-    const Response response =
-        library.exchange(RequestBuilder().record(RecordBuilder::thing(id).with("title", text)));
-    EXPECT_EQ(response.string(id, "title"), text) << "no normal form, no repair";
+    const Response response = library.exchange(
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("title", text)));
+    EXPECT_EQ(response.string(firstId, "title"), text) << "no normal form, no repair";
 }
 
 TEST(HostileRequest, ThatIsNotUtf8IsTheReadersError) {
@@ -114,16 +113,16 @@ TEST(HostileRequest, ThatIsNotUtf8IsTheReadersError) {
 TEST(HostileRequest, MayHoldAnUnendingNumber) {
     TestLibrary library;
     const std::string digits(1'000'000, '9');
-    const RecordBuilder thing = RecordBuilder::thing(id)
+    const RecordBuilder thing = RecordBuilder::thing(firstId)
                                     .with("fileSize", JsonNumber{digits})
                                     .with("aspectRatio", JsonNumber{digits})
                                     .with("createdAt", JsonNumber{"-1e999999999999"})
                                     .with("updatedAt", JsonNumber{"1e-999999999999"});
     const Response response = library.exchange(RequestBuilder().record(thing));
-    EXPECT_EQ(response.integer(id, "fileSize"), 0);
-    EXPECT_EQ(response.number(id, "aspectRatio"), 1.0);
-    EXPECT_EQ(response.integer(id, "createdAt"), 0);
-    EXPECT_EQ(response.integer(id, "updatedAt"), 0);
+    EXPECT_EQ(response.integer(firstId, "fileSize"), 0);
+    EXPECT_EQ(response.number(firstId, "aspectRatio"), 1.0);
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 0);
+    EXPECT_EQ(response.integer(firstId, "updatedAt"), 0);
 }
 
 TEST(HostileRequest, MayRepeatAKeyOfARecord) {
@@ -156,9 +155,9 @@ TEST(HostileRequest, MayAttachManyTags) {
         tags.push_back(identifier(i));
         records.push_back(RecordBuilder::tag(tags.back()).json());
     }
-    records.push_back(RecordBuilder::thing(id).withTags(tags).json());
+    records.push_back(RecordBuilder::thing(firstId).withTags(tags).json());
     const Response response = library.exchange(request.with("records", records));
-    EXPECT_EQ(response.strings(id, "tags"), tags);
+    EXPECT_EQ(response.strings(firstId, "tags"), tags);
 }
 
 TEST(HostileRequest, OfRandomBytesIsAlwaysAnError) {

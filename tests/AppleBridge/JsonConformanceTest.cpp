@@ -18,7 +18,6 @@ namespace {
 
 using testing::StartsWith;
 
-const std::string id = identifier(1);
 const char* const notJson = "The JSON text is not valid at line ";
 
 std::string lastAnswer;
@@ -51,7 +50,7 @@ protected:
     /// A good request, whose thing has this title, with a text in the place of a value that nobody
     /// reads: of the envelope, or of the record.
     static std::string requestWith(std::string_view json, std::string_view title, bool inRecord) {
-        RecordBuilder thing = RecordBuilder::thing(id).with("updatedAt", ++moment);
+        RecordBuilder thing = RecordBuilder::thing(firstId).with("updatedAt", ++moment);
         RequestBuilder request;
         if (inRecord) thing.with("extra", "HERE");
         request.record(thing.with("title", title));
@@ -71,7 +70,7 @@ TEST_P(TakenJson, IsPassedOverAsAValueThatNobodyReads) {
         const std::string title = std::string(GetParam().name) + (inRecord ? "Record" : "Envelope");
         const Response response = exchange(requestWith(GetParam().json, title, inRecord));
         EXPECT_EQ(response.error(), "");
-        EXPECT_EQ(response.string(id, "title"), title);
+        EXPECT_EQ(response.string(firstId, "title"), title);
     }
 }
 
@@ -107,7 +106,7 @@ class ScalarJson : public JsonConformance {};
 TEST_P(ScalarJson, IsRefusedAloneAndTakenAsAValue) {
     EXPECT_THAT(exchange(std::string(GetParam().json)).error(), StartsWith("The JSON text"));
     const std::string title = GetParam().name;
-    EXPECT_EQ(exchange(requestWith(GetParam().json, title, false)).string(id, "title"), title);
+    EXPECT_EQ(exchange(requestWith(GetParam().json, title, false)).string(firstId, "title"), title);
 }
 
 constexpr JsonCase scalars[] = {
@@ -121,14 +120,14 @@ using JsonFrame = JsonConformance;
 
 TEST_F(JsonFrame, MayBeginWithAByteOrderMark) {
     const std::string text = requestWith("1", "marked", false);
-    EXPECT_EQ(exchange("\xEF\xBB\xBF" + text).string(id, "title"), "marked");
+    EXPECT_EQ(exchange("\xEF\xBB\xBF" + text).string(firstId, "title"), "marked");
     EXPECT_THAT(exchange("\xEF\xBB\xBF\xEF\xBB\xBF" + text).error(), StartsWith(notJson));
     EXPECT_THAT(exchange("\xEF\xBB\xBF").error(), StartsWith(notJson));
 }
 
 TEST_F(JsonFrame, MayEndInBlanksAndInNothingElse) {
     const std::string text = requestWith("1", "blanks", false);
-    EXPECT_EQ(exchange(text + " \t\r\n").string(id, "title"), "blanks");
+    EXPECT_EQ(exchange(text + " \t\r\n").string(firstId, "title"), "blanks");
     for (const char* tail : {"x", ",", "]", "}", "\x0C", "\xEF\xBB\xBF", "{}", "//"}) {
         EXPECT_THAT(exchange(text + tail).error(), StartsWith(notJson)) << tail;
     }
@@ -136,7 +135,7 @@ TEST_F(JsonFrame, MayEndInBlanksAndInNothingElse) {
 
 TEST_F(JsonFrame, EndsAtANul) {
     const std::string text = requestWith("1", "ended", false);
-    EXPECT_EQ(exchange(text + std::string("\0x", 2)).string(id, "title"), "ended");
+    EXPECT_EQ(exchange(text + std::string("\0x", 2)).string(firstId, "title"), "ended");
     EXPECT_THAT(exchange(std::string("\0", 1) + text).error(), StartsWith(notJson));
     EXPECT_THAT(exchange("").error(), StartsWith(notJson));
 }
@@ -164,14 +163,14 @@ TEST_P(RepairedText, IsTakenWithReplacementCharacters) {
         return library.store().exchange(std::move(request));
     };
     std::string text = RequestBuilder()
-                           .record(RecordBuilder::thing(id).with("title", "<HERE>"))
+                           .record(RecordBuilder::thing(firstId).with("title", "<HERE>"))
                            .text(library.storePath(), library.exchangeFolder());
     text.replace(text.find("HERE"), 4, GetParam().bytes);
     dispatchExchange(library.platform().platform(), exchange, text.c_str(), 0, answered);
     library.run();
     std::string expected = "<";
     for (std::size_t i = 0; i < GetParam().replacements; ++i) expected += "\xEF\xBF\xBD";
-    EXPECT_EQ(Response(lastAnswer).string(id, "title"), expected + ">");
+    EXPECT_EQ(Response(lastAnswer).string(firstId, "title"), expected + ">");
 }
 
 constexpr RepairCase illFormed[] = {
@@ -200,8 +199,9 @@ TEST_F(JsonFrame, MayBeNestedAsDeepAsTheReaderGoesAndNoDeeper) {
         return std::string(depth, '[') + std::string(depth, ']');
     };
     // The request is one level, the records and the record two more.
-    EXPECT_EQ(exchange(requestWith(nested(511), "deep", false)).string(id, "title"), "deep");
-    EXPECT_EQ(exchange(requestWith(nested(509), "deeper", true)).string(id, "title"), "deeper");
+    EXPECT_EQ(exchange(requestWith(nested(511), "deep", false)).string(firstId, "title"), "deep");
+    EXPECT_EQ(exchange(requestWith(nested(509), "deeper", true)).string(firstId, "title"),
+              "deeper");
     EXPECT_THAT(exchange(requestWith(nested(512), "no", false)).error(), StartsWith(notJson));
     EXPECT_THAT(exchange(requestWith(nested(510), "no", true)).error(), StartsWith(notJson));
     EXPECT_EQ(exchange(nested(512)).error(), "Invalid bridge request.");
@@ -214,7 +214,7 @@ TEST_F(JsonFrame, MayBeNestedAsDeepAsTheReaderGoesAndNoDeeper) {
 TEST_F(JsonFrame, TakesTheLastOfARepeatedKey) {
     std::string text = requestWith("1", "repeated", false);
     text.insert(1, R"("version":2,"directory":5,"records":"none",)");
-    EXPECT_EQ(exchange(text).string(id, "title"), "repeated");
+    EXPECT_EQ(exchange(text).string(firstId, "title"), "repeated");
     text.insert(text.size() - 1, R"(,"version":2)");
     EXPECT_EQ(exchange(text).error(), "Invalid bridge request.");
 }

@@ -9,36 +9,33 @@ namespace {
 
 using testing::SizeIs;
 
-const std::string id = identifier(1);
-const std::string folder = identifier(0xF);
-
 /// A library with one item in a linked folder. The "note" of a record is no part of the file: it
 /// tells whether the record was applied without touching any fingerprint.
 class LinkedFolder {
 public:
     LinkedFolder() {
         (void)library.exchange(RequestBuilder().record(
-            RecordBuilder::project(folder).with("linkedFolderOwner", "Mac")));
+            RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac")));
     }
 
     [[nodiscard]] static RecordBuilder item(const std::string& title) {
-        return RecordBuilder::thing(id)
+        return RecordBuilder::thing(firstId)
             .with("kind", "note")
             .with("title", title)
-            .with("project", folder)
+            .with("project", folderId)
             .with("updatedAt", 1000);
     }
 
     /// Puts a version into the store, as the mirroring or another host would.
     std::string store(RecordBuilder record) {
         record.without("baseFileFingerprint").with("updatedAt", nextTime_ += 1000);
-        return library.exchange(RequestBuilder().record(record)).string(id, "fileFingerprint");
+        return library.exchange(RequestBuilder().record(record)).string(firstId, "fileFingerprint");
     }
 
     /// The fingerprint that an item with these values has.
     static std::string fingerprintOf(const RecordBuilder& record) {
         TestLibrary other;
-        return other.exchange(RequestBuilder().record(record)).string(id, "fileFingerprint");
+        return other.exchange(RequestBuilder().record(record)).string(firstId, "fileFingerprint");
     }
 
     TestLibrary library;
@@ -81,8 +78,8 @@ TEST_P(FingerprintRule, DecidesWhateverTheTimes) {
                                     .with("baseFileFingerprint", base)));
 
     const bool applied = rule.outcome != Outcome::skipped;
-    EXPECT_EQ(response.string(id, "note"), applied ? "host" : "stored");
-    EXPECT_EQ(response.string(id, "title"), title(applied ? rule.host : rule.stored));
+    EXPECT_EQ(response.string(firstId, "note"), applied ? "host" : "stored");
+    EXPECT_EQ(response.string(firstId, "title"), title(applied ? rule.host : rule.stored));
     EXPECT_THAT(response.identifiers("Thing"),
                 SizeIs(rule.outcome == Outcome::appliedWithACopy ? 2 : 1));
 }
@@ -120,7 +117,7 @@ TEST_P(PartOfALinkedFile, ChangedInTheStoreAloneStands) {
                                                             .with("note", "host")
                                                             .with("baseFileFingerprint", base)
                                                             .with("updatedAt", 9e12)));
-    EXPECT_EQ(response.string(id, "note"), "");
+    EXPECT_EQ(response.string(firstId, "note"), "");
     EXPECT_THAT(response.identifiers("Thing"), SizeIs(1));
 }
 
@@ -133,7 +130,7 @@ TEST_P(PartOfALinkedFile, ChangedByTheHostAloneIsApplied) {
                                     .with("baseFileFingerprint", base)
                                     .with("updatedAt", 0)
                                     .with(GetParam().name, JsonValue::parse(GetParam().json))));
-    EXPECT_EQ(response.string(id, "note"), "host");
+    EXPECT_EQ(response.string(firstId, "note"), "host");
     EXPECT_THAT(response.identifiers("Thing"), SizeIs(1));
 }
 
@@ -166,14 +163,14 @@ TEST(LinkedFolder, TakesTheBytesForAPartOfTheFile) {
 
     const Response unchanged = linked.library.exchange(
         RequestBuilder().record(RecordBuilder(host).with("data", bytes("first"))));
-    EXPECT_EQ(unchanged.string(id, "note"), "");
-    EXPECT_EQ(linked.library.received(id, "data"), "second");
+    EXPECT_EQ(unchanged.string(firstId, "note"), "");
+    EXPECT_EQ(linked.library.received(firstId, "data"), "second");
 
     const Response changed = linked.library.exchange(
         RequestBuilder().record(RecordBuilder(host).with("data", bytes("third"))));
-    EXPECT_EQ(changed.string(id, "note"), "host");
+    EXPECT_EQ(changed.string(firstId, "note"), "host");
     EXPECT_THAT(changed.identifiers("Thing"), SizeIs(2));
-    EXPECT_EQ(linked.library.received(id, "data"), "third");
+    EXPECT_EQ(linked.library.received(firstId, "data"), "third");
 }
 
 // --- When the rule does not hold
@@ -183,7 +180,7 @@ TEST(LinkedFolder, AppliesARecordOfANewThingWhateverItsBase) {
     LinkedFolder linked;
     const Response response = linked.library.exchange(RequestBuilder().record(
         LinkedFolder::item("host").with("baseFileFingerprint", std::string(64, '0'))));
-    EXPECT_EQ(response.string(id, "title"), "host");
+    EXPECT_EQ(response.string(firstId, "title"), "host");
     EXPECT_THAT(response.identifiers("Thing"), SizeIs(1));
 }
 
@@ -191,21 +188,21 @@ TEST(LinkedFolder, IsOneFromTheRecordOnThatGivesItsProjectALinkOwner) {
     const std::string other = identifier(0x77);
     TestLibrary library;
     const auto thing = [](const std::string& uuid, const std::string& title) {
-        return RecordBuilder::thing(uuid).with("project", folder).with("title", title);
+        return RecordBuilder::thing(uuid).with("project", folderId).with("title", title);
     };
     const Response base = library.exchange(RequestBuilder()
-                                               .record(RecordBuilder::project(folder))
-                                               .record(thing(id, "a").with("updatedAt", 1000))
+                                               .record(RecordBuilder::project(folderId))
+                                               .record(thing(firstId, "a").with("updatedAt", 1000))
                                                .record(thing(other, "b").with("updatedAt", 1000)));
     (void)library.exchange(
         RequestBuilder().record(thing(other, "changed in the store").with("updatedAt", 2000)));
     // While the first record is merged, the project is an ordinary one.
     const Response response = library.exchange(
         RequestBuilder()
-            .record(thing(id, "a")
+            .record(thing(firstId, "a")
                         .with("updatedAt", 3000)
-                        .with("baseFileFingerprint", base.string(id, "fileFingerprint")))
-            .record(RecordBuilder::project(folder).with("linkedFolderOwner", "Mac"))
+                        .with("baseFileFingerprint", base.string(firstId, "fileFingerprint")))
+            .record(RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac"))
             .record(thing(other, "b")
                         .with("updatedAt", 3000)
                         .with("baseFileFingerprint", base.string(other, "fileFingerprint"))));
@@ -223,10 +220,10 @@ TEST_P(NoBase, LeavesTheDecisionToTheTimes) {
     }
     const Response earlier =
         linked.library.exchange(RequestBuilder().record(host.with("updatedAt", 0)));
-    EXPECT_EQ(earlier.string(id, "title"), "stored");
+    EXPECT_EQ(earlier.string(firstId, "title"), "stored");
     const Response later =
         linked.library.exchange(RequestBuilder().record(host.with("updatedAt", 9e12)));
-    EXPECT_EQ(later.string(id, "title"), "host");
+    EXPECT_EQ(later.string(firstId, "title"), "host");
     EXPECT_THAT(later.identifiers("Thing"), SizeIs(1));
 }
 constexpr Part noBases[] = {{"Absent", ""}, {"Null", "null"}, {"Number", "5"}, {"List", "[]"}};
@@ -237,7 +234,7 @@ TEST(LinkedFolder, TakesAnEmptyBaseForAFingerprint) {
     (void)linked.store(LinkedFolder::item("stored"));
     const Response response = linked.library.exchange(RequestBuilder().record(
         LinkedFolder::item("host").with("updatedAt", 0).with("baseFileFingerprint", "")));
-    EXPECT_EQ(response.string(id, "title"), "host");
+    EXPECT_EQ(response.string(firstId, "title"), "host");
     EXPECT_THAT(response.identifiers("Thing"), SizeIs(2));
 }
 
@@ -245,29 +242,29 @@ TEST(LinkedFolder, TakesAnEmptyBaseForAFingerprint) {
 /// version is later, and the host's record claims to be based on it.
 bool isDecidedByFingerprints(TestLibrary& library, const std::string& holder) {
     const RecordBuilder stored =
-        RecordBuilder::thing(id).with("project", holder).with("updatedAt", 2000);
+        RecordBuilder::thing(firstId).with("project", holder).with("updatedAt", 2000);
     const std::string base =
-        library.exchange(RequestBuilder().record(stored)).string(id, "fileFingerprint");
+        library.exchange(RequestBuilder().record(stored)).string(firstId, "fileFingerprint");
     const Response response =
-        library.exchange(RequestBuilder().record(RecordBuilder::thing(id)
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)
                                                      .with("title", "host")
                                                      .with("project", holder)
                                                      .with("updatedAt", 1000)
                                                      .with("baseFileFingerprint", base)));
-    return response.string(id, "title") == "host";
+    return response.string(firstId, "title") == "host";
 }
 
 TEST(LinkedFolder, IsAProjectWithAnOwner) {
     TestLibrary library;
     (void)library.exchange(
-        RequestBuilder().record(RecordBuilder::project(folder).with("linkedFolderOwner", "Mac")));
-    EXPECT_TRUE(isDecidedByFingerprints(library, folder));
+        RequestBuilder().record(RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac")));
+    EXPECT_TRUE(isDecidedByFingerprints(library, folderId));
 }
 
 TEST(LinkedFolder, IsNoProjectWithoutAnOwner) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::project(folder)));
-    EXPECT_FALSE(isDecidedByFingerprints(library, folder));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::project(folderId)));
+    EXPECT_FALSE(isDecidedByFingerprints(library, folderId));
 }
 
 TEST(LinkedFolder, HoldsNoThingWithoutAProject) {
@@ -293,7 +290,7 @@ TEST(LinkedFolder, DoesNotHoldTheProjectsAboveIt) {
     TestLibrary library;
     (void)library.exchange(RequestBuilder()
                                .record(RecordBuilder::project(identifier(2)))
-                               .record(RecordBuilder::project(folder)
+                               .record(RecordBuilder::project(folderId)
                                            .with("parent", identifier(2))
                                            .with("linkedFolderOwner", "Mac")));
     EXPECT_FALSE(isDecidedByFingerprints(library, identifier(2)));
@@ -309,29 +306,30 @@ TEST(LinkedFolder, IsTheStoredProjectAndNotTheOneInTheRecord) {
                                                 .with("project", identifier(2))
                                                 .with("updatedAt", 0)
                                                 .with("baseFileFingerprint", base)));
-    EXPECT_EQ(response.string(id, "title"), "host");
-    EXPECT_EQ(response.string(id, "project"), identifier(2));
+    EXPECT_EQ(response.string(firstId, "title"), "host");
+    EXPECT_EQ(response.string(firstId, "project"), identifier(2));
 }
 
 TEST(LinkedFolder, IsWhatTheRecordsBeforeTheThingsHaveMadeOfIt) {
     for (const bool projectFirst : {true, false}) {
         TestLibrary library;
         (void)library.exchange(RequestBuilder()
-                                   .record(RecordBuilder::project(folder))
-                                   .record(RecordBuilder::thing(id)
+                                   .record(RecordBuilder::project(folderId))
+                                   .record(RecordBuilder::thing(firstId)
                                                .with("title", "stored")
-                                               .with("project", folder)
+                                               .with("project", folderId)
                                                .with("updatedAt", 2000)));
-        const RecordBuilder link = RecordBuilder::project(folder).with("linkedFolderOwner", "Mac");
+        const RecordBuilder link =
+            RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac");
         RequestBuilder request;
         if (projectFirst) request.record(link);
-        request.record(RecordBuilder::thing(id)
+        request.record(RecordBuilder::thing(firstId)
                            .with("title", "host")
                            .with("updatedAt", 1000)
                            .with("baseFileFingerprint", "neither"));
         if (!projectFirst) request.record(link);
         const Response response = library.exchange(request);
-        EXPECT_EQ(response.string(id, "title"), projectFirst ? "host" : "stored");
+        EXPECT_EQ(response.string(firstId, "title"), projectFirst ? "host" : "stored");
         EXPECT_THAT(response.identifiers("Thing"), SizeIs(projectFirst ? 2 : 1));
     }
 }
@@ -340,16 +338,16 @@ TEST(LinkedFolder, OnACycleOfForeignDataDoesNotHang) {
     TestLibrary library;
     const std::string other = identifier(0xE);
     (void)library.exchange(RequestBuilder()
-                               .record(RecordBuilder::project(folder).with("parent", other))
+                               .record(RecordBuilder::project(folderId).with("parent", other))
                                .record(RecordBuilder::project(other))
-                               .record(RecordBuilder::thing(id).with("project", folder)));
+                               .record(RecordBuilder::thing(firstId).with("project", folderId)));
     library.changeStore(
         R"(UPDATE "Project" SET "parent" = (SELECT min("id") FROM "Project") WHERE "parent" IS NULL)");
-    const RecordBuilder host = RecordBuilder::thing(id).with("baseFileFingerprint", "x");
+    const RecordBuilder host = RecordBuilder::thing(firstId).with("baseFileFingerprint", "x");
     EXPECT_EQ(library.exchange(RequestBuilder().record(host)).error(),
               "The library contains a project cycle.");
     const Response repaired =
-        library.exchange(RequestBuilder().record(host).record(RecordBuilder::project(folder)));
+        library.exchange(RequestBuilder().record(host).record(RecordBuilder::project(folderId)));
     EXPECT_FALSE(repaired.isError());
 }
 

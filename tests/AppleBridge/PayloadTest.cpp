@@ -15,7 +15,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-const std::string id = identifier(1);
 const std::string other = identifier(2);
 
 /// So many bytes that no two places look alike.
@@ -52,13 +51,13 @@ class PayloadOfSize : public testing::TestWithParam<SizeCase> {};
 TEST_P(PayloadOfSize, ComesBackByteForByteAlsoAfterARestart) {
     TestLibrary library;
     const std::string contents = bytes(GetParam().size);
-    (void)put(library, id, "data", contents);
-    EXPECT_EQ(library.received(id, "data"), contents);
+    (void)put(library, firstId, "data", contents);
+    EXPECT_EQ(library.received(firstId, "data"), contents);
     EXPECT_THAT(library.externalFiles(), SizeIs(GetParam().externalFiles));
     std::filesystem::remove_all(library.exchangeFolder());
     library.restart();
     (void)library.exchange();
-    EXPECT_EQ(library.received(id, "data"), contents);
+    EXPECT_EQ(library.received(firstId, "data"), contents);
 }
 
 constexpr std::size_t kilobyte = 1024;
@@ -80,11 +79,11 @@ class PayloadKey : public testing::TestWithParam<const char*> {};
 TEST_P(PayloadKey, HoldsItsOwnBytes) {
     TestLibrary library;
     const std::string contents = bytes(100'000);
-    const Response response = put(library, id, GetParam(), contents);
-    EXPECT_EQ(library.received(id, GetParam()), contents);
-    EXPECT_THAT(library.receivedFiles(), ElementsAre(id + "." + GetParam()));
-    EXPECT_EQ(response.string(id, GetParam()),
-              library.receivedFolder() + "/" + id + "." + GetParam());
+    const Response response = put(library, firstId, GetParam(), contents);
+    EXPECT_EQ(library.received(firstId, GetParam()), contents);
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(firstId + "." + GetParam()));
+    EXPECT_EQ(response.string(firstId, GetParam()),
+              library.receivedFolder() + "/" + firstId + "." + GetParam());
 }
 INSTANTIATE_TEST_SUITE_P(Payload,
                          PayloadKey,
@@ -99,28 +98,28 @@ TEST(Payload, OfTheSameBytesIsStoredOnce) {
     const std::string contents = bytes(100'000);
     const std::string path = library.putFile("in", contents);
     (void)library.exchange(RequestBuilder()
-                               .record(RecordBuilder::thing(id)
+                               .record(RecordBuilder::thing(firstId)
                                            .with("data", path)
                                            .with("thumbnail", path)
                                            .with("icon", library.putFile("copy", contents)))
                                .record(RecordBuilder::thing(other).with("data", path)));
     EXPECT_THAT(library.externalFiles(), ElementsAre(sha256(contents).hex()));
-    EXPECT_EQ(library.received(id, "icon"), contents);
+    EXPECT_EQ(library.received(firstId, "icon"), contents);
     EXPECT_EQ(library.received(other, "data"), contents);
 }
 
 TEST(Payload, OfTheSameBytesIsStoredOnceAlsoInALaterExchange) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     (void)put(library, other, "icon", bytes(100'000));
     EXPECT_THAT(library.externalFiles(), SizeIs(1));
 }
 
 TEST(Payload, SharedByTwoThingsStaysWhenOneOfThemGoes) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     (void)put(library, other, "data", bytes(100'000));
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", id)));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", firstId)));
     EXPECT_THAT(library.externalFiles(), SizeIs(1));
     library.clearReceived();
     (void)library.exchange();
@@ -131,10 +130,10 @@ TEST(Payload, SharedByTwoThingsStaysWhenOneOfThemGoes) {
 
 TEST(Payload, ThatIsSentAgainWritesNothingIntoTheStore) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     const auto modified = std::filesystem::last_write_time(library.externalFolder() + "/" +
                                                            library.externalFiles().front());
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     EXPECT_THAT(library.externalFiles(), SizeIs(1)) << "no temporary file stays either";
     EXPECT_EQ(std::filesystem::last_write_time(library.externalFolder() + "/" +
                                                library.externalFiles().front()),
@@ -146,43 +145,44 @@ TEST(Payload, ThatIsSentAgainWritesNothingIntoTheStore) {
 
 TEST(Payload, ThatReplacesAnotherTakesItsPlaceAndItsRoom) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000, 1));
-    (void)put(library, id, "data", bytes(200'000, 2));
-    EXPECT_EQ(library.received(id, "data"), bytes(200'000, 2));
+    (void)put(library, firstId, "data", bytes(100'000, 1));
+    (void)put(library, firstId, "data", bytes(200'000, 2));
+    EXPECT_EQ(library.received(firstId, "data"), bytes(200'000, 2));
     EXPECT_THAT(library.externalFiles(), ElementsAre(sha256(bytes(200'000, 2)).hex()));
 }
 
 TEST(Payload, MayShrinkIntoTheDatabaseAndGrowOutOfIt) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
-    (void)put(library, id, "data", "small");
-    EXPECT_EQ(library.received(id, "data"), "small");
+    (void)put(library, firstId, "data", bytes(100'000));
+    (void)put(library, firstId, "data", "small");
+    EXPECT_EQ(library.received(firstId, "data"), "small");
     EXPECT_THAT(library.externalFiles(), IsEmpty());
-    (void)put(library, id, "data", bytes(100'000));
-    EXPECT_EQ(library.received(id, "data"), bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
+    EXPECT_EQ(library.received(firstId, "data"), bytes(100'000));
     EXPECT_THAT(library.externalFiles(), SizeIs(1));
 }
 
 TEST(Payload, ThatTheHostLeavesOutIsGone) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
-    const Response response = library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
-    EXPECT_FALSE(response.has(id, "data"));
+    (void)put(library, firstId, "data", bytes(100'000));
+    const Response response =
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
+    EXPECT_FALSE(response.has(firstId, "data"));
     EXPECT_THAT(library.externalFiles(), IsEmpty());
 }
 
 TEST(Payload, OfADeletedThingIsGone) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", id)));
+    (void)put(library, firstId, "data", bytes(100'000));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", firstId)));
     EXPECT_THAT(library.externalFiles(), IsEmpty());
 }
 
 TEST(Payload, OfADeletedThingMayComeBackWithAnother) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     (void)library.exchange(RequestBuilder()
-                               .record(RecordBuilder::deletion("Thing", id))
+                               .record(RecordBuilder::deletion("Thing", firstId))
                                .record(RecordBuilder::thing(other).with(
                                    "data", library.putFile("again", bytes(100'000)))));
     EXPECT_THAT(library.externalFiles(), SizeIs(1));
@@ -193,10 +193,10 @@ class NoReference : public testing::TestWithParam<std::pair<const char*, const c
 
 TEST_P(NoReference, MeansNoPayload) {
     TestLibrary library;
-    (void)put(library, id, "data", "bytes");
+    (void)put(library, firstId, "data", "bytes");
     const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(id).with("data", JsonValue::parse(GetParam().second))));
-    EXPECT_FALSE(response.has(id, "data"));
+        RecordBuilder::thing(firstId).with("data", JsonValue::parse(GetParam().second))));
+    EXPECT_FALSE(response.has(firstId, "data"));
 }
 INSTANTIATE_TEST_SUITE_P(Payload,
                          NoReference,
@@ -210,30 +210,31 @@ INSTANTIATE_TEST_SUITE_P(Payload,
 TEST(Payload, OfARecordThatLosesIsNotKept) {
     TestLibrary library;
     (void)library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id).with("updatedAt", 2000)));
-    const Response response = put(library, id, "data", bytes(100'000));
-    EXPECT_FALSE(response.has(id, "data"));
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("updatedAt", 2000)));
+    const Response response = put(library, firstId, "data", bytes(100'000));
+    EXPECT_FALSE(response.has(firstId, "data"));
     EXPECT_THAT(library.externalFiles(), IsEmpty());
 }
 
 TEST(Payload, IsTheLibrarysOwnOnceTheExchangeIsOver) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
-    EXPECT_EQ(readFile(library.exchangeFolder() + "/" + id), bytes(100'000))
+    (void)put(library, firstId, "data", bytes(100'000));
+    EXPECT_EQ(readFile(library.exchangeFolder() + "/" + firstId), bytes(100'000))
         << "the host's file stays";
-    writeFile(library.exchangeFolder() + "/" + id, "changed afterwards");
+    writeFile(library.exchangeFolder() + "/" + firstId, "changed afterwards");
     library.clearReceived();
     (void)library.exchange();
-    EXPECT_EQ(library.received(id, "data"), bytes(100'000));
+    EXPECT_EQ(library.received(firstId, "data"), bytes(100'000));
 }
 
 TEST(Payload, MayBeReadFromTheFolderThatTheLibraryWritesTo) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
-    const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(id).with("icon", library.receivedFolder() + "/" + id + ".data")));
-    EXPECT_EQ(library.received(id, "icon"), bytes(100'000));
-    EXPECT_FALSE(response.has(id, "data"));
+    (void)put(library, firstId, "data", bytes(100'000));
+    const Response response =
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId).with(
+            "icon", library.receivedFolder() + "/" + firstId + ".data")));
+    EXPECT_EQ(library.received(firstId, "icon"), bytes(100'000));
+    EXPECT_FALSE(response.has(firstId, "data"));
 }
 
 // --- Damage
@@ -241,7 +242,7 @@ TEST(Payload, MayBeReadFromTheFolderThatTheLibraryWritesTo) {
 
 TEST(Payload, WhoseFileIsMissingFailsTheExportNamingTheFile) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     const std::string name = library.externalFiles().front();
     std::filesystem::remove(library.externalFolder() + "/" + name);
     EXPECT_THAT(library.exchange().error(), testing::HasSubstr(name));
@@ -251,7 +252,7 @@ TEST(Payload, WhoseFileIsMissingFailsTheExportNamingTheFile) {
 
 TEST(Payload, WhoseFileIsCutShortFailsTheExportNamingTheFile) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     const std::string name = library.externalFiles().front();
     std::filesystem::resize_file(library.externalFolder() + "/" + name, 99'999);
     library.clearReceived();
@@ -261,16 +262,16 @@ TEST(Payload, WhoseFileIsCutShortFailsTheExportNamingTheFile) {
 
 TEST(Payload, ThatIsNotAskedForMayBeMissing) {
     TestLibrary library;
-    const Response first = put(library, id, "data", bytes(100'000));
+    const Response first = put(library, firstId, "data", bytes(100'000));
     std::filesystem::remove(library.externalFolder() + "/" + library.externalFiles().front());
-    const Response second =
-        library.exchange(RequestBuilder().knownFingerprint(id, first.string(id, "fingerprint")));
-    EXPECT_EQ(second.record(id), first.record(id));
+    const Response second = library.exchange(
+        RequestBuilder().knownFingerprint(firstId, first.string(firstId, "fingerprint")));
+    EXPECT_EQ(second.record(firstId), first.record(firstId));
 }
 
 TEST(Payload, StraysAreSweptWhenTheStoreOpens) {
     TestLibrary library;
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     const std::vector<std::string> before = library.externalFiles();
     writeFile(library.externalFolder() + "/" + sha256("stray").hex(), "stray");
     writeFile(library.externalFolder() + "/.kelto-0123456789abcdef.part", "half a payload");
@@ -279,7 +280,7 @@ TEST(Payload, StraysAreSweptWhenTheStoreOpens) {
     EXPECT_EQ(library.externalFiles(), before);
     library.clearReceived();
     (void)library.exchange();
-    EXPECT_EQ(library.received(id, "data"), bytes(100'000));
+    EXPECT_EQ(library.received(firstId, "data"), bytes(100'000));
 }
 
 TEST(Payload, StraysAreLeftWhileTheStoreIsOpen) {
@@ -287,7 +288,7 @@ TEST(Payload, StraysAreLeftWhileTheStoreIsOpen) {
     (void)library.exchange();
     const std::string stray = library.externalFolder() + "/" + sha256("stray").hex();
     writeFile(stray, "of another program that is about to commit");
-    (void)put(library, id, "data", bytes(100'000));
+    (void)put(library, firstId, "data", bytes(100'000));
     EXPECT_TRUE(exists(stray));
 }
 

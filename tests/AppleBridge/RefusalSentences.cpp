@@ -8,8 +8,6 @@ namespace kelto {
 
 namespace {
 
-const std::string id = identifier(1);
-
 SentenceCase refusal(const char* name, BridgeRefusal kind, Arrange arrange) {
     return {name, std::string(sentenceOf(kind)), refusedAfter(arrange)};
 }
@@ -85,7 +83,7 @@ std::vector<SentenceCase> refusalSentences() {
                 BridgeRefusal::duplicateIdentifiers,
                 [](TestLibrary& library, RequestBuilder&) {
                     (void)library.exchange(RequestBuilder()
-                                               .record(RecordBuilder::tag(id))
+                                               .record(RecordBuilder::tag(firstId))
                                                .record(RecordBuilder::tag(identifier(2))));
                     library.restart();
                     library.changeStore("UPDATE Tag SET uuid = (SELECT min(uuid) FROM Tag)");
@@ -98,17 +96,17 @@ std::vector<SentenceCase> refusalSentences() {
         refusal("UnknownRecordType",
                 BridgeRefusal::unknownRecordType,
                 [](TestLibrary&, RequestBuilder& request) {
-                    request.record(RecordBuilder("Folder", id));
+                    request.record(RecordBuilder("Folder", firstId));
                 }),
         refusal("InvalidAssetPath",
                 BridgeRefusal::invalidAssetPath,
                 [](TestLibrary&, RequestBuilder& request) {
-                    request.record(RecordBuilder::thing(id).with("data", "/etc/hostname"));
+                    request.record(RecordBuilder::thing(firstId).with("data", "/etc/hostname"));
                 }),
         refusal("ProjectCycle",
                 BridgeRefusal::projectCycle,
                 [](TestLibrary&, RequestBuilder& request) {
-                    request.record(RecordBuilder::project(id).with("parent", id));
+                    request.record(RecordBuilder::project(firstId).with("parent", firstId));
                 }),
         {"UnknownReason",
          std::string(sentenceOf(BridgeRefusal::unknownReason)),

@@ -17,9 +17,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string id = identifier(1);
-const std::string project = identifier(0xA);
-const std::string tag = identifier(0xB);
+const std::string projectId = identifier(0xA);
+const std::string tagId = identifier(0xB);
 
 class RepeatedRequest : public testing::Test {
 protected:
@@ -28,7 +27,7 @@ protected:
         library.platform().clock->current = Date{4'100'000'000.0};
     }
     static RecordBuilder thing() {
-        return RecordBuilder::thing(id).with("title", "title").with("updatedAt", 1000);
+        return RecordBuilder::thing(firstId).with("title", "title").with("updatedAt", 1000);
     }
     /// The exchange, and how many records it took apart.
     Response exchange(const RequestBuilder& request) {
@@ -57,8 +56,8 @@ TEST_F(RepeatedRequest, SeesAFileThatWasReplacedWithinOneStepOfTheClock) {
     // In place: the same inode and size, and on most file systems the same times.
     writeFile(path, "other");
     const Response second = exchange(request);
-    EXPECT_NE(second.string(id, "fileFingerprint"), first.string(id, "fileFingerprint"));
-    EXPECT_EQ(library.received(id, "data"), "other");
+    EXPECT_NE(second.string(firstId, "fileFingerprint"), first.string(firstId, "fileFingerprint"));
+    EXPECT_EQ(library.received(firstId, "data"), "other");
 }
 
 TEST_F(RepeatedRequest, SeesAFileThatWasWrittenAnew) {
@@ -69,7 +68,7 @@ TEST_F(RepeatedRequest, SeesAFileThatWasWrittenAnew) {
     library.putFile("between", "so that the inode is another");
     library.putFile("file", "other");
     (void)exchange(request);
-    EXPECT_EQ(library.received(id, "data"), "other");
+    EXPECT_EQ(library.received(firstId, "data"), "other");
 }
 
 TEST_F(RepeatedRequest, SeesAThumbnailThatGrew) {
@@ -78,7 +77,7 @@ TEST_F(RepeatedRequest, SeesAThumbnailThatGrew) {
     (void)exchange(request);
     writeFile(path, "first and more");
     (void)exchange(request);
-    EXPECT_EQ(library.received(id, "thumbnail"), "first and more");
+    EXPECT_EQ(library.received(firstId, "thumbnail"), "first and more");
 }
 
 TEST_F(RepeatedRequest, MissesAFileThatIsGone) {
@@ -87,7 +86,7 @@ TEST_F(RepeatedRequest, MissesAFileThatIsGone) {
     (void)exchange(request);
     std::filesystem::remove(path);
     EXPECT_THAT(exchange(request).error(), testing::HasSubstr("“file”"));
-    EXPECT_TRUE(library.exchange().has(id, "data")) << "the store keeps what it has";
+    EXPECT_TRUE(library.exchange().has(firstId, "data")) << "the store keeps what it has";
 }
 
 TEST_F(RepeatedRequest, RefusesAFileInWhosePlaceALinkLeadsOut) {
@@ -133,7 +132,7 @@ TEST_F(RepeatedRequest, BringsBackALargePayloadThatTheStoreHasLost) {
     std::filesystem::remove(library.externalFolder() + "/" + library.externalFiles().front());
     library.clearReceived();
     EXPECT_EQ(exchange(request).error(), "");
-    EXPECT_EQ(library.received(id, "data"), bytes);
+    EXPECT_EQ(library.received(firstId, "data"), bytes);
 }
 
 TEST_F(RepeatedRequest, SeesEachOfSeveralFilesChange) {
@@ -147,7 +146,7 @@ TEST_F(RepeatedRequest, SeesEachOfSeveralFilesChange) {
         EXPECT_EQ(recordsRead, 0);
         library.putFile(key, "other " + key);
         (void)exchange(request);
-        EXPECT_EQ(library.received(id, key), "other " + key);
+        EXPECT_EQ(library.received(firstId, key), "other " + key);
     }
 }
 
@@ -160,7 +159,7 @@ TEST_F(RepeatedRequest, SeesAFileBehindALinkChange) {
     (void)exchange(request);
     library.putFile("file", "other");
     (void)exchange(request);
-    EXPECT_EQ(library.received(id, "data"), "other");
+    EXPECT_EQ(library.received(firstId, "data"), "other");
 }
 
 TEST_F(RepeatedRequest, RefusesAFileOfTheFormerFolder) {
@@ -179,29 +178,29 @@ TEST_F(RepeatedRequest, LeavesWhatAnotherProgramHasEditedSince) {
     const RequestBuilder request = RequestBuilder().record(thing());
     (void)exchange(request);
     library.changeStore(R"(UPDATE "Thing" SET "title" = 'newer', "updatedAt" = 9e8)");
-    EXPECT_EQ(exchange(request).string(id, "title"), "newer");
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "newer");
 }
 
 TEST_F(RepeatedRequest, WinsAgainOverWhatAnotherProgramHasEditedBefore) {
     const RequestBuilder request = RequestBuilder().record(thing());
     (void)exchange(request);
     library.changeStore(R"(UPDATE "Thing" SET "title" = 'older', "updatedAt" = 0.5)");
-    EXPECT_EQ(exchange(request).string(id, "title"), "title");
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "title");
 }
 
 TEST_F(RepeatedRequest, MakesAnItemAnewThatWasDeletedSince) {
     const RequestBuilder request = RequestBuilder().record(thing());
     (void)exchange(request);
-    (void)exchange(RequestBuilder(request).record(RecordBuilder::deletion("Thing", id)));
+    (void)exchange(RequestBuilder(request).record(RecordBuilder::deletion("Thing", firstId)));
     EXPECT_THAT(library.exchange().records(), IsEmpty());
-    EXPECT_EQ(exchange(request).string(id, "title"), "title");
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "title");
 }
 
 TEST_F(RepeatedRequest, MakesAnItemAnewThatAnotherProgramHasDeleted) {
     const RequestBuilder request = RequestBuilder().record(thing());
     (void)exchange(request);
     library.changeStore(R"(DELETE FROM "Thing")");
-    EXPECT_EQ(exchange(request).string(id, "title"), "title");
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "title");
 }
 
 TEST_F(RepeatedRequest, IsRefusedOnceAnotherProgramHasMadeADuplicate) {
@@ -218,81 +217,83 @@ TEST_F(RepeatedRequest, IsRefusedOnceAnotherProgramHasMadeADuplicate) {
 // ---------------------------------------------------------------------
 
 TEST_F(RepeatedRequest, TakesUpATagThatHasCome) {
-    const RecordBuilder record = thing().withTags({tag});
-    EXPECT_THAT(exchange(RequestBuilder().record(record)).strings(id, "tags"), IsEmpty());
+    const RecordBuilder record = thing().withTags({tagId});
+    EXPECT_THAT(exchange(RequestBuilder().record(record)).strings(firstId, "tags"), IsEmpty());
     const Response response =
-        exchange(RequestBuilder().record(record).record(RecordBuilder::tag(tag)));
-    EXPECT_THAT(response.strings(id, "tags"), ElementsAre(tag));
+        exchange(RequestBuilder().record(record).record(RecordBuilder::tag(tagId)));
+    EXPECT_THAT(response.strings(firstId, "tags"), ElementsAre(tagId));
 }
 
 TEST_F(RepeatedRequest, TakesUpATagThatAnotherRequestHasBrought) {
-    const RequestBuilder request = RequestBuilder().record(thing().withTags({tag}));
+    const RequestBuilder request = RequestBuilder().record(thing().withTags({tagId}));
     (void)exchange(request);
     library.restart();
     (void)exchange(request);
     library.changeStore(
         "INSERT INTO \"Tag\" (\"uuid\", \"name\", \"createdAt\") VALUES "
         "(x'5eed000000004000800000000000000b', 'new', 0)");
-    EXPECT_THAT(exchange(request).strings(id, "tags"), ElementsAre(tag));
+    EXPECT_THAT(exchange(request).strings(firstId, "tags"), ElementsAre(tagId));
 }
 
 TEST_F(RepeatedRequest, TakesUpAProjectThatHasCome) {
-    const RecordBuilder record = thing().with("project", project);
-    EXPECT_FALSE(exchange(RequestBuilder().record(record)).has(id, "project"));
+    const RecordBuilder record = thing().with("project", projectId);
+    EXPECT_FALSE(exchange(RequestBuilder().record(record)).has(firstId, "project"));
     const Response response =
-        exchange(RequestBuilder().record(record).record(RecordBuilder::project(project)));
-    EXPECT_EQ(response.string(id, "project"), project);
+        exchange(RequestBuilder().record(record).record(RecordBuilder::project(projectId)));
+    EXPECT_EQ(response.string(firstId, "project"), projectId);
 }
 
 TEST_F(RepeatedRequest, LosesATagThatTheSameRequestDeletes) {
     const RequestBuilder request =
-        RequestBuilder().record(RecordBuilder::tag(tag)).record(thing().withTags({tag}));
+        RequestBuilder().record(RecordBuilder::tag(tagId)).record(thing().withTags({tagId}));
     (void)exchange(request);
     const RequestBuilder deleting =
-        RequestBuilder(request).record(RecordBuilder::deletion("Tag", tag));
-    EXPECT_THAT(exchange(deleting).strings(id, "tags"), IsEmpty());
-    EXPECT_THAT(exchange(deleting).strings(id, "tags"), IsEmpty());
-    EXPECT_THAT(exchange(request).strings(id, "tags"), ElementsAre(tag));
+        RequestBuilder(request).record(RecordBuilder::deletion("Tag", tagId));
+    EXPECT_THAT(exchange(deleting).strings(firstId, "tags"), IsEmpty());
+    EXPECT_THAT(exchange(deleting).strings(firstId, "tags"), IsEmpty());
+    EXPECT_THAT(exchange(request).strings(firstId, "tags"), ElementsAre(tagId));
 }
 
 TEST_F(RepeatedRequest, GoesByFingerprintsOnceItsProjectIsLinked) {
-    const RecordBuilder old = thing().with("project", project).with("baseFileFingerprint", "base");
+    const RecordBuilder old =
+        thing().with("project", projectId).with("baseFileFingerprint", "base");
     (void)exchange(
         RequestBuilder()
-            .record(RecordBuilder::project(project))
+            .record(RecordBuilder::project(projectId))
             .record(
-                thing().with("title", "newer").with("project", project).with("updatedAt", 5000)));
+                thing().with("title", "newer").with("project", projectId).with("updatedAt", 5000)));
     const RequestBuilder request =
-        RequestBuilder().record(RecordBuilder::project(project)).record(old);
-    EXPECT_EQ(exchange(request).string(id, "title"), "newer");
+        RequestBuilder().record(RecordBuilder::project(projectId)).record(old);
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "newer");
     library.changeStore(R"(UPDATE "Project" SET "linkedFolderOwner" = 'Mac')");
     const Response response = exchange(request);
-    EXPECT_EQ(response.string(id, "title"), "title") << "both sides differ from the base";
+    EXPECT_EQ(response.string(firstId, "title"), "title") << "both sides differ from the base";
     EXPECT_EQ(response.identifiers("Thing").size(), 2) << "a conflict copy";
 }
 
 TEST_F(RepeatedRequest, LinksItsProjectAfterTheItemInTheSameRequest) {
     (void)exchange(
         RequestBuilder()
-            .record(RecordBuilder::project(project))
+            .record(RecordBuilder::project(projectId))
             .record(
-                thing().with("title", "newer").with("project", project).with("updatedAt", 5000)));
+                thing().with("title", "newer").with("project", projectId).with("updatedAt", 5000)));
     const RequestBuilder request =
         RequestBuilder()
-            .record(thing().with("project", project).with("baseFileFingerprint", "base"))
-            .record(RecordBuilder::project(project).with("linkedFolderOwner", "Mac"));
-    EXPECT_EQ(exchange(request).string(id, "title"), "newer") << "not linked when it is looked at";
-    EXPECT_EQ(exchange(request).string(id, "title"), "title") << "linked from the start";
+            .record(thing().with("project", projectId).with("baseFileFingerprint", "base"))
+            .record(RecordBuilder::project(projectId).with("linkedFolderOwner", "Mac"));
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "newer")
+        << "not linked when it is looked at";
+    EXPECT_EQ(exchange(request).string(firstId, "title"), "title") << "linked from the start";
 }
 
 TEST_F(RepeatedRequest, WithTheSameItemTwiceComesToTheSame) {
     const RequestBuilder request =
         RequestBuilder()
-            .record(RecordBuilder::project(project).with("linkedFolderOwner", "Mac"))
-            .record(thing().with("project", project).with("baseFileFingerprint", "base"))
+            .record(RecordBuilder::project(projectId).with("linkedFolderOwner", "Mac"))
+            .record(thing().with("project", projectId).with("baseFileFingerprint", "base"))
             .record(thing()
                         .with("title", "other")
-                        .with("project", project)
+                        .with("project", projectId)
                         .with("baseFileFingerprint", "base"));
     TestLibrary forgetful;  // starts anew before every exchange
     for (int i = 0; i < 4; ++i) {
@@ -313,10 +314,10 @@ TEST_F(RepeatedRequest, IsMergedAfterOneThatFailed) {
             .record(thing().with("title", "lost").with("updatedAt", 2000))
             .record(RecordBuilder::thing("no identifier"));
     EXPECT_TRUE(exchange(failing).isError());
-    EXPECT_EQ(exchange(first).string(id, "title"), "title");
+    EXPECT_EQ(exchange(first).string(firstId, "title"), "title");
     const RequestBuilder edited =
         RequestBuilder().record(thing().with("title", "lost").with("updatedAt", 2000));
-    EXPECT_EQ(exchange(edited).string(id, "title"), "lost");
+    EXPECT_EQ(exchange(edited).string(firstId, "title"), "lost");
 }
 
 TEST_F(RepeatedRequest, IsMergedAfterOneWhoseFilesCouldNotBeWritten) {
@@ -327,7 +328,7 @@ TEST_F(RepeatedRequest, IsMergedAfterOneWhoseFilesCouldNotBeWritten) {
     EXPECT_TRUE(exchange(request).isError());
     files.heal();
     EXPECT_EQ(exchange(request).error(), "");
-    EXPECT_EQ(library.received(id, "data"), "bytes");
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
 }
 
 // --- The response
@@ -343,7 +344,7 @@ TEST_F(RepeatedRequest, ShowsTheStatusOfNow) {
     const Response response = exchange(request);
     EXPECT_EQ(response.status(), "iCloud enabled");
     EXPECT_EQ(response.lastSync(), 5000);
-    EXPECT_EQ(response.string(id, "title"), "title");
+    EXPECT_EQ(response.string(firstId, "title"), "title");
 }
 
 TEST_F(RepeatedRequest, WritesFilesIntoTheFolderOfNow) {
@@ -353,8 +354,8 @@ TEST_F(RepeatedRequest, WritesFilesIntoTheFolderOfNow) {
     const std::string other = library.platform().folder.path("other");
     std::filesystem::create_directory(other);
     const Response response = exchange(RequestBuilder().with("directory", other));
-    EXPECT_EQ(response.string(id, "data"), other + "/received/" + id + ".data");
-    EXPECT_EQ(readFile(response.string(id, "data")), "bytes");
+    EXPECT_EQ(response.string(firstId, "data"), other + "/received/" + firstId + ".data");
+    EXPECT_EQ(readFile(response.string(firstId, "data")), "bytes");
 }
 
 TEST_F(RepeatedRequest, WritesFilesAgainForAHostThatHoldsNone) {
@@ -363,13 +364,13 @@ TEST_F(RepeatedRequest, WritesFilesAgainForAHostThatHoldsNone) {
     (void)exchange(request);
     library.clearReceived();
     (void)exchange(request);
-    EXPECT_EQ(library.received(id, "data"), "bytes");
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
 }
 
 TEST_F(RepeatedRequest, WritesNoFileForAHostThatHoldsIt) {
     RequestBuilder request =
         RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
-    request.knownFingerprint(id, exchange(request).string(id, "fingerprint"));
+    request.knownFingerprint(firstId, exchange(request).string(firstId, "fingerprint"));
     (void)exchange(request);
     library.clearReceived();
     (void)exchange(request);
@@ -380,22 +381,22 @@ TEST_F(RepeatedRequest, WritesAFileForAHostThatHoldsItNoMore) {
     RequestBuilder request =
         RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
     RequestBuilder knowing = request;
-    knowing.knownFingerprint(id, exchange(request).string(id, "fingerprint"));
+    knowing.knownFingerprint(firstId, exchange(request).string(firstId, "fingerprint"));
     (void)exchange(knowing);
     library.clearReceived();
     (void)exchange(request);
-    EXPECT_EQ(library.received(id, "data"), "bytes");
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
 }
 
 TEST_F(RepeatedRequest, WritesAFileWhenAnotherProgramHasChangedTheItem) {
     RequestBuilder request =
         RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
-    request.knownFingerprint(id, exchange(request).string(id, "fingerprint"));
+    request.knownFingerprint(firstId, exchange(request).string(firstId, "fingerprint"));
     (void)exchange(request);
     library.clearReceived();
     library.changeStore(R"(UPDATE "Thing" SET "title" = 'newer', "updatedAt" = 9e8)");
     (void)exchange(request);
-    EXPECT_EQ(library.received(id, "data"), "bytes");
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
 }
 
 TEST_F(RepeatedRequest, KeepsTheOrderOfTheResponse) {
@@ -424,7 +425,7 @@ TEST_F(RepeatedRequest, KnowsFingerprintsThatAreWrittenWithEscapes) {
     const RequestBuilder request =
         RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
     RequestBuilder knowing = request;
-    knowing.knownFingerprint(id, exchange(request).string(id, "fingerprint"));
+    knowing.knownFingerprint(firstId, exchange(request).string(firstId, "fingerprint"));
     std::string text = knowing.text(library.storePath(), library.exchangeFolder());
     const std::size_t first = text.find("\":\"", text.find("Thing:")) + 3;
     text.replace(first,
@@ -442,7 +443,8 @@ TEST_F(RepeatedRequest, KnowsFingerprintsThatAreWrittenWithEscapes) {
 // ---------------------------------------------------------------------
 
 TEST_F(RepeatedRequest, TakesNoRecordApartThatItKnows) {
-    const RequestBuilder request = RequestBuilder().record(thing()).record(RecordBuilder::tag(tag));
+    const RequestBuilder request =
+        RequestBuilder().record(thing()).record(RecordBuilder::tag(tagId));
     (void)exchange(request);
     EXPECT_EQ(recordsRead, 2);
     (void)exchange(request);
@@ -485,7 +487,7 @@ TEST_F(RepeatedRequest, FindsItsFilesInManyFolders) {
 
 TEST_F(RepeatedRequest, ReadsADeletionEveryTime) {
     const RequestBuilder request =
-        RequestBuilder().record(thing()).record(RecordBuilder::deletion("Tag", tag));
+        RequestBuilder().record(thing()).record(RecordBuilder::deletion("Tag", tagId));
     (void)exchange(request);
     (void)exchange(request);
     EXPECT_EQ(recordsRead, 1);
@@ -509,7 +511,7 @@ TEST_F(RepeatedRequest, StillFindsFaultsBehindWhatItKnows) {
 TEST_F(RepeatedRequest, GoesOnWithWhatItWasReadAgainst) {
     RequestBuilder first =
         RequestBuilder().record(thing().with("data", library.putFile("file", "bytes")));
-    first.knownFingerprint(id, exchange(first).string(id, "fingerprint"));
+    first.knownFingerprint(firstId, exchange(first).string(firstId, "fingerprint"));
     (void)exchange(first);
     library.clearReceived();
     FakeCloudAccount& account = *library.platform().account;
@@ -519,9 +521,9 @@ TEST_F(RepeatedRequest, GoesOnWithWhatItWasReadAgainst) {
     (void)exchange(RequestBuilder().record(thing().with("title", "newer").with("updatedAt", 5000)));
     account.release();
     library.run();
-    EXPECT_EQ(waiting->response().string(id, "title"), "newer");
-    EXPECT_FALSE(waiting->response().has(id, "data"));
-    EXPECT_EQ(exchange(RequestBuilder()).string(id, "title"), "newer");
+    EXPECT_EQ(waiting->response().string(firstId, "title"), "newer");
+    EXPECT_FALSE(waiting->response().has(firstId, "data"));
+    EXPECT_EQ(exchange(RequestBuilder()).string(firstId, "title"), "newer");
 }
 
 }  // namespace

@@ -13,7 +13,6 @@ namespace {
 const std::string thing = identifier(1);
 const std::string linked = identifier(2);
 const std::string goingTag = identifier(3);
-const std::string folder = identifier(0xF);
 
 std::string large(char letter) {
     return std::string(100'000, letter);
@@ -25,14 +24,15 @@ public:
     FullLibrary() {
         before = library.exchange(
             RequestBuilder()
-                .record(RecordBuilder::project(folder).with("linkedFolderOwner", "Mac"))
+                .record(RecordBuilder::project(folderId).with("linkedFolderOwner", "Mac"))
                 .record(RecordBuilder::tag(goingTag).with("name", "before"))
                 .record(RecordBuilder::thing(thing)
                             .with("title", "before")
                             .withTags({goingTag})
                             .with("data", library.putFile("before", large('b'))))
-                .record(
-                    RecordBuilder::thing(linked).with("title", "before").with("project", folder)));
+                .record(RecordBuilder::thing(linked)
+                            .with("title", "before")
+                            .with("project", folderId)));
         externalFiles = library.externalFiles();
         library.clearReceived();
     }
@@ -41,7 +41,7 @@ public:
     RequestBuilder change() {
         return RequestBuilder()
             .record(RecordBuilder::project(identifier(4)).with("name", "new"))
-            .record(RecordBuilder::project(folder).with("name", "after"))
+            .record(RecordBuilder::project(folderId).with("name", "after"))
             .record(RecordBuilder::thing(thing)
                         .with("title", "after")
                         .with("data", library.putFile("after", large('a')))

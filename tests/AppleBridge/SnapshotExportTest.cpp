@@ -15,8 +15,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-const std::string id = identifier(1);
-
 /// The keys of a record, in the order of the response.
 std::vector<std::string> keysOf(const JsonValue& record) {
     std::vector<std::string> keys;
@@ -92,8 +90,9 @@ TEST(SnapshotExport, LetsNobodyTakeItsFilesForLeftoversWhileItWritesThem) {
         mayRemove = other->hold(Folder::Hold::alone);
     });
     const std::string path = library.putFile("file", "bytes");
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(id).with("data", path)));
-    EXPECT_EQ(library.received(id, "data"), "bytes");
+    (void)library.exchange(
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("data", path)));
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
     EXPECT_FALSE(mayRemove);
 }
 
@@ -116,7 +115,7 @@ TEST(SnapshotExport, EchoesTheFolderAsTheRequestWroteIt) {
 TEST(SnapshotExport, IsCompactJson) {
     TestLibrary library;
     const Response response = library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id)).record(RecordBuilder::tag(id)));
+        RequestBuilder().record(RecordBuilder::thing(firstId)).record(RecordBuilder::tag(firstId)));
     EXPECT_EQ(response.text(), response.json().text());
 }
 
@@ -150,18 +149,18 @@ TEST(SnapshotExport, ListsProjectsThenTagsThenThingsInTheOrderOfTheirCreation) {
 TEST(SnapshotExport, OfAProjectHasAnOwnerEvenWhenItIsEmptyAndNoParentWithoutOne) {
     TestLibrary library;
     const Response response =
-        library.exchange(RequestBuilder().record(RecordBuilder::project(id)
+        library.exchange(RequestBuilder().record(RecordBuilder::project(firstId)
                                                      .with("name", "Home")
                                                      .with("sortOrder", -3)
                                                      .with("createdAt", 1500)));
-    EXPECT_THAT(keysOf(response.record(id)),
+    EXPECT_THAT(keysOf(response.record(firstId)),
                 testing::UnorderedElementsAre(
                     "recordType", "uuid", "createdAt", "name", "sortOrder", "linkedFolderOwner"));
-    EXPECT_EQ(response.string(id, "recordType"), "Project");
-    EXPECT_EQ(response.string(id, "name"), "Home");
-    EXPECT_EQ(response.integer(id, "sortOrder"), -3);
-    EXPECT_EQ(response.integer(id, "createdAt"), 1500);
-    EXPECT_EQ(response.string(id, "linkedFolderOwner"), "");
+    EXPECT_EQ(response.string(firstId, "recordType"), "Project");
+    EXPECT_EQ(response.string(firstId, "name"), "Home");
+    EXPECT_EQ(response.integer(firstId, "sortOrder"), -3);
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 1500);
+    EXPECT_EQ(response.string(firstId, "linkedFolderOwner"), "");
 }
 
 TEST(SnapshotExport, OfAProjectNamesItsParentInLowerCase) {
@@ -182,16 +181,17 @@ TEST(SnapshotExport, OfAProjectNamesItsParentInLowerCase) {
 TEST(SnapshotExport, OfATagHasItsName) {
     TestLibrary library;
     const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::tag(id).with("name", "Grün").with("createdAt", -1500)));
-    EXPECT_EQ(response.record(id),
-              JsonValue(JsonMembers{
-                  {"recordType", "Tag"}, {"uuid", id}, {"createdAt", -1500}, {"name", "Grün"}}));
+        RecordBuilder::tag(firstId).with("name", "Grün").with("createdAt", -1500)));
+    EXPECT_EQ(
+        response.record(firstId),
+        JsonValue(JsonMembers{
+            {"recordType", "Tag"}, {"uuid", firstId}, {"createdAt", -1500}, {"name", "Grün"}}));
 }
 
 TEST(SnapshotExport, OfAThingHasEveryField) {
     TestLibrary library;
     const std::string file = library.putFile("in", "bytes");
-    const RecordBuilder thing = RecordBuilder::thing(id)
+    const RecordBuilder thing = RecordBuilder::thing(firstId)
                                     .with("createdAt", 1)
                                     .with("kind", "image")
                                     .with("title", "Title")
@@ -216,51 +216,52 @@ TEST(SnapshotExport, OfAThingHasEveryField) {
                                                    .record(thing)
                                                    .record(RecordBuilder::tag(identifier(2)))
                                                    .record(RecordBuilder::project(identifier(3))));
-    const std::string filePrefix = library.receivedFolder() + "/" + id + ".";
+    const std::string filePrefix = library.receivedFolder() + "/" + firstId + ".";
     for (const auto& [key, value] : *thing.json().object()) {
         if (key == "data" || key == "thumbnail" || key == "icon") {
-            EXPECT_EQ(response.string(id, key), filePrefix + key);
+            EXPECT_EQ(response.string(firstId, key), filePrefix + key);
         } else {
-            EXPECT_EQ(*response.record(id).member(key), value) << key;
+            EXPECT_EQ(*response.record(firstId).member(key), value) << key;
         }
     }
-    EXPECT_THAT(response.string(id, "fileFingerprint"), MatchesRegex("[0-9a-f]{64}"));
-    EXPECT_THAT(response.string(id, "fingerprint"), MatchesRegex("[0-9a-f]{64}"));
-    EXPECT_EQ(response.record(id).object()->size(), thing.json().object()->size() + 2);
+    EXPECT_THAT(response.string(firstId, "fileFingerprint"), MatchesRegex("[0-9a-f]{64}"));
+    EXPECT_THAT(response.string(firstId, "fingerprint"), MatchesRegex("[0-9a-f]{64}"));
+    EXPECT_EQ(response.record(firstId).object()->size(), thing.json().object()->size() + 2);
 }
 
 TEST(SnapshotExport, OfAThingLeavesOutWhatItDoesNotHave) {
     TestLibrary library;
-    const Response response = library.exchange(RequestBuilder().record(RecordBuilder::thing(id)));
+    const Response response =
+        library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId)));
     for (const char* key : {"trashedAt", "project", "data", "thumbnail", "icon", "deleted"}) {
-        EXPECT_FALSE(response.has(id, key)) << key;
+        EXPECT_FALSE(response.has(firstId, key)) << key;
     }
-    EXPECT_THAT(response.strings(id, "tags"), IsEmpty());
+    EXPECT_THAT(response.strings(firstId, "tags"), IsEmpty());
 }
 
 TEST(SnapshotExport, IncludesThingsInTheTrash) {
     TestLibrary library;
-    const Response response =
-        library.exchange(RequestBuilder().record(RecordBuilder::thing(id).with("trashedAt", 5)));
-    EXPECT_EQ(response.integer(id, "trashedAt"), 5);
+    const Response response = library.exchange(
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("trashedAt", 5)));
+    EXPECT_EQ(response.integer(firstId, "trashedAt"), 5);
 }
 
 TEST(SnapshotExport, SortsTagsByIdentifierWhateverTheOrderOfTheHost) {
     TestLibrary library;
     RequestBuilder request;
     for (unsigned i : {0x0Au, 0x02u, 0xF0u}) request.record(RecordBuilder::tag(identifier(i)));
-    request.record(
-        RecordBuilder::thing(id).withTags({identifier(0xF0), identifier(0x02), identifier(0x0A)}));
-    EXPECT_THAT(library.exchange(request).strings(id, "tags"),
+    request.record(RecordBuilder::thing(firstId).withTags(
+        {identifier(0xF0), identifier(0x02), identifier(0x0A)}));
+    EXPECT_THAT(library.exchange(request).strings(firstId, "tags"),
                 ElementsAre(identifier(0x02), identifier(0x0A), identifier(0xF0)));
 }
 
 TEST(SnapshotExport, RoundsHalfMillisecondsAwayFromZero) {
     TestLibrary library;
     const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(id).with("createdAt", 62.5).with("updatedAt", -62.5)));
-    EXPECT_EQ(response.integer(id, "createdAt"), 63);
-    EXPECT_EQ(response.integer(id, "updatedAt"), -63);
+        RecordBuilder::thing(firstId).with("createdAt", 62.5).with("updatedAt", -62.5)));
+    EXPECT_EQ(response.integer(firstId, "createdAt"), 63);
+    EXPECT_EQ(response.integer(firstId, "updatedAt"), -63);
 }
 
 // --- Payload files
@@ -269,26 +270,26 @@ TEST(SnapshotExport, RoundsHalfMillisecondsAwayFromZero) {
 TEST(SnapshotExport, OfAThingWithAThumbnailOnlyWritesThatFileOnly) {
     TestLibrary library;
     const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(id).with("thumbnail", library.putFile("in", "small"))));
-    EXPECT_TRUE(response.has(id, "thumbnail"));
-    EXPECT_FALSE(response.has(id, "data"));
-    EXPECT_FALSE(response.has(id, "icon"));
-    EXPECT_THAT(library.receivedFiles(), ElementsAre(id + ".thumbnail"));
-    EXPECT_EQ(library.received(id, "thumbnail"), "small");
+        RecordBuilder::thing(firstId).with("thumbnail", library.putFile("in", "small"))));
+    EXPECT_TRUE(response.has(firstId, "thumbnail"));
+    EXPECT_FALSE(response.has(firstId, "data"));
+    EXPECT_FALSE(response.has(firstId, "icon"));
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(firstId + ".thumbnail"));
+    EXPECT_EQ(library.received(firstId, "thumbnail"), "small");
 }
 
 TEST(SnapshotExport, WritesAFileOfNoBytesForAPayloadOfNoBytes) {
     TestLibrary library;
-    const Response response = library.exchange(
-        RequestBuilder().record(RecordBuilder::thing(id).with("data", library.putFile("in", ""))));
-    EXPECT_TRUE(response.has(id, "data"));
-    EXPECT_EQ(library.received(id, "data"), "");
+    const Response response = library.exchange(RequestBuilder().record(
+        RecordBuilder::thing(firstId).with("data", library.putFile("in", ""))));
+    EXPECT_TRUE(response.has(firstId, "data"));
+    EXPECT_EQ(library.received(firstId, "data"), "");
 }
 
 /// A library with one thing that has all three payloads, taken over by the host.
 struct HostWithThing {
     TestLibrary library;
-    RecordBuilder thing = RecordBuilder::thing(id)
+    RecordBuilder thing = RecordBuilder::thing(firstId)
                               .with("data", library.putFile("in/data", "the data"))
                               .with("thumbnail", library.putFile("in/thumbnail", "the thumbnail"))
                               .with("icon", library.putFile("in/icon", "the icon"));
@@ -300,33 +301,33 @@ struct HostWithThing {
 TEST(SnapshotExport, WritesNoFileOfAThingWhoseFingerprintTheHostKnows) {
     HostWithThing host;
     const Response response = host.library.exchange(
-        RequestBuilder().knownFingerprint(id, host.first.string(id, "fingerprint")));
+        RequestBuilder().knownFingerprint(firstId, host.first.string(firstId, "fingerprint")));
     EXPECT_THAT(host.library.receivedFiles(), IsEmpty());
-    EXPECT_EQ(response.record(id), host.first.record(id));
+    EXPECT_EQ(response.record(firstId), host.first.record(firstId));
 }
 
 TEST(SnapshotExport, KnowsTheSameFingerprintAfterARestart) {
     HostWithThing host;
     host.library.restart();
     const Response response = host.library.exchange(
-        RequestBuilder().knownFingerprint(id, host.first.string(id, "fingerprint")));
+        RequestBuilder().knownFingerprint(firstId, host.first.string(firstId, "fingerprint")));
     EXPECT_THAT(host.library.receivedFiles(), IsEmpty());
-    EXPECT_EQ(response.record(id), host.first.record(id));
+    EXPECT_EQ(response.record(firstId), host.first.record(firstId));
 }
 
 TEST(SnapshotExport, WritesTheFilesAgainWithoutAFingerprint) {
     HostWithThing host;
     (void)host.library.exchange();
     EXPECT_THAT(host.library.receivedFiles(),
-                ElementsAre(id + ".data", id + ".icon", id + ".thumbnail"));
-    EXPECT_EQ(host.library.received(id, "data"), "the data");
-    EXPECT_EQ(host.library.received(id, "thumbnail"), "the thumbnail");
-    EXPECT_EQ(host.library.received(id, "icon"), "the icon");
+                ElementsAre(firstId + ".data", firstId + ".icon", firstId + ".thumbnail"));
+    EXPECT_EQ(host.library.received(firstId, "data"), "the data");
+    EXPECT_EQ(host.library.received(firstId, "thumbnail"), "the thumbnail");
+    EXPECT_EQ(host.library.received(firstId, "icon"), "the icon");
 }
 
 TEST(SnapshotExport, WritesTheFilesAgainWhenTheHostKnowsAnotherVersion) {
     HostWithThing host;
-    (void)host.library.exchange(RequestBuilder().knownFingerprint(id, std::string(64, '0')));
+    (void)host.library.exchange(RequestBuilder().knownFingerprint(firstId, std::string(64, '0')));
     EXPECT_THAT(host.library.receivedFiles(), testing::SizeIs(3));
 }
 
@@ -344,36 +345,38 @@ TEST(SnapshotExport, DoesNotKnowAFingerprintUnderAnIdentifierInUpperCase) {
 
 TEST(SnapshotExport, ComparesFingerprintsExactly) {
     HostWithThing host;
-    std::string upperCase = host.first.string(id, "fingerprint");
+    std::string upperCase = host.first.string(firstId, "fingerprint");
     for (char& c : upperCase) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    (void)host.library.exchange(RequestBuilder().knownFingerprint(id, upperCase));
+    (void)host.library.exchange(RequestBuilder().knownFingerprint(firstId, upperCase));
     EXPECT_THAT(host.library.receivedFiles(), testing::SizeIs(3));
 }
 
 TEST(SnapshotExport, HasAnotherFingerprintWhenOneByteOfTheIconChanges) {
     HostWithThing host;
     host.thing.with("icon", host.library.putFile("in/icon", "the Icon"));
-    const Response response =
-        host.library.exchange(RequestBuilder()
-                                  .record(host.thing)
-                                  .knownFingerprint(id, host.first.string(id, "fingerprint")));
-    EXPECT_NE(response.string(id, "fingerprint"), host.first.string(id, "fingerprint"));
-    EXPECT_EQ(response.string(id, "icon"), host.first.string(id, "icon"));
-    EXPECT_EQ(response.string(id, "fileFingerprint"), host.first.string(id, "fileFingerprint"));
-    EXPECT_EQ(host.library.received(id, "icon"), "the Icon");
+    const Response response = host.library.exchange(
+        RequestBuilder()
+            .record(host.thing)
+            .knownFingerprint(firstId, host.first.string(firstId, "fingerprint")));
+    EXPECT_NE(response.string(firstId, "fingerprint"), host.first.string(firstId, "fingerprint"));
+    EXPECT_EQ(response.string(firstId, "icon"), host.first.string(firstId, "icon"));
+    EXPECT_EQ(response.string(firstId, "fileFingerprint"),
+              host.first.string(firstId, "fileFingerprint"));
+    EXPECT_EQ(host.library.received(firstId, "icon"), "the Icon");
 }
 
 TEST(SnapshotExport, OverwritesAnOlderFile) {
     HostWithThing host;
-    writeFile(host.library.receivedFolder() + "/" + id + ".data", "old and much longer than that");
+    writeFile(host.library.receivedFolder() + "/" + firstId + ".data",
+              "old and much longer than that");
     (void)host.library.exchange();
-    EXPECT_EQ(host.library.received(id, "data"), "the data");
+    EXPECT_EQ(host.library.received(firstId, "data"), "the data");
 }
 
 TEST(SnapshotExport, ReplacesALinkInsteadOfWritingThroughIt) {
     HostWithThing host;
     const std::string outside = host.library.platform().folder.write("outside", "mine");
-    const std::string target = host.library.receivedFolder() + "/" + id + ".data";
+    const std::string target = host.library.receivedFolder() + "/" + firstId + ".data";
     std::filesystem::create_directories(host.library.receivedFolder());
     std::filesystem::create_symlink(outside, target);
     (void)host.library.exchange();
@@ -384,8 +387,8 @@ TEST(SnapshotExport, ReplacesALinkInsteadOfWritingThroughIt) {
 TEST(SnapshotExport, LeavesFilesOfThingsThatAreGone) {
     HostWithThing host;
     (void)host.library.exchange();
-    (void)host.library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", id)));
-    EXPECT_EQ(host.library.received(id, "data"), "the data");
+    (void)host.library.exchange(RequestBuilder().record(RecordBuilder::deletion("Thing", firstId)));
+    EXPECT_EQ(host.library.received(firstId, "data"), "the data");
 }
 
 TEST(SnapshotExport, LeavesNoTemporaryFile) {
@@ -400,7 +403,7 @@ TEST(SnapshotExport, OfAnUnchangedThingIsWrittenWithoutReadingItsPayloads) {
     const std::uint64_t created = files.count(FileOperation::create);
     const std::uint64_t opened = files.count(FileOperation::openForReading);
     (void)host.library.exchange(
-        RequestBuilder().knownFingerprint(id, host.first.string(id, "fingerprint")));
+        RequestBuilder().knownFingerprint(firstId, host.first.string(firstId, "fingerprint")));
     EXPECT_EQ(files.count(FileOperation::create), created);
     EXPECT_EQ(files.count(FileOperation::openForReading), opened + 1) << "the marker alone";
 }
@@ -411,11 +414,11 @@ TEST(SnapshotExport, OfAnUnchangedThingIsWrittenWithoutReadingItsPayloads) {
 /// The host's record is in the store although the export of this exchange has failed.
 void expectSaved(TestLibrary& library) {
     library.platform().files->heal();
-    EXPECT_EQ(library.exchange().string(id, "title"), "saved");
+    EXPECT_EQ(library.exchange().string(firstId, "title"), "saved");
 }
 
 RequestBuilder requestToSave(TestLibrary& library) {
-    return RequestBuilder().record(RecordBuilder::thing(id)
+    return RequestBuilder().record(RecordBuilder::thing(firstId)
                                        .with("title", "saved")
                                        .with("data", library.putFile("in", "bytes"))
                                        .with("icon", library.putFile("in", "bytes")));
@@ -436,7 +439,7 @@ TEST(SnapshotExport, FailsWithTheFileSystemsErrorWhenTheFolderCannotBeMade) {
 TEST(SnapshotExport, IsTheFirstToLookAtTheFolderOfARequestWithoutFiles) {
     TestLibrary library;
     const RequestBuilder request =
-        RequestBuilder().record(RecordBuilder::thing(id).with("title", "saved"));
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("title", "saved"));
     library.platform().files->fail(
         {.operation = std::nullopt, .pathPattern = "*/exchange*", .errorNumber = EACCES});
     EXPECT_EQ(library.exchange(request).error(),
@@ -449,13 +452,13 @@ TEST(SnapshotExport, WritesThePayloadsOfAThingInTheirOrder) {
     std::vector<std::string> before;
     for (const std::string& failing : keys) {
         TestLibrary library;
-        RecordBuilder thing = RecordBuilder::thing(id);
+        RecordBuilder thing = RecordBuilder::thing(firstId);
         for (const std::string& key : keys) thing.with(key, library.putFile("in/" + key, key));
         library.platform().files->fail(
             {.operation = FileOperation::rename, .pathPattern = "*/received/*." + failing});
         EXPECT_TRUE(library.exchange(RequestBuilder().record(thing)).isError());
         EXPECT_THAT(library.receivedFiles(), testing::UnorderedElementsAreArray(before)) << failing;
-        before.push_back(id + "." + failing);
+        before.push_back(firstId + "." + failing);
     }
 }
 
@@ -476,7 +479,7 @@ TEST(SnapshotExport, FailsWithTheFileSystemsErrorWhenAPayloadCannotBeWritten) {
     const Response response = library.exchange(requestToSave(library));
     EXPECT_TRUE(response.isError());
     EXPECT_THAT(response.error(), testing::HasSubstr("there isn’t enough space"));
-    EXPECT_THAT(library.receivedFiles(), ElementsAre(id + ".data"))
+    EXPECT_THAT(library.receivedFiles(), ElementsAre(firstId + ".data"))
         << "files written before stay, and nothing else";
     expectSaved(library);
 }
@@ -488,7 +491,7 @@ TEST(SnapshotExport, WritesNothingThroughALinkInThePlaceOfReceived) {
     std::filesystem::create_directory_symlink(outside, library.receivedFolder());
     library.putFile("file", "bytes");
     const Response response = library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(id).with("data", library.exchangeFolder() + "/file")));
+        RecordBuilder::thing(firstId).with("data", library.exchangeFolder() + "/file")));
     EXPECT_THAT(response.error(),
                 testing::HasSubstr("“received” in the exchange folder is a link"));
     EXPECT_TRUE(std::filesystem::is_empty(outside));

@@ -18,8 +18,6 @@ constexpr const char* notInGroup = "The iCloud store must be in Kelto’s App Gr
 constexpr const char* notSignedIn = "Sign in to iCloud in System Settings to sync.";
 constexpr const char* openElsewhere = "The native store is already open at a different location.";
 
-const std::string id = identifier(1);
-
 PlatformError serviceError() {
     return PlatformError::described(errorDomain::cloudKit, 9, "Nobody is there");
 }
@@ -202,7 +200,7 @@ TEST_P(SameLocation, IsOpenedInWhateverWayItIsWritten) {
 
 TEST_P(SameLocation, IsRefusedOnceTheStoreIsOpenUnderThePlainText) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(id)));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::tag(firstId)));
     const std::string path = located(library, GetParam().second);
     EXPECT_EQ(
         library
@@ -210,7 +208,7 @@ TEST_P(SameLocation, IsRefusedOnceTheStoreIsOpenUnderThePlainText) {
                 RequestBuilder().with("storePath", path).record(RecordBuilder::tag(identifier(2))))
             .error(),
         openElsewhere);
-    EXPECT_THAT(library.exchange().identifiers("Tag"), testing::ElementsAre(id));
+    EXPECT_THAT(library.exchange().identifiers("Tag"), testing::ElementsAre(firstId));
 }
 
 TEST_P(SameLocation, MakesThePlainTextAnotherOneForThisProcess) {
@@ -261,8 +259,8 @@ TEST(StoreOpening, MakesTheStoreOnceAndKeepsIt) {
 
 TEST(StoreOpening, MakesFilesThatOnlyTheUserMayRead) {
     TestLibrary library;
-    (void)library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(id).with("data", library.putFile("in", std::string(100'000, 'x')))));
+    (void)library.exchange(RequestBuilder().record(RecordBuilder::thing(firstId).with(
+        "data", library.putFile("in", std::string(100'000, 'x')))));
     const auto forOthers = fs::perms::group_all | fs::perms::others_all;
     for (const auto& entry : fs::recursive_directory_iterator(library.platform().folder.path())) {
         if (entry.path().string().starts_with(library.exchangeFolder() + "/in")) continue;
@@ -283,7 +281,7 @@ TEST_P(UnusableStore, IsRefusedWithASentenceAndLeftUntouched) {
     TestLibrary library;
     GetParam().breakIt(library);
     const auto before = filesBelow(library.groupFolder());
-    EXPECT_EQ(library.exchange(RequestBuilder().record(RecordBuilder::tag(id))).error(),
+    EXPECT_EQ(library.exchange(RequestBuilder().record(RecordBuilder::tag(firstId))).error(),
               GetParam().sentence);
     auto after = filesBelow(library.groupFolder());
     if (!before.contains("Library/AvaloniaCloudAccount"))

@@ -16,7 +16,6 @@ namespace {
 
 using Call = FaultyDatabase::Call;
 
-const std::string id = identifier(1);
 const std::string store = "The library’s store “<store>” ";
 
 /// Three tags, a project, and a thing with all of them and a payload too large for the database.
@@ -27,7 +26,7 @@ void fill(TestLibrary& library) {
             .record(RecordBuilder::tag(identifier(12)))
             .record(RecordBuilder::tag(identifier(13)))
             .record(RecordBuilder::project(identifier(20)))
-            .record(RecordBuilder::thing(id)
+            .record(RecordBuilder::thing(firstId)
                         .with("project", identifier(20))
                         .withTags({identifier(11)})
                         .with("updatedAt", 1000)

@@ -62,10 +62,6 @@ std::string nameOfError(int error) {
     return error == CALL_FAULT_SHORT ? "half done" : strerrorname_np(error);
 }
 
-std::string emptyRequest(const RunFolder& folder) {
-    return RequestBuilder().text(folder.store(), folder.exchange());
-}
-
 /// What the host does after a refusal.
 enum class Afterwards : std::uint8_t { goesOn, isKilled };
 
@@ -83,7 +79,7 @@ public:
     FaultyExchange(const ReferenceStep& step, Process process) : step_(step) {
         folder_.copyFrom(step.worldBefore);
         host_.emplace(folder_);
-        if (process == Process::used) (void)ask(emptyRequest(folder_));
+        if (process == Process::used) (void)ask(folder_.emptyRequest());
     }
 
     /// The kinds of the calls in an exchange without a fault, the first one at place 1.
@@ -157,7 +153,7 @@ private:
     void requireUnchanged(const std::string& sentence, Afterwards afterwards, CrashReport& report) {
         std::string found;
         if (afterwards == Afterwards::goesOn) {
-            found = folder_.withoutPaths(ask(emptyRequest(folder_)).text);
+            found = folder_.withoutPaths(ask(folder_.emptyRequest()).text);
         } else {
             (void)host_->killAndReadAnswer();
             found = snapshotOf(folder_);

@@ -62,10 +62,6 @@ private:
 
 constexpr std::size_t roomyPages = 20'000;
 
-std::string emptyRequest(const RunFolder& folder) {
-    return RequestBuilder().text(folder.store(), folder.exchange());
-}
-
 /// Mounts of this process and its children that nobody else sees; false where that is not allowed.
 bool canMount() {
     return unshare(CLONE_NEWNS) == 0 &&
@@ -85,7 +81,7 @@ public:
         copyOnto(place);
         request_ = step.step.text(folder_);
         host_.emplace(plainHost(folder_));
-        if (process == Process::used) (void)host_->ask(emptyRequest(folder_));
+        if (process == Process::used) (void)host_->ask(folder_.emptyRequest());
     }
 
     /// Leaves only so many pages; whether the exchange succeeds nevertheless.
@@ -144,7 +140,7 @@ private:
 
     /// There is room again: the same process finds the library as it was, or merged, and goes on.
     void goOn() {
-        const std::string found = folder_.withoutPaths(host_->ask(emptyRequest(folder_)).text);
+        const std::string found = folder_.withoutPaths(host_->ask(folder_.emptyRequest()).text);
         if (found != step_.before && found != step_.after) {
             throw CrashFinding("neither what was before nor what should come: " +
                                found.substr(0, 300));

@@ -30,15 +30,11 @@ struct Case {
     CallKill kill;
 };
 
-std::string emptyRequest(const RunFolder& folder) {
-    return RequestBuilder().text(folder.store(), folder.exchange());
-}
-
 std::optional<HostAnswer> play(const Scene& scene,
                                const RunFolder& folder,
                                WatchedHost& host,
                                const CallKill& kill) {
-    if (scene.process == Process::used) (void)host.ask(emptyRequest(folder));
+    if (scene.process == Process::used) (void)host.ask(folder.emptyRequest());
     host.arm(kill);
     auto answer = host.ask(scene.step->step.text(folder));
     if (answer && scene.hasCheckpoint) host.waitForCheckpoint();
@@ -121,7 +117,7 @@ class LongLife {
 public:
     LongLife(CrashReport& report, std::uint64_t seed)
         : report_(report), dice_(seed), story_(seed), untouched_(plainHost(reference_)) {
-        before_ = reference_.withoutPaths(untouched_.ask(emptyRequest(reference_)).text);
+        before_ = reference_.withoutPaths(untouched_.ask(reference_.emptyRequest()).text);
     }
 
     /// One step, killed once at a random change or moment, or not at all when it is too quick.
@@ -174,7 +170,7 @@ private:
     /// What the next process finds.
     std::string recovered() {
         host_.emplace(folder_);
-        const auto answer = host_->ask(emptyRequest(folder_));
+        const auto answer = host_->ask(folder_.emptyRequest());
         if (!answer) throw CrashFinding("a host that nobody has killed has died");
         requireSoundStore(folder_);
         requireNoStrays(folder_);

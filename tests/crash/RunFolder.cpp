@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "kelto/foundation/Text.hpp"
+#include "tests/support/RequestBuilder.hpp"
 
 namespace kelto {
 
@@ -10,6 +11,10 @@ namespace fs = std::filesystem;
 
 RunFolder::RunFolder() {
     fs::create_directories(exchange());
+}
+
+std::string RunFolder::emptyRequest() const {
+    return RequestBuilder().text(store(), exchange());
 }
 
 void RunFolder::copyFrom(const std::string& otherWorld) const {

@@ -25,6 +25,8 @@ public:
     [[nodiscard]] std::string received() const { return exchange() + "/received"; }
     [[nodiscard]] std::string beside(std::string_view name) const { return folder_.path(name); }
 
+    /// What a host without any item sends to this library.
+    [[nodiscard]] std::string emptyRequest() const;
     /// From now on the world is a copy of that one.
     void copyFrom(const std::string& otherWorld) const;
     /// A response with "@" in the place of this world's path, so that those of two can be compared.

@@ -11,18 +11,18 @@ namespace {
 
 using namespace std::string_view_literals;
 
-struct ExtensionCase {
+struct PathCase {
     std::string_view name;
     std::string_view path;
     std::string_view extension;
     std::string_view without;
 };
 
-void PrintTo(const ExtensionCase& extensionCase, std::ostream* out) {
-    *out << '"' << extensionCase.path << '"';
+void PrintTo(const PathCase& pathCase, std::ostream* out) {
+    *out << '"' << pathCase.path << '"';
 }
 
-class FilePathExtension : public testing::TestWithParam<ExtensionCase> {};
+class FilePathExtension : public testing::TestWithParam<PathCase> {};
 
 TEST_P(FilePathExtension, IsCutAtTheLastDotOfTheLastComponent) {
     EXPECT_EQ(pathExtension(GetParam().path), GetParam().extension);
@@ -32,7 +32,7 @@ TEST_P(FilePathExtension, IsAllThatLeavesThePathWithoutIt) {
     EXPECT_EQ(withoutPathExtension(GetParam().path), GetParam().without);
 }
 
-constexpr ExtensionCase extensionCases[] = {
+constexpr PathCase pathCases[] = {
     {"OneDot", "a.b", "b", "a"},
     {"TwoDotsCutAtTheLast", "a.b.c", "c", "a.b"},
     {"NoDot", "a", "", "a"},
@@ -78,7 +78,7 @@ constexpr ExtensionCase extensionCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(FilePath,
                          FilePathExtension,
-                         testing::ValuesIn(extensionCases),
+                         testing::ValuesIn(pathCases),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(FilePath, HasNoLimitOnTheLengthOfAnExtension) {

@@ -8,6 +8,7 @@
 
 #include "kelto/foundation/JsonReader.hpp"
 #include "kelto/foundation/JsonWriter.hpp"
+#include "tests/support/CaseName.hpp"
 
 namespace kelto {
 namespace {
@@ -113,10 +114,15 @@ const ReadNumber outOfRange[] = {
     {"AMillionZerosAfterThePoint", "0." + zeros(1000000) + "1", none, 0.0},
 };
 
-const auto nameOfCase = [](const auto& tested) { return std::string(tested.param.name); };
-INSTANTIATE_TEST_SUITE_P(Integers, ReadNumbers, testing::ValuesIn(integers), nameOfCase);
-INSTANTIATE_TEST_SUITE_P(Fractions, ReadNumbers, testing::ValuesIn(fractions), nameOfCase);
-INSTANTIATE_TEST_SUITE_P(OutOfRange, ReadNumbers, testing::ValuesIn(outOfRange), nameOfCase);
+INSTANTIATE_TEST_SUITE_P(Integers, ReadNumbers, testing::ValuesIn(integers), caseName<ReadNumber>);
+INSTANTIATE_TEST_SUITE_P(Fractions,
+                         ReadNumbers,
+                         testing::ValuesIn(fractions),
+                         caseName<ReadNumber>);
+INSTANTIATE_TEST_SUITE_P(OutOfRange,
+                         ReadNumbers,
+                         testing::ValuesIn(outOfRange),
+                         caseName<ReadNumber>);
 
 // --- Random numbers against the C library and against sums done by hand
 // ----------------------------

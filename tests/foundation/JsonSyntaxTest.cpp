@@ -3,6 +3,7 @@
 
 #include "kelto/foundation/Json.hpp"
 #include "kelto/foundation/JsonReader.hpp"
+#include "tests/support/CaseName.hpp"
 
 // Which texts are JSON. Every text is read twice, as a tree and by passing over it, as both must
 // check the same.
@@ -94,8 +95,7 @@ const Text wellFormedTexts[] = {
     {"ManyShallowContainers", "[" + repeated("[],{},", 1000) + "0]"},
 };
 
-const auto nameOfCase = [](const auto& tested) { return std::string(tested.param.name); };
-INSTANTIATE_TEST_SUITE_P(Json, WellFormedTexts, testing::ValuesIn(wellFormedTexts), nameOfCase);
+INSTANTIATE_TEST_SUITE_P(Json, WellFormedTexts, testing::ValuesIn(wellFormedTexts), caseName<Text>);
 
 class MalformedTexts : public testing::TestWithParam<Text> {};
 
@@ -278,10 +278,16 @@ const Text malformedStrings[] = {
 INSTANTIATE_TEST_SUITE_P(Structure,
                          MalformedTexts,
                          testing::ValuesIn(malformedStructures),
-                         nameOfCase);
-INSTANTIATE_TEST_SUITE_P(Words, MalformedTexts, testing::ValuesIn(malformedWords), nameOfCase);
-INSTANTIATE_TEST_SUITE_P(Numbers, MalformedTexts, testing::ValuesIn(malformedNumbers), nameOfCase);
-INSTANTIATE_TEST_SUITE_P(Strings, MalformedTexts, testing::ValuesIn(malformedStrings), nameOfCase);
+                         caseName<Text>);
+INSTANTIATE_TEST_SUITE_P(Words, MalformedTexts, testing::ValuesIn(malformedWords), caseName<Text>);
+INSTANTIATE_TEST_SUITE_P(Numbers,
+                         MalformedTexts,
+                         testing::ValuesIn(malformedNumbers),
+                         caseName<Text>);
+INSTANTIATE_TEST_SUITE_P(Strings,
+                         MalformedTexts,
+                         testing::ValuesIn(malformedStrings),
+                         caseName<Text>);
 
 TEST(Json, IsRefusedWhereverItIsCut) {
     const std::string text =
@@ -371,7 +377,7 @@ const Fault faults[] = {
     {"AfterAByteOrderMark", "\xEF\xBB\xBF{1}", at(1, 5, 4, "a key or “}” is missing")},
 };
 
-INSTANTIATE_TEST_SUITE_P(Json, Faults, testing::ValuesIn(faults), nameOfCase);
+INSTANTIATE_TEST_SUITE_P(Json, Faults, testing::ValuesIn(faults), caseName<Fault>);
 
 TEST(Json, GivesTheCauseOfAFaultWithoutItsPlaceToo) {
     try {

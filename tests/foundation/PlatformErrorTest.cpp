@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "kelto/foundation/PlatformError.hpp"
+#include "tests/support/CaseName.hpp"
 
 namespace kelto {
 namespace {
@@ -312,9 +313,14 @@ constexpr FileFailure writeFailures[] = {
      "You don’t have permission to save the file “x” in the folder “a\xEF\xBF\xBD?”."},
 };
 
-const auto nameOfCase = [](const auto& tested) { return std::string(tested.param.name); };
-INSTANTIATE_TEST_SUITE_P(Read, FileFailures, testing::ValuesIn(readFailures), nameOfCase);
-INSTANTIATE_TEST_SUITE_P(Write, FileFailures, testing::ValuesIn(writeFailures), nameOfCase);
+INSTANTIATE_TEST_SUITE_P(Read,
+                         FileFailures,
+                         testing::ValuesIn(readFailures),
+                         caseName<FileFailure>);
+INSTANTIATE_TEST_SUITE_P(Write,
+                         FileFailures,
+                         testing::ValuesIn(writeFailures),
+                         caseName<FileFailure>);
 
 TEST(SpokenFileName, ShowsWhatTurnsTheDirectionOfATextAsQuestionMarks) {
     EXPECT_EQ(spokenFileName("/y/a\u202Egpj.exe"), "a?gpj.exe");

@@ -10,6 +10,7 @@
 
 #include "kelto/foundation/Text.hpp"
 #include "kelto/foundation/Utf8Scan.hpp"
+#include "tests/support/CaseName.hpp"
 
 namespace kelto {
 namespace {
@@ -37,10 +38,6 @@ struct TextCase {
 
 void PrintTo(const TextCase& textCase, std::ostream* out) {
     *out << testing::PrintToString(textCase.text);
-}
-
-std::string nameOf(const testing::TestParamInfo<TextCase>& tested) {
-    return std::string(tested.param.name);
 }
 
 // --- UTF-8
@@ -116,7 +113,7 @@ constexpr TextCase repairCases[] = {
     {"LoneContinuations", "\x80\xBF", "\uFFFD\uFFFD"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Text, Utf8Repair, testing::ValuesIn(repairCases), nameOf);
+INSTANTIATE_TEST_SUITE_P(Text, Utf8Repair, testing::ValuesIn(repairCases), caseName<TextCase>);
 
 TEST(Text, FindsTheFirstByteThatIsNotAsciiAtEveryOffset) {
     for (std::size_t length = 0; length < 40; ++length) {
@@ -158,7 +155,7 @@ constexpr TextCase upperCases[] = {
     {"TitleCasedDigraph", "ǅ", "Ǆ"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Text, UpperCased, testing::ValuesIn(upperCases), nameOf);
+INSTANTIATE_TEST_SUITE_P(Text, UpperCased, testing::ValuesIn(upperCases), caseName<TextCase>);
 
 class LowerCased : public testing::TestWithParam<TextCase> {};
 
@@ -174,7 +171,7 @@ constexpr TextCase lowerCases[] = {
     {"IIsNotTurkish", "I É", "i é"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Text, LowerCased, testing::ValuesIn(lowerCases), nameOf);
+INSTANTIATE_TEST_SUITE_P(Text, LowerCased, testing::ValuesIn(lowerCases), caseName<TextCase>);
 
 // --- Canonical composition
 
@@ -195,7 +192,10 @@ constexpr TextCase compositionCases[] = {
     {"ComposedStays", "é", "é"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Text, CanonicallyComposed, testing::ValuesIn(compositionCases), nameOf);
+INSTANTIATE_TEST_SUITE_P(Text,
+                         CanonicallyComposed,
+                         testing::ValuesIn(compositionCases),
+                         caseName<TextCase>);
 
 TEST(Text, ComposesALetterUnderManyMarks) {
     // Two marks combine with the letter, the others stand in the order of their classes.
@@ -382,7 +382,10 @@ constexpr TextCase firstCharacters[] = {
     {"IllFormed", "\xE2\x82\x41", "\xE2\x82"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Text, FirstCharacter, testing::ValuesIn(firstCharacters), nameOf);
+INSTANTIATE_TEST_SUITE_P(Text,
+                         FirstCharacter,
+                         testing::ValuesIn(firstCharacters),
+                         caseName<TextCase>);
 
 TEST(Text, CutsEightyFamiliesAsEightyCharacters) {
     const std::string family = "👨‍👩‍👧‍👦";
@@ -450,7 +453,7 @@ constexpr TextCase firstLines[] = {
     {"BreakBehindIllFormedBytes", "\xE2\x80\xC2\u0085x", "\xE2\x80\xC2"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Text, FirstLine, testing::ValuesIn(firstLines), nameOf);
+INSTANTIATE_TEST_SUITE_P(Text, FirstLine, testing::ValuesIn(firstLines), caseName<TextCase>);
 
 TEST(Text, FindsTheLineBehindMegabytesOfBreaks) {
     EXPECT_EQ(firstNonEmptyLine(repeated("\r\n", 2'000'000) + "x"), "x");

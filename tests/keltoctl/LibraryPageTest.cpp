@@ -20,7 +20,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr std::string_view gif = "GIF89a";
+constexpr std::string_view gifFile = "GIF89a";
 constexpr std::string_view gifAddress = "data:image/gif;base64,R0lGODlh";
 
 std::size_t countOf(std::string_view text, std::string_view part) {
@@ -32,7 +32,7 @@ std::size_t countOf(std::string_view text, std::string_view part) {
 }
 
 /// The header of a square PNG, filled up to `bytes`.
-std::string png(std::uint32_t side, std::size_t bytes) {
+std::string squarePng(std::uint32_t side, std::size_t bytes) {
     std::string size;
     for (const unsigned shift : {24U, 16U, 8U, 0U})
         size += static_cast<char>(static_cast<unsigned char>(side >> shift));
@@ -139,7 +139,7 @@ TEST_F(LibraryPageTest, KeepsTextsOfTheLibraryFromBecomingMarkup) {
 
 TEST_F(LibraryPageTest, FillsNoPlaceOfTheTemplateFromTheLibrary) {
     add("note", "{{script}}{{pictures}}{{policy}}");
-    addImage(gif);
+    addImage(gifFile);
     write();
     EXPECT_EQ(countOf(page, gifAddress), 1U);
     EXPECT_EQ(countOf(page, pageTemplate::script), 1U);
@@ -161,7 +161,7 @@ TEST(PageTemplate, EndsNoElementThatItStandsIn) {
 }
 
 TEST_F(LibraryPageTest, ShowsASmallPictureItself) {
-    addImage(gif);
+    addImage(gifFile);
     const PageReport report = write();
     EXPECT_EQ(report.pictures, 1U);
     EXPECT_THAT(page, HasSubstr("id=\"picture-0\">" + std::string(gifAddress) + "</script>"));
@@ -169,21 +169,21 @@ TEST_F(LibraryPageTest, ShowsASmallPictureItself) {
 }
 
 TEST_F(LibraryPageTest, PrefersTheThumbnail) {
-    addImage(png(1, 900)).thumbnail = files.write("received/thumbnail", gif);
-    add("document", "paper").thumbnail = files.write("received/other", png(1, 40));
+    addImage(squarePng(1, 900)).thumbnail = files.write("received/thumbnail", gifFile);
+    add("document", "paper").thumbnail = files.write("received/other", squarePng(1, 40));
     EXPECT_EQ(write().pictures, 2U);
     EXPECT_THAT(page, HasSubstr(gifAddress));
     EXPECT_EQ(countOf(page, "id=\"picture-"), 2U);
 }
 
 TEST_F(LibraryPageTest, CarriesAPictureOnceThatManyThingsShare) {
-    for (int at = 0; at < 3; ++at) addImage(gif);
+    for (int at = 0; at < 3; ++at) addImage(gifFile);
     EXPECT_EQ(write().pictures, 3U);
     EXPECT_EQ(countOf(page, gifAddress), 1U);
 }
 
 TEST_F(LibraryPageTest, LeavesALargePictureOutUnlessAllAreWanted) {
-    addImage(png(1, pageLimits::pictureBytes + 1));
+    addImage(squarePng(1, pageLimits::pictureBytes + 1));
     EXPECT_EQ(write().tooLargePictures, 1U);
     EXPECT_EQ(textOf(item("picture"), "lack"), "large");
     EXPECT_THAT(page, Not(HasSubstr("data:image/png")));
@@ -194,15 +194,15 @@ TEST_F(LibraryPageTest, LeavesALargePictureOutUnlessAllAreWanted) {
 }
 
 TEST_F(LibraryPageTest, LeavesASmallFileOfManyPixelsOut) {
-    addImage(png(7'000, 40));
-    addImage(png(8'000, 40));
+    addImage(squarePng(7'000, 40));
+    addImage(squarePng(8'000, 40));
     const PageReport report = write();
     EXPECT_EQ(report.pictures, 1U);
     EXPECT_EQ(report.tooLargePictures, 1U);
 }
 
 TEST_F(LibraryPageTest, LeavesAllPicturesOutWhenNoneAreWanted) {
-    addImage(gif);
+    addImage(gifFile);
     const PageReport report = write(PictureChoice::none);
     EXPECT_EQ(report.pictures, 0U);
     EXPECT_EQ(report.unwantedPictures, 1U);
@@ -212,7 +212,7 @@ TEST_F(LibraryPageTest, LeavesAllPicturesOutWhenNoneAreWanted) {
 TEST_F(LibraryPageTest, CarriesNoMoreThanAPageCanHold) {
     constexpr std::size_t fitting = pageLimits::allPictureBytes / pageLimits::pictureBytes;
     for (std::size_t at = 0; at < fitting + 2; ++at) {
-        std::string bytes = png(1, pageLimits::pictureBytes);
+        std::string bytes = squarePng(1, pageLimits::pictureBytes);
         bytes.replace(bytes.size() - 4, 4, std::to_string(1000 + at));
         addImage(bytes).updatedAt = static_cast<std::int64_t>(at);
         things.back().title = "picture " + std::to_string(at);
@@ -235,13 +235,13 @@ TEST_F(LibraryPageTest, ShowsNothingThatOnlyClaimsToBeAPicture) {
 }
 
 TEST_F(LibraryPageTest, IsWrittenWithoutAPictureThatHasGone) {
-    addImage(gif);
+    addImage(gifFile);
     std::filesystem::remove(*things.back().data);
     EXPECT_EQ(write().unshownPictures, 1U);
 }
 
 TEST_F(LibraryPageTest, CarriesNoPictureThatChangedWhileItWasWritten) {
-    addImage(gif);
+    addImage(gifFile);
     whenBegun = [&] { files.write("received/id0", "other bytes"); };
     write();
     EXPECT_THAT(page, HasSubstr("id=\"picture-0\"></script>"));
@@ -276,7 +276,7 @@ struct PictureFile {
 };
 
 const PictureFile pictureFiles[] = {
-    {"Png", png(1, 40), "image/png"},
+    {"Png", squarePng(1, 40), "image/png"},
     {"Jpeg", "\xFF\xD8\xFF\xE0", "image/jpeg"},
     {"Gif", "GIF87a", "image/gif"},
     {"WebP", "RIFF\1\2\3\4WEBPVP8L", "image/webp"},

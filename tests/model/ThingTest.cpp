@@ -11,7 +11,7 @@ namespace {
 
 using testing::ElementsAre;
 
-Payload payload(std::uint8_t first) {
+Payload payloadOf(std::uint8_t first) {
     Payload made;
     made.digest.bytes[0] = first;
     return made;
@@ -136,9 +136,9 @@ TEST(Thing, MarksEachChangedField) {
         [](Thing& thing) { thing.setFileName("x"); },
         [](Thing& thing) { thing.setTypeIdentifier("x"); },
         [](Thing& thing) { thing.setFileSize(-1); },
-        [](Thing& thing) { thing.setData(payload(1)); },
-        [](Thing& thing) { thing.setThumbnailData(payload(1)); },
-        [](Thing& thing) { thing.setIconData(payload(1)); },
+        [](Thing& thing) { thing.setData(payloadOf(1)); },
+        [](Thing& thing) { thing.setThumbnailData(payloadOf(1)); },
+        [](Thing& thing) { thing.setIconData(payloadOf(1)); },
         [](Thing& thing) { thing.setAspectRatio(2); },
         [](Thing& thing) { thing.setIsStarred(true); },
         [](Thing& thing) { thing.setTrashedAt(Date{0}); },
@@ -168,11 +168,11 @@ TEST(Thing, KeepsUpdatedAtWhenFieldsAreSet) {
 TEST(Thing, TellsPayloadsApartByTheirDigest) {
     ModelWorld world;
     Thing& thing = world.thing();
-    thing.setThumbnailData(payload(1));
+    thing.setThumbnailData(payloadOf(1));
     EXPECT_TRUE(thing.hasThumbnail());
-    EXPECT_EQ(thing.thumbnailData(), payload(1));
-    thing.setThumbnailData(payload(2));
-    EXPECT_EQ(thing.thumbnailData(), payload(2));
+    EXPECT_EQ(thing.thumbnailData(), payloadOf(1));
+    thing.setThumbnailData(payloadOf(2));
+    EXPECT_EQ(thing.thumbnailData(), payloadOf(2));
     thing.setThumbnailData(std::nullopt);
     EXPECT_FALSE(thing.hasThumbnail());
 }

@@ -7,6 +7,7 @@
 
 #include "kelto/model/Thing.hpp"
 #include "tests/model/ModelWorld.hpp"
+#include "tests/support/CaseName.hpp"
 
 namespace kelto {
 namespace {
@@ -43,10 +44,6 @@ struct TextCase {
 
 void PrintTo(const TextCase& tested, std::ostream* out) {
     *out << tested.kindRaw;
-}
-
-std::string nameOf(const testing::TestParamInfo<TextCase>& tested) {
-    return std::string(tested.param.name);
 }
 
 std::string repeated(std::string_view text, int times) {
@@ -107,7 +104,10 @@ const TextCase displayTitles[] = {
      "a long title that nobody cuts: 0123456789012345678901234567890123456789012345678901234567"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Things, DisplayTitle, testing::ValuesIn(displayTitles), nameOf);
+INSTANTIATE_TEST_SUITE_P(Things,
+                         DisplayTitle,
+                         testing::ValuesIn(displayTitles),
+                         caseName<TextCase>);
 
 // --- fileExtension
 
@@ -134,7 +134,10 @@ const TextCase fileExtensions[] = {
     {"UnknownType", "image", {.typeIdentifier = "org.example.unknown"}, ""},
 };
 
-INSTANTIATE_TEST_SUITE_P(Things, FileExtension, testing::ValuesIn(fileExtensions), nameOf);
+INSTANTIATE_TEST_SUITE_P(Things,
+                         FileExtension,
+                         testing::ValuesIn(fileExtensions),
+                         caseName<TextCase>);
 
 // --- badgeText
 
@@ -161,7 +164,7 @@ const TextCase badges[] = {
     {"ExtensionOfTheType", "image", {.typeIdentifier = "public.png"}, "PNG"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Things, BadgeText, testing::ValuesIn(badges), nameOf);
+INSTANTIATE_TEST_SUITE_P(Things, BadgeText, testing::ValuesIn(badges), caseName<TextCase>);
 
 // --- exportFileName
 
@@ -183,7 +186,10 @@ const TextCase exportFileNames[] = {
     {"Address", "link", {.urlString = "https://a.b/c"}, "https:--a.b-c.bin"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Things, ExportFileName, testing::ValuesIn(exportFileNames), nameOf);
+INSTANTIATE_TEST_SUITE_P(Things,
+                         ExportFileName,
+                         testing::ValuesIn(exportFileNames),
+                         caseName<TextCase>);
 
 // --- url and contentType
 

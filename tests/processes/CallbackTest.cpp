@@ -12,8 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 
-const std::string id = identifier(1);
-
 /// A host made one call of kelto_apple_exchange and got one callback as promised.
 void expectGoodCallback(const HostAnswer& answer, std::int64_t context) {
     EXPECT_EQ(answer.context, context);
@@ -63,8 +61,8 @@ TEST(Callback, IsMadeOnceForEachCall) {
 TEST(Callback, BringsUtf8) {
     HostLibrary library;
     HostProcess host(library.process());
-    const HostAnswer answer = host.ask(
-        library.text(RequestBuilder().record(RecordBuilder::thing(id).with("title", "Größe 😀 …"))));
+    const HostAnswer answer = host.ask(library.text(
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("title", "Größe 😀 …"))));
     EXPECT_THAT(answer.text, testing::HasSubstr("Größe 😀 …"));
     EXPECT_THAT(answer.text, testing::HasSubstr("\xE2\x80\x94"));
 }
@@ -115,11 +113,11 @@ TEST(Callback, ComesForEachOfSeveralExchangesInFlight) {
 TEST(Callback, MayStartTheNextExchange) {
     HostLibrary library;
     HostProcess host(library.process({"exchange", "--nested", "--scribble"}));
-    host.send(library.text(RequestBuilder().record(RecordBuilder::tag(id))), 1);
+    host.send(library.text(RequestBuilder().record(RecordBuilder::tag(firstId))), 1);
     for (const std::int64_t context : {1, 2}) {
         const HostAnswer answer = host.receive();
         expectGoodCallback(answer, context);
-        EXPECT_THAT(answer.response().identifiers("Tag"), ElementsAre(id));
+        EXPECT_THAT(answer.response().identifiers("Tag"), ElementsAre(firstId));
     }
     EXPECT_EQ(host.wait(), HostEnd());
 }
@@ -136,11 +134,11 @@ TEST(Callback, BringsAnErrorForEveryRequestThatIsNone) {
 TEST(Callback, ComesForARequestThatIsNotUtf8) {
     HostLibrary library;
     HostProcess host(library.process());
-    std::string request =
-        library.text(RequestBuilder().record(RecordBuilder::thing(id).with("title", "a-broken-b")));
+    std::string request = library.text(
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("title", "a-broken-b")));
     request.replace(request.find("-broken-"), 8, "\xC3\x28\xFF");
     const Response response = host.ask(request).response();
-    EXPECT_EQ(response.string(id, "title"),
+    EXPECT_EQ(response.string(firstId, "title"),
               "a\xEF\xBF\xBD(\xEF\xBF\xBD"
               "b");
 }
@@ -150,9 +148,9 @@ TEST(Callback, ComesForARequestOfManyMegabytes) {
     HostProcess host(library.process());
     std::string content;
     content.resize(20'000'000, 'x');
-    const HostAnswer answer = host.ask(
-        library.text(RequestBuilder().record(RecordBuilder::thing(id).with("content", content))));
-    EXPECT_EQ(answer.response().string(id, "content"), content);
+    const HostAnswer answer = host.ask(library.text(
+        RequestBuilder().record(RecordBuilder::thing(firstId).with("content", content))));
+    EXPECT_EQ(answer.response().string(firstId, "content"), content);
 }
 
 }  // namespace

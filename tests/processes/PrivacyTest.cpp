@@ -18,8 +18,6 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-const std::string id = identifier(1);
-
 // --- Permissions
 // ----------------------------------------------------------------------------------
 
@@ -55,7 +53,7 @@ TEST_P(Permissions, AreTheUsersAloneWhateverTheUmask) {
     HostLibrary library;
     const RequestBuilder request =
         RequestBuilder()
-            .record(RecordBuilder::thing(id)
+            .record(RecordBuilder::thing(firstId)
                         .with("data", library.putFile("large", std::string(300'000, 'x')))
                         .with("icon", library.putFile("small", "small")))
             .record(RecordBuilder::tag(identifier(2)));

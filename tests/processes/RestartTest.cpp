@@ -12,10 +12,8 @@ namespace {
 
 using testing::IsEmpty;
 
-const std::string id = identifier(1);
-
 std::string received(const HostLibrary& library, const std::string& key) {
-    return readFile(library.receivedFolder() + "/" + id + "." + key);
+    return readFile(library.receivedFolder() + "/" + firstId + "." + key);
 }
 
 TEST(Restart, FindsRecordsAndPayloadsAgain) {
@@ -25,7 +23,7 @@ TEST(Restart, FindsRecordsAndPayloadsAgain) {
         library.exchangeOnce(RequestBuilder()
                                  .record(RecordBuilder::project(identifier(2)).with("name", "Home"))
                                  .record(RecordBuilder::tag(identifier(3)).with("name", "Red"))
-                                 .record(RecordBuilder::thing(id)
+                                 .record(RecordBuilder::thing(firstId)
                                              .with("title", "Title")
                                              .with("project", identifier(2))
                                              .withTags({identifier(3)})
@@ -42,24 +40,24 @@ TEST(Restart, FindsRecordsAndPayloadsAgain) {
 TEST(Restart, LetsAHostThatKnowsTheFingerprintsKeepItsFiles) {
     HostLibrary library;
     const Response before = library.exchangeOnce(RequestBuilder().record(
-        RecordBuilder::thing(id).with("data", library.putFile("in", "bytes"))));
+        RecordBuilder::thing(firstId).with("data", library.putFile("in", "bytes"))));
     std::filesystem::remove_all(library.receivedFolder());
     const Response after = library.exchangeOnce(
-        RequestBuilder().knownFingerprint(id, before.string(id, "fingerprint")));
+        RequestBuilder().knownFingerprint(firstId, before.string(firstId, "fingerprint")));
     EXPECT_THAT(namesIn(library.receivedFolder()), IsEmpty());
-    EXPECT_EQ(after.record(id), before.record(id));
+    EXPECT_EQ(after.record(firstId), before.record(firstId));
 }
 
 TEST(Restart, HandsTheLibraryFromOneHostToTheNext) {
     HostLibrary library;
     HostProcess first(library.process());
     (void)first.ask(
-        library.text(RequestBuilder().record(RecordBuilder::tag(id).with("name", "a"))));
+        library.text(RequestBuilder().record(RecordBuilder::tag(firstId).with("name", "a"))));
     HostProcess second(library.process());
-    EXPECT_EQ(second.ask(library.text()).response().string(id, "name"), "a");
+    EXPECT_EQ(second.ask(library.text()).response().string(firstId, "name"), "a");
     (void)second.ask(
-        library.text(RequestBuilder().record(RecordBuilder::tag(id).with("name", "b"))));
-    EXPECT_EQ(first.ask(library.text()).response().string(id, "name"), "b")
+        library.text(RequestBuilder().record(RecordBuilder::tag(firstId).with("name", "b"))));
+    EXPECT_EQ(first.ask(library.text()).response().string(firstId, "name"), "b")
         << "both had the store open";
     EXPECT_EQ(first.wait(), HostEnd());
     EXPECT_EQ(second.wait(), HostEnd());
@@ -67,11 +65,11 @@ TEST(Restart, HandsTheLibraryFromOneHostToTheNext) {
 
 TEST(Restart, AfterARefusedRequestFindsTheStoreAsItWas) {
     HostLibrary library;
-    const Response before =
-        library.exchangeOnce(RequestBuilder().record(RecordBuilder::tag(id).with("name", "a")));
+    const Response before = library.exchangeOnce(
+        RequestBuilder().record(RecordBuilder::tag(firstId).with("name", "a")));
     EXPECT_EQ(library
                   .exchangeOnce(RequestBuilder()
-                                    .record(RecordBuilder::tag(id).with("name", "b"))
+                                    .record(RecordBuilder::tag(firstId).with("name", "b"))
                                     .record(RecordBuilder::tag("x")))
                   .error(),
               "Invalid record identifier.");
@@ -82,7 +80,7 @@ TEST(Restart, AfterAKilledHostFindsAllThatWasAnswered) {
     HostLibrary library;
     {
         HostProcess host(library.process());
-        (void)host.ask(library.text(RequestBuilder().record(RecordBuilder::thing(id).with(
+        (void)host.ask(library.text(RequestBuilder().record(RecordBuilder::thing(firstId).with(
             "data", library.putFile("in", std::string(100'000, 'x'))))));
         // Leaving the scope kills it.
     }
@@ -97,11 +95,11 @@ class FatalMoment : public testing::TestWithParam<std::pair<const char*, const c
 
 TEST_P(FatalMoment, StopsTheProcessBeforeAnythingIsSaved) {
     HostLibrary library;
-    const Response before =
-        library.exchangeOnce(RequestBuilder().record(RecordBuilder::tag(id).with("name", "a")));
+    const Response before = library.exchangeOnce(
+        RequestBuilder().record(RecordBuilder::tag(firstId).with("name", "a")));
     HostProcess host(library.process());
     host.send(library.text(RequestBuilder()
-                               .record(RecordBuilder::tag(id).with("name", "b"))
+                               .record(RecordBuilder::tag(firstId).with("name", "b"))
                                .record(RecordBuilder(GetParam().first, identifier(2))
                                            .with(GetParam().second, 1e300))),
               1);

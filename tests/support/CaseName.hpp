@@ -9,7 +9,7 @@ namespace kelto {
 /// The name of a test of a table: the case's own `name`.
 template <typename Case>
 [[nodiscard]] std::string caseName(const testing::TestParamInfo<Case>& info) {
-    return info.param.name;
+    return std::string(info.param.name);
 }
 
 }  // namespace kelto

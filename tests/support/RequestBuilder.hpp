@@ -12,6 +12,11 @@ namespace kelto {
 /// lower case. Larger numbers sort later.
 [[nodiscard]] std::string identifier(unsigned number);
 
+/// What a test names when one record is all that it needs.
+inline const std::string firstId = identifier(1);
+/// The same for the project that it is in.
+inline const std::string folderId = identifier(0xF);
+
 /// One record as a host writes it: "recordType" and "uuid", and whatever a test adds.
 class RecordBuilder {
 public:

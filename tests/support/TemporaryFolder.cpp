@@ -2,14 +2,12 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <system_error>
 
 #include <stdlib.h>
 
 #include "kelto/foundation/FilePath.hpp"
+#include "tests/support/Files.hpp"
 
 namespace kelto {
 
@@ -34,17 +32,12 @@ std::string TemporaryFolder::path(std::string_view name) const {
 
 std::string TemporaryFolder::write(std::string_view name, std::string_view contents) const {
     std::string target = path(name);
-    std::ofstream file(target, std::ios::binary | std::ios::trunc);
-    file.write(contents.data(), static_cast<std::streamsize>(contents.size()));
-    file.close();
-    if (!file) throw std::runtime_error("cannot write " + target);
+    writeFile(target, contents);
     return target;
 }
 
 std::string TemporaryFolder::read(std::string_view name) const {
-    std::ifstream file(path(name), std::ios::binary);
-    if (!file) throw std::runtime_error("cannot read " + path(name));
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return readFile(path(name));
 }
 
 }  // namespace kelto

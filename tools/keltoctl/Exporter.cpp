@@ -25,7 +25,6 @@ namespace kelto::ctl {
 namespace {
 
 constexpr int numberLimit = 100'000;
-constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// A thing without a payload, as the text of a file.
 struct TextFile {

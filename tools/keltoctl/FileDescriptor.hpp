@@ -2,9 +2,13 @@
 
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace kelto::ctl {
+
+/// How a folder is opened to look into it: itself, never what a link in its place leads to.
+inline constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// An open file, closed at the end of its scope. Negative: none.
 class FileDescriptor {

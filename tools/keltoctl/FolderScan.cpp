@@ -22,7 +22,6 @@ namespace {
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 // The project tree is only followed this far by those who show it.
 constexpr int depthLimit = 60;
-constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 struct Names {
     std::vector<std::string> sorted;

@@ -14,7 +14,7 @@ namespace kelto::ctl {
 
 namespace {
 
-std::string textOf(Uuid uuid, unsigned version) {
+std::string identifierText(Uuid uuid, unsigned version) {
     uuid.bytes[6] = static_cast<std::uint8_t>((uuid.bytes[6] & 0x0FU) | version << 4U);
     uuid.bytes[8] = static_cast<std::uint8_t>((uuid.bytes[8] & 0x3FU) | 0x80U);
     return uuid.lowerCaseText();
@@ -27,7 +27,7 @@ std::string randomIdentifier() {
     if (::getrandom(uuid.bytes.data(), uuid.bytes.size(), 0) !=
         static_cast<ssize_t>(uuid.bytes.size()))
         throw Refusal(fileSentence("read", "/dev/urandom", errno));
-    return textOf(uuid, 4);
+    return identifierText(uuid, 4);
 }
 
 std::string importIdentifier(std::string_view recordType,
@@ -40,7 +40,7 @@ std::string importIdentifier(std::string_view recordType,
     const Digest digest = sha256(text);
     Uuid uuid;
     std::copy_n(digest.bytes.begin(), uuid.bytes.size(), uuid.bytes.begin());
-    return textOf(uuid, 8);
+    return identifierText(uuid, 8);
 }
 
 }  // namespace kelto::ctl

@@ -67,7 +67,7 @@ std::string verb(std::size_t count) {
     return count == 1 ? " is" : " are";
 }
 
-std::string textOf(const PageOptions& options, const PageReport& report, std::int64_t bytes) {
+std::string pageText(const PageOptions& options, const PageReport& report, std::int64_t bytes) {
     std::string text = "Wrote “" + terminalSafe(options.file) + "”, " + byteCount(bytes) + ": " +
                        counted(report.items, "thing") + ", " + std::to_string(report.pictures) +
                        " of them with a picture.\n";
@@ -116,7 +116,7 @@ int runPage(Host& host, const PageOptions& options) {
     const PageReport report =
         writeLibraryPage(snapshot, choiceNamed(options.pictures), Host::nowMilliseconds(), put);
     if (!file.takePlace()) refuse(options.file, errno);
-    host.print(textOf(options, report, bytes), documentOf(options, report, bytes));
+    host.print(pageText(options, report, bytes), documentOf(options, report, bytes));
     return exitStatus::done;
 }
 

@@ -64,7 +64,7 @@ void addMetadata(ItemMembers& members, const ThingRecord& thing) {
     members.place("height", metadata.height);
 }
 
-const char* textOf(PictureLack lack) {
+const char* nameOfLack(PictureLack lack) {
     switch (lack) {
         case PictureLack::tooLarge:
             return "large";
@@ -154,7 +154,7 @@ private:
         addRelations(members, thing);
         members.place("picture", shown.picture);
         members.place("icon", shown.icon);
-        if (shown.lack) members.text("lack", textOf(*shown.lack));
+        if (shown.lack) members.text("lack", nameOfLack(*shown.lack));
         return members.take();
     }
 

@@ -73,7 +73,7 @@ void preserveConflict(const Thing& thing,
     copy.setProject(thing.project());
     copy.setTags(thing.tags());
     copy.setMetadataJSON(conflictMetadata(thing.metadataJSON()));
-    things.emplace(identifier, &copy);
+    (void)things.add(copy);
 }
 
 }  // namespace kelto

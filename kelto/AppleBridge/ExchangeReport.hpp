@@ -7,7 +7,7 @@
 #include <initializer_list>
 
 #include "kelto/AppleBridge/ExchangeStages.hpp"
-#include "kelto/AppleBridge/HostMerge.hpp"
+#include "kelto/AppleBridge/MergeCounts.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
 #include "kelto/platform/Diagnostics.hpp"
 

@@ -104,12 +104,15 @@ void ExchangeRequest::readRecords() {
         records_.reserve(memory_->records.size());
     }
     bool allObjects = true;
+    bool isRefused = false;
     reader_.enterArray();
     while (reader_.nextElement()) {
-        if (reader_.kind() == JsonKind::object) {
+        const bool isObject = reader_.kind() == JsonKind::object;
+        allObjects = allObjects && isObject;
+        if (isObject && !isRefused) {
             readRecord(recognition ? &*recognition : nullptr);
+            isRefused = records_.back().isSureToBeRefused();
         } else {
-            allObjects = false;
             reader_.skipValue();
         }
     }

@@ -28,6 +28,8 @@ public:
 
     [[nodiscard]] const std::string& storePath() const { return storePath_; }
     [[nodiscard]] const std::string& directory() const { return directory_; }
+    /// Up to the first one that is sure to be refused: what stands behind it has no part in
+    /// anything, and there may be millions.
     [[nodiscard]] const std::vector<Record>& records() const { return records_; }
 
     /// The "fingerprint" that the host says it last received for a thing; an empty text when none.

@@ -6,44 +6,22 @@
 #include <vector>
 
 #include "kelto/AppleBridge/BridgeError.hpp"
-#include "kelto/AppleBridge/ConflictPreservation.hpp"
 #include "kelto/AppleBridge/FetchAhead.hpp"
-#include "kelto/AppleBridge/FileFingerprint.hpp"
+#include "kelto/AppleBridge/MergedTimes.hpp"
 #include "kelto/AppleBridge/ProjectCycles.hpp"
-#include "kelto/AppleBridge/WireTimestamp.hpp"
 
 namespace kelto {
 
 namespace {
 
 Uuid identifierOf(const Record& record) {
-    if (record.seen() != nullptr) return record.seen()->identifier;
-    if (const auto identifier = record.optionalUUID(RecordKey::uuid)) return *identifier;
+    if (const auto identifier = record.identifier()) return *identifier;
     throw BridgeError(BridgeRefusal::invalidIdentifier);
 }
 
 RecordType typeOf(const Record& record) {
-    if (record.seen() != nullptr) return record.seen()->type;
-    const std::string_view type = record.string(RecordKey::recordType);
-    if (type == "Project") return RecordType::project;
-    if (type == "Tag") return RecordType::tag;
-    if (type == "Thing") return RecordType::thing;
+    if (const auto type = record.type()) return *type;
     throw BridgeError(BridgeRefusal::unknownRecordType);
-}
-
-/// Only live records are remembered.
-bool isDeletion(const Record& record) {
-    return record.seen() == nullptr && record.boolean(RecordKey::deleted);
-}
-
-FileFacts incomingFacts(const Record& record, const std::optional<Payload>& data) {
-    return {record.string(RecordKey::kind),
-            record.string(RecordKey::title),
-            record.string(RecordKey::content),
-            record.string(RecordKey::urlString),
-            record.string(RecordKey::fileName),
-            record.optionalDate(RecordKey::trashedAt),
-            data};
 }
 
 }  // namespace
@@ -57,6 +35,7 @@ HostMerge::HostMerge(ModelContext& context,
       request_(request),
       index_(index),
       assets_(files, context.payloads(), request.directory()),
+      things_(context, index, assets_, notes_, counts_, observer != nullptr),
       observer_(observer) {}
 
 void HostMerge::begin() {
@@ -73,7 +52,7 @@ void HostMerge::merge() {
     if (index_.structureNumber() != structure) notes_.unsettle();
     lookAt(nullptr);
     checkCycles();
-    checkTimestamps();
+    checkTimes(context_, observer_ != nullptr);
 }
 
 std::unique_ptr<RequestMemory> HostMerge::save() {
@@ -89,7 +68,7 @@ std::unique_ptr<RequestMemory> HostMerge::save() {
 void HostMerge::createMissing() {
     notes_.reserve(request_.records().size());
     for (const Record& record : request_.records()) {
-        if (isDeletion(record)) continue;
+        if (record.isDeletion()) continue;
         lookAt(&record);
         if (record.seen() != nullptr) ++recognised_;
         SeenRecord note;
@@ -120,19 +99,19 @@ template <typename Model, typename... Arguments>
 Model& HostMerge::findOrCreate(UniqueIndex<Model>& index,
                                const Uuid& identifier,
                                Arguments&&... arguments) {
-    const auto [place, isNew] = index.try_emplace(identifier, nullptr);
-    if (!isNew) return *place->second;
-    place->second = &context_.insert<Model>(std::forward<Arguments>(arguments)...);
-    place->second->setUuid(identifier);
+    if (Model* const stored = index.find(identifier)) return *stored;
+    Model& made = context_.insert<Model>(std::forward<Arguments>(arguments)...);
+    made.setUuid(identifier);
+    (void)index.add(made);
     ++counts_.created;
     if constexpr (!std::is_same_v<Model, Thing>) index_.noteChangedStructure();
-    return *place->second;
+    return made;
 }
 
 void HostMerge::updateFields() {
     std::size_t place = 0;
     for (const Record& record : request_.records()) {
-        if (isDeletion(record)) continue;
+        if (record.isDeletion()) continue;
         fetchAhead(place);
         SeenRecord& note = notes_.at(place++);
         if (isSettled(record, note)) {
@@ -157,7 +136,7 @@ void HostMerge::updateObject(ModelObject& object, RecordType type, const Record&
         case RecordType::tag:
             return updateTag(static_cast<Tag&>(object), record);
         case RecordType::thing:
-            return updateThing(static_cast<Thing&>(object), record);
+            return things_.update(static_cast<Thing&>(object), record, decision_);
     }
 }
 
@@ -223,11 +202,11 @@ void HostMerge::updateProject(Project& project, const Record& record) {
     // A host that knows nothing of linked folders leaves the key out, and the link as it is.
     const std::string_view owner =
         record.optionalString(RecordKey::linkedFolderOwner).value_or(project.linkedFolderOwner());
-    Project* const parent = projectNamed(record.optionalUUID(RecordKey::parent));
+    Project* const parent = index_.projectNamed(record.optionalUUID(RecordKey::parent));
     if (owner == project.linkedFolderOwner() && parent == project.parent()) return;
     project.setLinkedFolderOwner(owner);
     project.setParent(parent);
-    linkedProjects_.forget();
+    things_.forgetLinks();
     index_.noteChangedStructure();
 }
 
@@ -237,120 +216,10 @@ void HostMerge::updateTag(Tag& tag, const Record& record) {
     tag.setCreatedAt(record.date(RecordKey::createdAt));
 }
 
-void HostMerge::updateThing(Thing& thing, const Record& record) {
-    // Before any decision: a path that leads out of the folder fails even a record that would lose.
-    auto incomingData = asset(record, RecordKey::data);
-    const auto payload =
-        incomingData ? std::optional(incomingData->payload()) : std::optional<Payload>();
-    const MergeReason reason = reasonFor(thing, record, payload);
-    decision_.reason = reason;
-    if (observer_ != nullptr) noteGrounds(thing, record, payload);
-    if (isPassedOver(reason)) {
-        ++counts_.kept;
-        return;
-    }
-    if (reason == MergeReason::bothChanged) {
-        const std::size_t things = index_.things.size();
-        preserveConflict(thing, fileFingerprint(thing), index_.things, context_);
-        counts_.conflicts += index_.things.size() - things;
-    }
-    ++counts_.applied;
-    apply(thing, record, std::move(incomingData));
-}
-
-MergeReason HostMerge::reasonFor(const Thing& thing,
-                                 const Record& record,
-                                 const std::optional<Payload>& incomingData) {
-    if (thing.state() == ModelObject::State::inserted) return MergeReason::isNew;
-
-    const auto base = record.optionalString(RecordKey::baseFileFingerprint);
-    if (!base || !linkedProjects_.isLinked(thing)) {
-        return thing.updatedAt() <= record.date(RecordKey::updatedAt)
-                   ? MergeReason::recordIsNotOlder
-                   : MergeReason::storedIsLater;
-    }
-    const FileFacts facts = incomingFacts(record, incomingData);
-    // Equal files have equal fingerprints, whatever they are: the frequent case needs no digest.
-    if (facts == FileFacts::of(thing)) return MergeReason::sameFile;
-    if (facts.trashed) checkTimestamp(*facts.trashed);  // it goes into the fingerprint
-    const std::string stored = fileFingerprint(thing);
-    const std::string incoming = fileFingerprint(facts);
-    if (stored == incoming) return MergeReason::sameFile;
-    if (incoming == *base) return MergeReason::onlyStoreChanged;
-    return stored == *base ? MergeReason::onlyHostChanged : MergeReason::bothChanged;
-}
-
-void HostMerge::noteGrounds(const Thing& thing,
-                            const Record& record,
-                            const std::optional<Payload>& incomingData) {
-    if (decision_.reason == MergeReason::isNew) return;
-    decision_.storedTime = thing.updatedAt();
-    decision_.recordTime = record.date(RecordKey::updatedAt);
-    if (decision_.reason == MergeReason::recordIsNotOlder ||
-        decision_.reason == MergeReason::storedIsLater) {
-        return;
-    }
-    decision_.base = record.string(RecordKey::baseFileFingerprint);
-    decision_.stored = fileFingerprint(thing);
-    decision_.incoming = fileFingerprint(incomingFacts(record, incomingData));
-    if (decision_.reason != MergeReason::bothChanged) return;
-    decision_.copy = conflictIdentifier(thing.uuid(), decision_.stored);
-    decision_.isCopyNew = !index_.things.contains(*decision_.copy);
-}
-
-void HostMerge::apply(Thing& thing,
-                      const Record& record,
-                      std::optional<IncomingFile> incomingData) {
-    thing.setKindRaw(record.string(RecordKey::kind));
-    thing.setTitle(record.string(RecordKey::title));
-    thing.setSubtitle(record.string(RecordKey::subtitle));
-    thing.setContent(record.string(RecordKey::content));
-    thing.setNote(record.string(RecordKey::note));
-    thing.setUrlString(record.string(RecordKey::urlString));
-    thing.setFileName(record.string(RecordKey::fileName));
-    thing.setTypeIdentifier(record.string(RecordKey::typeIdentifier));
-    thing.setFileSize(record.integer(RecordKey::fileSize));
-    thing.setAspectRatio(record.number(RecordKey::aspectRatio, 1.0));
-    thing.setIsStarred(record.boolean(RecordKey::isStarred));
-    thing.setTrashedAt(record.optionalDate(RecordKey::trashedAt));
-    thing.setCreatedAt(record.date(RecordKey::createdAt));
-    thing.setUpdatedAt(record.date(RecordKey::updatedAt));
-    thing.setMetadataJSON(record.string(RecordKey::metadataJson));
-    std::vector<Tag*> tags;
-    for (const Uuid& identifier : record.identifiers(RecordKey::tags)) {
-        if (const auto tag = index_.tags.find(identifier); tag != index_.tags.end()) {
-            tags.push_back(tag->second);
-        }
-    }
-    thing.setTags(tags);
-    thing.setProject(projectNamed(record.optionalUUID(RecordKey::project)));
-    thing.setData(kept(thing.data(), std::move(incomingData)));
-    thing.setThumbnailData(kept(thing.thumbnailData(), asset(record, RecordKey::thumbnail)));
-    thing.setIconData(kept(thing.iconData(), asset(record, RecordKey::icon)));
-}
-
-std::optional<IncomingFile> HostMerge::asset(const Record& record, RecordKey key) {
-    auto file = assets_.asset(record, key);
-    if (file) notes_.add(*file);
-    return file;
-}
-
-std::optional<Payload> HostMerge::kept(const std::optional<Payload>& stored,
-                                       std::optional<IncomingFile> incoming) {
-    if (!incoming) return std::nullopt;
-    return assets_.keep(*incoming, stored);
-}
-
-Project* HostMerge::projectNamed(const std::optional<Uuid>& identifier) const {
-    if (!identifier) return nullptr;
-    const auto project = index_.projects.find(*identifier);
-    return project == index_.projects.end() ? nullptr : project->second;
-}
-
 void HostMerge::deleteRecords() {
     bool hasDeleted = false;
     for (const Record& record : request_.records()) {
-        if (!isDeletion(record)) continue;
+        if (!record.isDeletion()) continue;
         hasDeleted = true;
         lookAt(&record);
         const Uuid identifier = identifierOf(record);
@@ -404,11 +273,11 @@ void HostMerge::tellDeletion(const Record& record,
 
 template <typename Model>
 Model* HostMerge::taken(UniqueIndex<Model>& index, const Uuid& identifier) {
-    const auto node = index.extract(identifier);
-    if (node.empty()) return nullptr;
+    Model* const model = index.take(identifier);
+    if (model == nullptr) return nullptr;
     ++counts_.deleted;
     if constexpr (!std::is_same_v<Model, Thing>) index_.noteChangedStructure();
-    return node.mapped();
+    return model;
 }
 
 void HostMerge::deleteProject(Project& project) {
@@ -422,38 +291,8 @@ void HostMerge::deleteProject(Project& project) {
 
 void HostMerge::checkCycles() {
     if (index_.isKnownAcyclic()) return;
-    std::vector<const Project*> projects;
-    projects.reserve(index_.projects.size());
-    for (const auto& [identifier, project] : index_.projects) projects.push_back(project);
-    if (hasProjectCycle(projects)) throw BridgeError(BridgeRefusal::projectCycle);
+    if (hasProjectCycle(index_.projects.models())) throw BridgeError(BridgeRefusal::projectCycle);
     index_.noteAcyclic();
-}
-
-/// A moment that could not be written back would stop the process at every later exchange, so it
-/// stops it now, while the store is still whole.
-void HostMerge::checkTimestamps() const {
-    for (const ModelObject* object : context_.insertedAndChanged()) {
-        if (&object->entity() == &Thing::description()) {
-            const auto& thing = static_cast<const Thing&>(*object);
-            checkTimestamp(thing.createdAt());
-            checkTimestamp(thing.updatedAt());
-            if (thing.trashedAt()) checkTimestamp(*thing.trashedAt());
-        } else if (&object->entity() == &Tag::description()) {
-            checkTimestamp(static_cast<const Tag&>(*object).createdAt());
-        } else {
-            checkTimestamp(static_cast<const Project&>(*object).createdAt());
-        }
-    }
-}
-
-void HostMerge::checkTimestamp(const Date& date) const {
-    // Where nothing is at stake, the process goes on and tells it.
-    if (observer_ != nullptr && !date.representableMilliseconds()) {
-        throw BridgeError(
-            "A time of the request lies outside of what can be stored; an exchange with it ends "
-            "the host’s process.");
-    }
-    (void)wireTimestamp(date);
 }
 
 }  // namespace kelto

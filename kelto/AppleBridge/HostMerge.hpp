@@ -9,9 +9,10 @@
 #include "kelto/AppleBridge/AssetReader.hpp"
 #include "kelto/AppleBridge/ExchangeRequest.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
-#include "kelto/AppleBridge/LinkedProjects.hpp"
+#include "kelto/AppleBridge/MergeCounts.hpp"
 #include "kelto/AppleBridge/MergeNotes.hpp"
 #include "kelto/AppleBridge/MergeObserver.hpp"
+#include "kelto/AppleBridge/ThingMerge.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 #include "kelto/model/Thing.hpp"
@@ -19,16 +20,6 @@
 #include "kelto/platform/FileSystem.hpp"
 
 namespace kelto {
-
-/// What became of the records of a request.
-struct MergeCounts {
-    std::size_t created = 0;  ///< Items that were not there.
-    std::size_t applied = 0;  ///< Live records whose values were taken, even if they changed none.
-    std::size_t kept = 0;     ///< Live records that lost: the store's version is newer.
-    std::size_t skipped = 0;  ///< Live records that were merged before and need not be again.
-    std::size_t conflicts = 0;  ///< Copies made of items that both sides have changed.
-    std::size_t deleted = 0;    ///< Items deleted.
-};
 
 /// Merges the host's records into the store: three passes over the records in their order (create
 /// what is missing, update fields, delete), a check for cycles, one save. An update wins by time of
@@ -75,23 +66,9 @@ private:
     [[nodiscard]] bool isSettled(const Record& record, const SeenRecord& note);
     /// Of a file that the last request named.
     [[nodiscard]] std::optional<FileStatus> statusOfFile(std::size_t number);
+    void lookAt(const Record* record) const;
     void updateProject(Project& project, const Record& record);
     void updateTag(Tag& tag, const Record& record);
-    void updateThing(Thing& thing, const Record& record);
-    /// Which side wins, and why.
-    [[nodiscard]] MergeReason reasonFor(const Thing& thing,
-                                        const Record& record,
-                                        const std::optional<Payload>& incomingData);
-    /// For the observer: what the reason went by, before anything is applied.
-    void noteGrounds(const Thing& thing,
-                     const Record& record,
-                     const std::optional<Payload>& incomingData);
-    void lookAt(const Record* record) const;
-    void apply(Thing& thing, const Record& record, std::optional<IncomingFile> incomingData);
-    [[nodiscard]] std::optional<IncomingFile> asset(const Record& record, RecordKey key);
-    [[nodiscard]] std::optional<Payload> kept(const std::optional<Payload>& stored,
-                                              std::optional<IncomingFile> incoming);
-    [[nodiscard]] Project* projectNamed(const std::optional<Uuid>& identifier) const;
     void deleteRecords();
     /// Answers the object that is being deleted; nullptr when the store holds none.
     const ModelObject* deleteObject(RecordType type, const Uuid& identifier);
@@ -100,15 +77,13 @@ private:
     [[nodiscard]] Model* taken(UniqueIndex<Model>& index, const Uuid& identifier);
     void deleteProject(Project& project);
     void checkCycles();
-    void checkTimestamps() const;
-    void checkTimestamp(const Date& date) const;
 
     ModelContext& context_;
     const ExchangeRequest& request_;
     LibraryIndex& index_;
-    LinkedProjects linkedProjects_;
     AssetReader assets_;
     MergeNotes notes_;
+    ThingMerge things_;
     /// Of the files that the last request named.
     std::vector<std::optional<FileStatus>> fileStatuses_;
     MergeObserver* observer_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "kelto/AppleBridge/UniqueIndex.hpp"
 #include "kelto/model/Project.hpp"
@@ -17,6 +18,11 @@ public:
     UniqueIndex<Thing> things;
     UniqueIndex<Tag> tags;
     UniqueIndex<Project> projects;
+
+    /// nullptr for no identifier, and when there is none of it.
+    [[nodiscard]] Project* projectNamed(const std::optional<Uuid>& identifier) const {
+        return identifier ? projects.find(*identifier) : nullptr;
+    }
 
     /// Makes the index agree with the objects of a unit of work that begins, and throws when two of
     /// one kind share an identifier. From here on whoever changes the objects changes the index as

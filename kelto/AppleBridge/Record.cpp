@@ -14,4 +14,17 @@ std::optional<Uuid> Record::optionalUUID(RecordKey key) const {
     return Uuid::parse(*text);
 }
 
+std::optional<Uuid> Record::identifier() const {
+    return seen_ != nullptr ? std::optional(seen_->identifier) : optionalUUID(RecordKey::uuid);
+}
+
+std::optional<RecordType> Record::type() const {
+    if (seen_ != nullptr) return seen_->type;
+    const std::string_view type = string(RecordKey::recordType);
+    if (type == "Project") return RecordType::project;
+    if (type == "Tag") return RecordType::tag;
+    if (type == "Thing") return RecordType::thing;
+    return std::nullopt;
+}
+
 }  // namespace kelto

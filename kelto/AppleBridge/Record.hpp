@@ -30,6 +30,18 @@ public:
     /// What became of the same record in an earlier request; nullptr when none had this text.
     [[nodiscard]] const SeenRecord* seen() const { return seen_; }
 
+    [[nodiscard]] std::optional<Uuid> identifier() const;
+    [[nodiscard]] std::optional<RecordType> type() const;
+    /// Whether it deletes what it names, instead of saying what it holds.
+    [[nodiscard]] bool isDeletion() const {
+        return seen_ == nullptr && boolean(RecordKey::deleted);  // only live ones are remembered
+    }
+    /// Live and without a type or an identifier: no exchange goes beyond it. (Deletions have their
+    /// turn after all others.)
+    [[nodiscard]] bool isSureToBeRefused() const {
+        return seen_ == nullptr && (!identifier() || !type()) && !isDeletion();
+    }
+
     /// The text, or the empty text.
     [[nodiscard]] std::string_view string(RecordKey key) const {
         return value(key).asString().value_or(std::string_view());

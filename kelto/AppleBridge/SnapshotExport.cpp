@@ -95,15 +95,15 @@ std::unique_ptr<Folder> SnapshotExport::openReceivedFolder() {
 void SnapshotExport::writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing) {
     std::optional<std::string_view> known;
     for (const PayloadField& field : payloadFields(thing)) {
-        if (!field.payload->has_value()) continue;
+        if (!field.payload) continue;
         if (!known) known = request_.knownFingerprint(thing.uuid());
         // The host holds this version of the thing, files included: nothing to write.
         if (*known == fingerprintsOf(thing).record.hex()) return;
         const std::string name = payloadName(thing, field.key);
         // A host that names no version may have lost the files.
-        if (!known->empty() && isInPlace(**field.payload, received, name)) continue;
+        if (!known->empty() && isInPlace(*field.payload, received, name)) continue;
         // Not flushed: after a power cut the host asks for these files again, the store has them.
-        context_.payloads().handOut(**field.payload, name, outgoing);
+        context_.payloads().handOut(*field.payload, name, outgoing);
     }
 }
 

@@ -97,9 +97,9 @@ void appendCanonicalRecord(TextBuffer& out, const Thing& thing, const Digest& fi
 }  // namespace
 
 std::array<PayloadField, 3> payloadFields(const Thing& thing) {
-    return {PayloadField{"data", &thing.data()},
-            PayloadField{"thumbnail", &thing.thumbnailData()},
-            PayloadField{"icon", &thing.iconData()}};
+    return {PayloadField{"data", thing.data()},
+            PayloadField{"thumbnail", thing.thumbnailData()},
+            PayloadField{"icon", thing.iconData()}};
 }
 
 std::string canonicalThingRecord(const Thing& thing, const Digest& fileFingerprint) {
@@ -145,7 +145,7 @@ std::size_t thingRecordBytes(const Thing& thing,
     constexpr std::string_view fingerprintMember = R"("fingerprint":"",)";
     std::size_t bytes = fingerprints.recordBytes + fingerprintMember.size() + Digest::hexLength;
     for (const PayloadField& field : payloadFields(thing)) {
-        if (!field.payload->has_value()) continue;
+        if (!field.payload) continue;
         const std::size_t name = Uuid::textLength + std::string_view(".").size() + field.key.size();
         bytes += folderBytes + name - Digest::hexLength;
     }

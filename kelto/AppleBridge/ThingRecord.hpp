@@ -13,7 +13,7 @@ namespace kelto {
 /// One payload of a thing under its key on the wire.
 struct PayloadField {
     std::string_view key;
-    const std::optional<Payload>* payload;
+    std::optional<Payload> payload;
 };
 
 /// The payloads of a thing in the order in which they are exported.

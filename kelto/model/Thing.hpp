@@ -39,9 +39,9 @@ public:
     [[nodiscard]] const std::string& fileName() const { return fileName_; }
     [[nodiscard]] const std::string& typeIdentifier() const { return typeIdentifier_; }
     [[nodiscard]] std::int64_t fileSize() const { return fileSize_; }  ///< Bytes, as the host says.
-    [[nodiscard]] const std::optional<Payload>& data() const { return data_; }
-    [[nodiscard]] const std::optional<Payload>& thumbnailData() const { return thumbnailData_; }
-    [[nodiscard]] const std::optional<Payload>& iconData() const { return iconData_; }
+    [[nodiscard]] std::optional<Payload> data() const { return data_.value(); }
+    [[nodiscard]] std::optional<Payload> thumbnailData() const { return thumbnailData_.value(); }
+    [[nodiscard]] std::optional<Payload> iconData() const { return iconData_.value(); }
     [[nodiscard]] double aspectRatio() const { return aspectRatio_; }  ///< Width divided by height.
     [[nodiscard]] bool isStarred() const { return isStarred_; }
     [[nodiscard]] const std::optional<Date>& trashedAt() const { return trashedAt_; }
@@ -128,9 +128,9 @@ private:
     std::string fileName_;
     std::string typeIdentifier_;
     std::int64_t fileSize_ = 0;
-    std::optional<Payload> data_;
-    std::optional<Payload> thumbnailData_;
-    std::optional<Payload> iconData_;
+    HeldPayload data_;
+    HeldPayload thumbnailData_;
+    HeldPayload iconData_;
     double aspectRatio_ = 1.0;
     bool isStarred_ = false;
     std::optional<Date> trashedAt_;

@@ -68,6 +68,20 @@ void read(RowReader& row, int at, std::optional<Value>& value) {
     }
 }
 
+inline void write(RowWriter& row, int at, const HeldPayload& value) {
+    // What is bound to a row is borrowed.
+    if (const Payload* payload = value.get()) {
+        write(row, at, *payload);
+    } else {
+        row.null(at);
+    }
+}
+inline void read(RowReader& row, int at, HeldPayload& value) {
+    std::optional<Payload> payload;
+    read(row, at, payload);
+    value = payload;
+}
+
 template <typename Value>
 struct TypeOf;
 template <>
@@ -95,6 +109,8 @@ struct Unwrapped<std::optional<Value>> {
     using Type = Value;
     static constexpr bool isOptional = true;
 };
+template <>
+struct Unwrapped<HeldPayload> : Unwrapped<std::optional<Payload>> {};
 
 template <typename Member>
 struct MemberOf;
@@ -129,10 +145,10 @@ template <auto member>
             return static_cast<const Model&>(object).*member;
         };
     }
-    if constexpr (std::is_same_v<Value, std::optional<Payload>>) {
+    if constexpr (std::is_same_v<Value, HeldPayload>) {
         description.storage = AttributeStorage::external;
         description.payload = [](const ModelObject& object) {
-            return static_cast<const Model&>(object).*member;
+            return (static_cast<const Model&>(object).*member).value();
         };
     }
     return description;

@@ -2,10 +2,10 @@
 
 namespace kelto {
 
-void ModelObject::assignPayload(std::optional<Payload>& field,
-                                const std::optional<Payload>& value) {
-    if (field == value) return;
-    if (field && state_ != State::detached) environment_->releasedPayloads.push_back(*field);
+void ModelObject::assignPayload(HeldPayload& field, const std::optional<Payload>& value) {
+    const std::optional<Payload> before = field.value();
+    if (before == value) return;
+    if (before && state_ != State::detached) environment_->releasedPayloads.push_back(*before);
     field = value;
     noteChangedRow();
 }

@@ -81,7 +81,7 @@ protected:
         noteChangedRow();
     }
     /// The same for a payload: the one that is let go of may be nobody's any more.
-    void assignPayload(std::optional<Payload>& field, const std::optional<Payload>& value);
+    void assignPayload(HeldPayload& field, const std::optional<Payload>& value);
 
     /// An attribute has changed, or a relationship that is stored on this side. Every change of a
     /// field goes through here, whatever the state.

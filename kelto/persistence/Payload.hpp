@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 #include "kelto/foundation/Sha256.hpp"
 
@@ -13,6 +15,25 @@ struct Payload {
     Digest digest;
 
     friend auto operator<=>(const Payload&, const Payload&) = default;
+};
+
+/// A payload or none, in the room of a pointer: most things have none, and there are many things.
+class HeldPayload {
+public:
+    HeldPayload() = default;
+    HeldPayload& operator=(const std::optional<Payload>& value) {
+        held_ = value ? std::make_unique<const Payload>(*value) : nullptr;
+        return *this;
+    }
+    [[nodiscard]] bool has_value() const { return held_ != nullptr; }
+    /// nullptr for none. Good until the next assignment.
+    [[nodiscard]] const Payload* get() const { return held_.get(); }
+    [[nodiscard]] std::optional<Payload> value() const {
+        return held_ ? std::optional(*held_) : std::nullopt;
+    }
+
+private:
+    std::unique_ptr<const Payload> held_;
 };
 
 }  // namespace kelto

@@ -91,11 +91,11 @@ struct StoredThing {
     LibraryStore store;
     ModelContext context{store.container()};
     Thing& thing = context.insert<Thing>(ThingKind::document, "Plan");
-    UniqueIndex<Thing> things{{thing.uuid(), &thing}};
+    UniqueIndex<Thing> things = unique<Thing>({&thing});
 
     Thing& copyFor(std::string_view fingerprint) {
         preserveConflict(thing, fingerprint, things, context);
-        return *things.at(conflictIdentifier(thing.uuid(), fingerprint));
+        return *things.find(conflictIdentifier(thing.uuid(), fingerprint));
     }
 };
 
@@ -103,7 +103,7 @@ TEST(ConflictPreservation, KeepsOneCopyForOneState) {
     StoredThing stored;
     (void)stored.copyFor("state");
     (void)stored.copyFor("state");
-    EXPECT_THAT(stored.things, SizeIs(2));
+    EXPECT_EQ(stored.things.size(), 2U);
     EXPECT_THAT(stored.context.fetch<Thing>(), SizeIs(2));
 }
 

@@ -148,6 +148,26 @@ INSTANTIATE_TEST_SUITE_P(ExchangeRequest,
                          testing::ValuesIn(goodRequests),
                          caseName<NamedText>);
 
+// Each record takes hundreds of bytes, however short its text is.
+TEST(ExchangeRequest, KeepsNothingBehindTheFirstRecordThatIsSureToBeRefused) {
+    const auto recordsOf = [](const std::string& records) {
+        const ExchangeRequest request(LargeText(
+            R"({"version":1,"storePath":"/s","directory":"/d","records":[)" + records + "]}"));
+        return request.records().size();
+    };
+    const std::string good = R"({"recordType":"Tag","uuid":")" + firstId + R"("},)";
+    EXPECT_EQ(recordsOf(good + "{},{},{}"), 2U);
+    EXPECT_EQ(recordsOf(good + R"({"recordType":"Tag"},)" + good + "{}"), 2U);
+    EXPECT_EQ(recordsOf(good + R"({"uuid":")" + firstId + R"("},)" + good + "{}"), 2U);
+    EXPECT_EQ(recordsOf(R"({"deleted":true},)" + good + good + "{}"), 4U);
+}
+
+TEST(ExchangeRequest, ReadsOnBehindARecordThatIsSureToBeRefused) {
+    const std::string head = R"({"version":1,"storePath":"/s","directory":"/d","records":[{},)";
+    EXPECT_THROW(ExchangeRequest(LargeText(head + "{]}")), PlatformError);
+    EXPECT_THROW(ExchangeRequest(LargeText(head + "5]}")), BridgeError);
+}
+
 TEST(ExchangeRequest, KeepsTheRecordsInTheirOrder) {
     RequestBuilder builder;
     for (unsigned i = 1; i <= 3; ++i) builder.record(RecordBuilder::tag(identifier(i)));

@@ -21,7 +21,7 @@ namespace kelto::bench {
 namespace {
 
 constexpr std::size_t bufferBytes = std::size_t{256} * 1024;
-constexpr const char* identifier = "7f0c9a52-6d1e-4b3f-8a27-1c5e9d40b6a1";
+constexpr const char* filmIdentifier = "7f0c9a52-6d1e-4b3f-8a27-1c5e9d40b6a1";
 
 Descriptor opened(const std::string& path, int flags) {
     return Descriptor(::open(path.c_str(), flags | O_CLOEXEC, 0600), path);
@@ -94,9 +94,9 @@ public:
     void measure(Sample& sample) {
         settleDisk(place_.folder());
         sample.idleBytes = residentBytes();
-        const std::string record = std::string(R"({"recordType":"Thing","uuid":")") + identifier +
-                                   R"(","kind":"video","title":"Ein großer Film","data":")" +
-                                   source_ + R"("})";
+        const std::string record =
+            std::string(R"({"recordType":"Thing","uuid":")") + filmIdentifier +
+            R"(","kind":"video","title":"Ein großer Film","data":")" + source_ + R"("})";
         sample.cost = runExchange(request(record).c_str(), response_);
         sample.stages = lastStages();
         check();
@@ -113,7 +113,7 @@ private:
         std::size_t records = 0;
         forEachRecord(response_, [&](std::size_t, const ResponseRecord& record) {
             ++records;
-            if (record.uuid != identifier || record.name != "Ein großer Film") {
+            if (record.uuid != filmIdentifier || record.name != "Ein großer Film") {
                 throw std::runtime_error("the response has another record");
             }
             compareFiles(source_, std::string(record.data));

@@ -82,8 +82,8 @@ std::optional<FileStatus> AssetReader::look(const RequestMemory& memory, const S
     return plainFile(folderAt(memory.folders[file.folder]).get(), memory.nameOf(file));
 }
 
-std::vector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemory& memory) {
-    std::vector<std::optional<FileStatus>> statuses(memory.files.size());
+LargeVector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemory& memory) {
+    LargeVector<std::optional<FileStatus>> statuses(memory.files.size());
     if (memory.folders.size() > folderLimit) {
         std::transform(
             memory.files.begin(), memory.files.end(), statuses.begin(), [&](const SeenFile& file) {

@@ -57,7 +57,7 @@ public:
     /// file, or cannot be looked at. asset() will say why.
     [[nodiscard]] std::optional<FileStatus> look(const RequestMemory& memory, const SeenFile& file);
     /// The same for all of them, in their order; many at a time, with a second thread.
-    [[nodiscard]] std::vector<std::optional<FileStatus>> lookAtAll(const RequestMemory& memory);
+    [[nodiscard]] LargeVector<std::optional<FileStatus>> lookAtAll(const RequestMemory& memory);
     /// Whether the file of that status still holds these bytes, as it did when they were read, and
     /// the storage does so as well.
     [[nodiscard]] bool isUnchanged(const std::optional<FileStatus>& status, const Payload& payload);

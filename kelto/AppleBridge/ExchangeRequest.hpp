@@ -12,6 +12,7 @@
 #include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/foundation/JsonReader.hpp"
 #include "kelto/foundation/LargeText.hpp"
+#include "kelto/foundation/LargeVector.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
@@ -30,7 +31,7 @@ public:
     [[nodiscard]] const std::string& directory() const { return directory_; }
     /// Up to the first one that is sure to be refused: what stands behind it has no part in
     /// anything, and there may be millions.
-    [[nodiscard]] const std::vector<Record>& records() const { return records_; }
+    [[nodiscard]] const LargeVector<Record>& records() const { return records_; }
 
     /// The "fingerprint" that the host says it last received for a thing; an empty text when none.
     [[nodiscard]] std::string_view knownFingerprint(const Uuid& thing) const;
@@ -57,7 +58,7 @@ private:
     RecordReader recordReader_;
     std::string storePath_;
     std::string directory_;
-    std::vector<Record> records_;
+    LargeVector<Record> records_;
     TextPlace knownText_;
     std::shared_ptr<const KnownFingerprints> known_;
 

@@ -85,7 +85,7 @@ private:
     MergeNotes notes_;
     ThingMerge things_;
     /// Of the files that the last request named.
-    std::vector<std::optional<FileStatus>> fileStatuses_;
+    LargeVector<std::optional<FileStatus>> fileStatuses_;
     MergeObserver* observer_;
     MergeDecision decision_;      ///< About the record under way; complete for observers only.
     std::size_t recognised_ = 0;  ///< Records that stood in the last request.

@@ -10,6 +10,7 @@
 
 #include "kelto/AppleBridge/KnownFingerprints.hpp"
 #include "kelto/foundation/LargeText.hpp"
+#include "kelto/foundation/LargeVector.hpp"
 #include "kelto/foundation/Uuid.hpp"
 #include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/Payload.hpp"
@@ -52,8 +53,8 @@ struct SeenFile {
 class RequestMemory {
 public:
     LargeText text{""};
-    std::vector<SeenRecord> records;  ///< In their order; deletions are left out.
-    std::vector<SeenFile> files;      ///< By record.
+    LargeVector<SeenRecord> records;  ///< In their order; deletions are left out.
+    LargeVector<SeenFile> files;      ///< By record.
     std::vector<std::string> folders;
     std::string fileNames;
     TextPlace knownText;

@@ -35,19 +35,23 @@ void* freshMemory(std::size_t size) {
     return bytes + before;
 }
 
-void* memoryOf(std::size_t size) {
+}  // namespace
+
+void* LargeMemory::take(std::size_t size) {
+    size = wholePages(size);
     if (const auto kept = spareMemory::take(size)) return kept->data();
     return freshMemory(size);
 }
 
-}  // namespace
+void LargeMemory::giveBack(void* start, std::size_t size) noexcept {
+    size = wholePages(size);
+    if (!spareMemory::keep({static_cast<std::byte*>(start), size})) ::munmap(start, size);
+}
 
-LargeMemory::LargeMemory(std::size_t size)
-    : start_(memoryOf(wholePages(size))), size_(wholePages(size)) {}
+LargeMemory::LargeMemory(std::size_t size) : start_(take(size)), size_(wholePages(size)) {}
 
 LargeMemory::~LargeMemory() {
-    if (start_ == nullptr) return;
-    if (!spareMemory::keep({static_cast<std::byte*>(start_), size_})) ::munmap(start_, size_);
+    if (start_ != nullptr) giveBack(start_, size_);
 }
 
 }  // namespace kelto

@@ -17,6 +17,10 @@ public:
 
     /// Throws std::bad_alloc.
     explicit LargeMemory(std::size_t size);
+    /// The same without an object: memory for so many bytes, and the end of it. `size` must be the
+    /// same both times.
+    [[nodiscard]] static void* take(std::size_t size);
+    static void giveBack(void* start, std::size_t size) noexcept;
     LargeMemory(LargeMemory&& other) noexcept
         : start_(std::exchange(other.start_, nullptr)), size_(std::exchange(other.size_, 0)) {}
     LargeMemory& operator=(LargeMemory&& other) noexcept {

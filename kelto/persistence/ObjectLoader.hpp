@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "kelto/foundation/LargeVector.hpp"
 #include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/ObjectEnvironment.hpp"
 #include "kelto/persistence/PersistentStore.hpp"
@@ -49,7 +50,7 @@ private:
     PersistentStore& store_;
     ObjectEnvironment& environment_;
     std::vector<Population>& populations_;
-    std::vector<WaitingLink> waitingLinks_;
+    LargeVector<WaitingLink> waitingLinks_;
     std::vector<ModelObject*> gone_;
 };
 

@@ -32,6 +32,15 @@ bool isNamed(SqliteDatabase& database, const Digest& digest) {
     return select.step();
 }
 
+/// Of a program that ended before it could make the tables; the next one makes them.
+bool isWithoutTables(SqliteDatabase& database) {
+    try {
+        return database.integer("SELECT count(*) FROM sqlite_schema") == 0;
+    } catch (const PlatformError&) {
+        return false;  // what is damaged is told by those who look closer
+    }
+}
+
 }  // namespace
 
 PayloadFileState stateOfPayloadFile(FileSystem& files,
@@ -88,14 +97,11 @@ StoreReport StoreInspection::run(const Progress& progress) {
 
 void StoreInspection::inspectDatabaseAlone() {
     try {
-        if (files_.status(storePath_)->size == 0 && !files_.status(storePath_ + "-wal")) {
-            report_.notes.emplace_back("The library is empty: its database holds nothing yet.");
-            isReadable_ = false;
-            findStrays();
-            return;
-        }
+        if (files_.status(storePath_)->size == 0 && !files_.status(storePath_ + "-wal"))
+            return noteThatItIsEmpty();
         const auto database = openStoreToLook(files_, storePath_);
         database->run("BEGIN");
+        if (isWithoutTables(*database)) return noteThatItIsEmpty();
         inspectDatabase(schema_, *database, report_);
         // Without this table nobody knows which files belong to the library.
         isReadable_ = database->integer("SELECT count(*) FROM \"Payload\"") >= 0;
@@ -104,6 +110,12 @@ void StoreInspection::inspectDatabaseAlone() {
         report_.findings.push_back(
             {.kind = Kind::unusableDatabase, .sentence = error.localizedDescription()});
     }
+}
+
+void StoreInspection::noteThatItIsEmpty() {
+    report_.notes.emplace_back("The library is empty: its database holds nothing yet.");
+    isReadable_ = false;
+    findStrays();
 }
 
 void StoreInspection::inspectPayloadFiles(const Progress& progress) {

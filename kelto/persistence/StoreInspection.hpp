@@ -33,6 +33,7 @@ private:
     /// The names in the folder of payloads; none when there is no such folder.
     [[nodiscard]] std::vector<std::string> namesOfFiles();
     void inspectDatabaseAlone();
+    void noteThatItIsEmpty();
     void inspectPayloadFiles(const Progress& progress);
     void findStrays();
     /// Drops those findings about files that were only a moment in another program's work.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -99,6 +100,23 @@ TEST_F(SampleLibrary, IsNeverOverwrittenByAnExport) {
     done({"export", folder.path("out")});
     done({"export", folder.path("out")});
     EXPECT_TRUE(std::filesystem::exists(folder.path("out/library (2)/Orbits.gif")));
+}
+
+TEST_F(KeltoctlTest, ReadsNotesAndQuotesBackWhateverTheirTitles) {
+    for (const std::string& title :
+         {std::string("Same"), std::string("Same"), std::string(300, 'x')}) {
+        done({"add", "note", "text", "--title", title});
+        done({"add", "quote", "text", "--title", title, "--author", ""});
+    }
+    done({"export", folder.path("out")});
+    done({"import", folder.path("out"), "--project", "back"});
+    const JsonElements back = things({"--project", "back"});
+    EXPECT_EQ(back.size(), 6U);
+    EXPECT_EQ(std::count_if(back.begin(),
+                            back.end(),
+                            [](const JsonValue& thing) { return textOf(thing, "kind") == "note"; }),
+              3);
+    for (const JsonValue& thing : back) EXPECT_EQ(textOf(thing, "content"), "text");
 }
 
 TEST_F(KeltoctlTest, AddsEveryKindOfThing) {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/keltoctl/TemporaryFolder.hpp"
+#include "tests/keltoctl/RecordsTest.hpp"
 #include "tools/keltoctl/Exporter.hpp"
 #include "tools/keltoctl/SafeFileName.hpp"
 
@@ -25,6 +25,8 @@ const FileName fileNames[] = {
     {"LineBreak", "two\nlines\x1B", "two lines "},
     {"BrokenUtf8", "a\xFF", "a\uFFFD"},
     {"Long", std::string(300, 'x') + ".jpg", std::string(236, 'x') + ".jpg"},
+    {"LongNote", std::string(300, 'x') + ".note.md", std::string(232, 'x') + ".note.md"},
+    {"LongWithoutExtension", "a." + std::string(300, 'x'), "a." + std::string(238, 'x')},
 };
 
 class SafeFileName : public testing::TestWithParam<FileName> {};
@@ -51,16 +53,14 @@ TEST(NumberedFileName, PutsTheNumberBeforeTheExtension) {
     EXPECT_EQ(numberedFileName("Checklist", 3), "Checklist (3)");
 }
 
-class ExporterTest : public testing::Test {
+TEST(NumberedFileName, LeavesWhatImportKnowsNotesAndQuotesBy) {
+    EXPECT_EQ(numberedFileName("Plan.note.md", 2), "Plan (2).note.md");
+    EXPECT_EQ(numberedFileName("Rain.Quote.txt", 2), "Rain (2).Quote.txt");
+    EXPECT_EQ(numberedFileName(".note.md", 2), ".note (2).md");
+}
+
+class ExporterTest : public RecordsTest {
 protected:
-    ThingRecord& add(const std::string& kind, const std::string& title) {
-        ThingRecord thing;
-        thing.id = "id" + std::to_string(things.size());
-        thing.kind = kind;
-        thing.title = title;
-        things.push_back(thing);
-        return things.back();
-    }
     ThingRecord& addFile(const std::string& fileName, const std::string& bytes) {
         ThingRecord& thing = add("document", "");
         thing.fileName = fileName;
@@ -71,13 +71,7 @@ protected:
         projects.push_back({.id = id, .name = name, .linkedFolderOwner = "", .parent = {}});
     }
 
-    ExportReport run() {
-        JsonElements records;
-        for (const ProjectRecord& project : projects) records.push_back(toRecord(project));
-        for (const ThingRecord& thing : things) records.push_back(toRecord(thing));
-        const JsonValue response(JsonMembers{{"records", std::move(records)}});
-        return exportLibrary(Snapshot::parse(response.text()), files.path("out"));
-    }
+    ExportReport run() { return exportLibrary(snapshot(), files.path("out")); }
 
     /// Every file and folder of the target, relative to it.
     [[nodiscard]] std::vector<std::string> written() const {
@@ -87,10 +81,6 @@ protected:
             names.push_back(entry.path().lexically_relative(target));
         return names;
     }
-
-    TemporaryFolder files;
-    std::vector<ProjectRecord> projects;
-    std::vector<ThingRecord> things;
 };
 
 TEST_F(ExporterTest, WritesFilesIntoTheFoldersOfTheirProjects) {
@@ -123,6 +113,23 @@ TEST_F(ExporterTest, NumbersANameThatIsTaken) {
     run();
     EXPECT_EQ(files.read("out/a.jpg"), "old");
     EXPECT_THAT(written(), testing::UnorderedElementsAre("a.jpg", "a (2).jpg", "a (3).jpg"));
+}
+
+TEST_F(ExporterTest, WritesNoAuthorWhereThereIsNone) {
+    ThingRecord& quote = add("quote", "Rain");
+    quote.content = "wet";
+    quote.metadataJson = R"({"author":""})";
+    run();
+    EXPECT_EQ(files.read("out/Rain.quote.txt"), "wet\n");
+}
+
+TEST_F(ExporterTest, LeavesNoPartOfAFileThatCannotBeReadToItsEnd) {
+    addFile("a.jpg", "A");
+    things.back().data = files.path("received");  // a folder: it opens, and cannot be read
+    const ExportReport report = run();
+    EXPECT_EQ(report.files, 0U);
+    EXPECT_THAT(report.problems, testing::ElementsAre(testing::HasSubstr("received")));
+    EXPECT_THAT(written(), testing::IsEmpty());
 }
 
 TEST_F(ExporterTest, KeepsProjectsOfTheSameNameApart) {

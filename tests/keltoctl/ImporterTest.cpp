@@ -168,6 +168,20 @@ TEST_F(ImporterTest, LetsANewerVersionInTheLibraryStand) {
     EXPECT_EQ(find("a")->content, "edited in the library");
 }
 
+TEST_F(ImporterTest, SendsAgainWhatARestoredLibraryHoldsInAnOlderVersion) {
+    files.write("box/a.txt", "1");
+    import("box");
+    const FakeLibrary backup = library;
+    files.write("box/a.txt", "2");
+    age("box/a.txt", 1);
+    import("box");
+    library.things = backup.things;
+    library.payloads = backup.payloads;
+    EXPECT_EQ(import("box").updated, 1U);
+    EXPECT_EQ(library.payloads.begin()->second, "2");
+    EXPECT_EQ(import("box").unchanged, 1U);
+}
+
 TEST_F(ImporterTest, KeepsThingsWhoseFilesHaveGoneFromAnOrdinaryFolder) {
     files.write("box/a.txt", "1");
     files.write("box/b.txt", "2");

@@ -9,7 +9,7 @@
 
 #include "kelto/foundation/Text.hpp"
 #include "tests/keltoctl/FakeLibrary.hpp"
-#include "tests/keltoctl/TemporaryFolder.hpp"
+#include "tests/keltoctl/RecordsTest.hpp"
 #include "tools/keltoctl/LibraryPage.hpp"
 #include "tools/keltoctl/PageTemplate.hpp"
 #include "tools/keltoctl/PictureType.hpp"
@@ -41,16 +41,8 @@ std::string squarePng(std::uint32_t side, std::size_t bytes) {
     return file;
 }
 
-class LibraryPageTest : public testing::Test {
+class LibraryPageTest : public RecordsTest {
 protected:
-    ThingRecord& add(const std::string& kind, const std::string& title) {
-        ThingRecord thing;
-        thing.id = "id" + std::to_string(things.size());
-        thing.kind = kind;
-        thing.title = title;
-        things.push_back(thing);
-        return things.back();
-    }
     ThingRecord& addImage(std::string_view bytes) {
         ThingRecord& thing = add("image", "picture");
         thing.data = files.write("received/" + thing.id, bytes);
@@ -58,17 +50,11 @@ protected:
     }
 
     PageReport write(PictureChoice pictures = PictureChoice::small) {
-        JsonElements records;
-        for (const ProjectRecord& project : projects) records.push_back(toRecord(project));
-        for (const TagRecord& tag : tags) records.push_back(toRecord(tag));
-        for (const ThingRecord& thing : things) records.push_back(toRecord(thing));
-        const JsonValue response(JsonMembers{{"records", std::move(records)}});
         page.clear();
-        return writeLibraryPage(
-            Snapshot::parse(response.text()), pictures, 1'760'000'000'000, [&](auto piece) {
-                if (whenBegun) std::exchange(whenBegun, nullptr)();
-                page += piece;
-            });
+        return writeLibraryPage(snapshot(), pictures, 1'760'000'000'000, [&](auto piece) {
+            if (whenBegun) std::exchange(whenBegun, nullptr)();
+            page += piece;
+        });
     }
 
     /// The library as the page's script finds it.
@@ -85,10 +71,6 @@ protected:
         return {};
     }
 
-    TemporaryFolder files;
-    std::vector<ProjectRecord> projects;
-    std::vector<TagRecord> tags;
-    std::vector<ThingRecord> things;
     std::function<void()> whenBegun;
     std::string page;
 };

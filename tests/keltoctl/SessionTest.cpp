@@ -81,6 +81,27 @@ TEST_F(SessionTest, PassesTheLibrarysSentenceOnAndKeepsWhatItKnew) {
     EXPECT_TRUE(state.lastSnapshot());
 }
 
+TEST_F(SessionTest, SaysThatAChangeIsInTheLibraryWhenItsAnswerCannotBeKept) {
+    ThingRecord thing = *session.snapshot().findThing("a");
+    thing.title = "new";
+    // Nothing takes the place of a folder that is not empty.
+    std::filesystem::remove(state.folder() + "/snapshot.json");
+    std::filesystem::create_directories(state.folder() + "/snapshot.json/full");
+    try {
+        session.send({toRecord(thing)});
+        ADD_FAILURE() << "the answer was kept";
+    } catch (const Refusal& refusal) {
+        EXPECT_THAT(refusal.what(), testing::StartsWith("what was sent is in the library"));
+    }
+    EXPECT_EQ(textOf(library.things.at("a"), "title"), "new");
+    try {
+        session.refresh();
+        ADD_FAILURE() << "the answer was kept";
+    } catch (const Refusal& refusal) {
+        EXPECT_THAT(refusal.what(), testing::StartsWith("cannot write"));
+    }
+}
+
 TEST_F(SessionTest, SaysWhatIsNewAndWhatHasGone) {
     library.things["c"] = library.things["b"];
     library.things["c"].setMember("uuid", "c");

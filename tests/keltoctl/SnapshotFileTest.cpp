@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/keltoctl/TemporaryFolder.hpp"
 #include "tools/keltoctl/Refusal.hpp"
@@ -94,6 +95,30 @@ TEST_F(Snapshots, CompareTheBytesOfPayloadsWhereverTheyLie) {
     EXPECT_THAT(between(with(here), with(there)), IsEmpty());
     EXPECT_THAT(between(with(here), with(other)), SizeIs(1));
     EXPECT_THAT(between(with(here), with("/no/such/file")), SizeIs(1));
+}
+
+// A document may name anything as a payload: comparing must end.
+TEST_F(Snapshots, CompareTheBytesOfOrdinaryFilesOnly) {
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto differ = [&](const std::string& first, const std::string& second) {
+        return between(thing(R"("data":")" + first + "\""), thing(R"("data":")" + second + "\""));
+    };
+    EXPECT_THAT(differ("/dev/zero", "/dev/./zero"), SizeIs(1));
+    EXPECT_THAT(differ(pipe, folder.write("file", "x")), SizeIs(1));
+    EXPECT_THAT(differ(folder.path(), folder.path(".")), SizeIs(1));
+}
+
+TEST_F(Snapshots, CompareLargePayloadsToTheirEnd) {
+    const std::string bytes(200'000, 'x');
+    const auto differ = [&](const std::string& second) {
+        return between(thing(R"("data":")" + folder.write("one", bytes) + "\""),
+                       thing(R"("data":")" + folder.write("other", second) + "\""));
+    };
+    EXPECT_THAT(differ(bytes), IsEmpty());
+    EXPECT_THAT(differ(bytes.substr(1) + "y"), SizeIs(1));
+    EXPECT_THAT(differ(bytes + "y"), SizeIs(1));
+    EXPECT_THAT(differ(""), SizeIs(1));
 }
 
 TEST_F(Snapshots, ThatAreBrokenAreRefusedWithTheirPlace) {

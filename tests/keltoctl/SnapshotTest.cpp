@@ -31,6 +31,12 @@ TEST(Snapshot, LooksOnlyAmongThingsForAThing) {
     EXPECT_THROW((void)library.thing("cc"), Refusal);
 }
 
+TEST(Snapshot, TakesWhatIsNamedTwiceOnce) {
+    EXPECT_EQ(library.eachItem({"cc", "aa11", "CC10"}).size(), 2U);
+    EXPECT_EQ(library.eachThing({"aa", "aa11"}).size(), 1U);
+    EXPECT_THROW((void)library.eachItem({"cc", "zz"}), Refusal);
+}
+
 TEST(Snapshot, FindsAProjectByNameOrIdentifier) {
     EXPECT_EQ(library.project("photos").id, "aa10");
     EXPECT_EQ(library.project("ab").id, "ab30");

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/keltoctl/KeltoctlTest.hpp"
 
@@ -13,6 +14,7 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 /// A library with a note and a file that is large enough to lie beside the database.
@@ -81,6 +83,20 @@ TEST_F(StoreCareTest, AnotherStoreIsLookedAtInsteadOfTheLibrarysOwn) {
     EXPECT_EQ(copy.status, 0) << copy.output;
 }
 
+// Anything may lie around a store that somebody names: a folder for everybody's files, for example.
+TEST_F(StoreCareTest, TheFolderAroundAnotherStoreIsLeftAsItIs) {
+    std::filesystem::copy(
+        libraryFolder(), folder.path("copy"), std::filesystem::copy_options::recursive);
+    const auto forAll = static_cast<std::filesystem::perms>(0755);
+    std::filesystem::permissions(folder.path("copy"), forAll);
+    std::filesystem::permissions(folder.path("copy/Kelto.store"), forAll);
+    const Outcome found = run({"doctor", "--store", folder.path("copy/Kelto.store")});
+    EXPECT_THAT(found.output, AllOf(HasSubstr("“Kelto.store”."), Not(HasSubstr("“copy”"))));
+    EXPECT_EQ(
+        run({"doctor", "--repair", "--yes", "--store", folder.path("copy/Kelto.store")}).status, 0);
+    EXPECT_EQ(std::filesystem::status(folder.path("copy")).permissions(), forAll);
+}
+
 TEST_F(StoreCareTest, DoctorRefusesOptionsThatDoNotGoTogether) {
     EXPECT_EQ(run({"doctor", "--dry-run"}).status, 2);
 }
@@ -134,6 +150,52 @@ TEST_F(StoreCareTest, WhatIsNoBackupIsNotRestored) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.complaint, HasSubstr("isn’t a whole backup"));
     EXPECT_EQ(things().size(), 2U);
+}
+
+TEST_F(StoreCareTest, ABackupNeverTakesThePlaceOfTheLibrary) {
+    for (const char* command : {"backup", "page"}) {
+        const Outcome outcome = run({command, "--force", libraryFolder() + "/Kelto.store"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.complaint, HasSubstr("is one of the library's own files"));
+    }
+    EXPECT_EQ(things().size(), 2U);
+}
+
+TEST_F(StoreCareTest, ABackupReplacesOrdinaryFilesOnly) {
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    EXPECT_THAT(run({"backup", "--force", folder.path("pipe")}).complaint,
+                HasSubstr("is no ordinary file"));
+    EXPECT_TRUE(std::filesystem::is_fifo(folder.path("pipe")));
+    std::filesystem::create_symlink(folder.path("nowhere"), folder.path("link"));
+    EXPECT_THAT(run({"backup", folder.path("link")}).complaint, HasSubstr("is there already"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+    EXPECT_THAT(run({"backup", folder.path("no/where.tar")}).complaint,
+                HasSubstr("there is no folder"));
+}
+
+TEST_F(StoreCareTest, ABackupThatIsOnlyTriedWritesNothing) {
+    const Outcome outcome = run({"backup", "--dry-run", folder.path("backup.tar")});
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_THAT(outcome.output,
+                AllOf(StartsWith("The library is healthy: "), HasSubstr("Nothing was written")));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("backup.tar")));
+    std::filesystem::remove(payloadFile());
+    EXPECT_EQ(run({"backup", "--dry-run", folder.path("backup.tar")}).status, 1);
+}
+
+TEST_F(StoreCareTest, DocumentsAreWellFormedWhateverTheFilesAreCalled) {
+    const std::string name = folder.path("b\xFF");
+    for (const char* command : {"backup", "page"}) {
+        const Outcome outcome = run({command, "--json", name + command});
+        EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+        EXPECT_THAT(textOf(JsonValue::parse(outcome.output), "file"), HasSubstr("b\uFFFD"));
+    }
+}
+
+TEST_F(StoreCareTest, WhatIsToBeReadIsNoDeviceWithoutAnEnd) {
+    EXPECT_EQ(run({"diff", "/dev/zero", "/dev/zero"}).status, 2);
+    EXPECT_THAT(run({"explain", "/dev/zero"}).complaint, HasSubstr("is a device; name a file."));
+    EXPECT_THAT(run({"exchange", "/dev/zero"}).complaint, HasSubstr("is a device; name a file."));
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-Snapshot library() {
+Snapshot summerLibrary() {
     return Snapshot::parse(R"({"records":[
         {"recordType":"Project","uuid":"aaaaaaaa-1","name":"Photos of a long and eventful summer"},
         {"recordType":"Tag","uuid":"t","name":"a tag that is not short"},
@@ -68,7 +68,7 @@ TEST(TerminalText, WrapsAtBlanksAndElseWhereTheLineIsFull) {
 class EveryWidth : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(EveryWidth, HoldsEveryLineOfATreeAndAList) {
-    const Snapshot snapshot = library();
+    const Snapshot snapshot = summerLibrary();
     const Appearance appearance{.width = GetParam()};
     std::vector<const ThingRecord*> things;
     for (const ThingRecord& thing : snapshot.things()) things.push_back(&thing);
@@ -84,38 +84,57 @@ TEST_P(EveryWidth, HoldsEveryLineOfATreeAndAList) {
 INSTANTIATE_TEST_SUITE_P(Terminal, EveryWidth, testing::Range<std::size_t>(1, 130, 3));
 
 TEST(TreePrinter, CutsTitlesBeforeIdentifiersAndTags) {
-    const std::vector<std::string> lines = linesOf(printedTree(library(), {.width = 64}));
+    const std::vector<std::string> lines = linesOf(printedTree(summerLibrary(), {.width = 64}));
     EXPECT_NE(lines.at(2).find("bbbbbbbb"), std::string::npos) << lines.at(2);
     EXPECT_NE(lines.at(2).find("#a tag that"), std::string::npos) << lines.at(2);
     EXPECT_NE(lines.at(4).find("…"), std::string::npos) << lines.at(4);
 }
 
 TEST(TreePrinter, LeavesTagsOutBeforeTitlesBecomeTooShort) {
-    const std::string tree = printedTree(library(), {.width = 48});
+    const std::string tree = printedTree(summerLibrary(), {.width = 48});
     EXPECT_EQ(tree.find("#a"), std::string::npos) << tree;
     EXPECT_NE(tree.find("日本語の長い"), std::string::npos) << tree;
 }
 
+TEST(TreePrinter, ShowsTheBeginningOfTitlesOnTheNarrowestTerminal) {
+    const Snapshot snapshot = summerLibrary();
+    const std::vector<const ThingRecord*> things{snapshot.findThing("cccccccc-1"),
+                                                 snapshot.findThing("bbbbbbbb-1")};
+    const std::string narrow = printedList(snapshot, things, {.width = 20});
+    EXPECT_NE(narrow.find("A title"), std::string::npos) << narrow;
+    const std::string wider = printedList(snapshot, things, {.width = 36});
+    EXPECT_NE(wider.find("cccccccc"), std::string::npos) << wider;
+    EXPECT_EQ(wider.find("1.5 kB"), std::string::npos) << wider;
+}
+
 TEST(TreePrinter, CutsNothingWhereLinesMayBeOfAnyLength) {
-    const std::string tree = printedTree(library(), {});
+    const std::string tree = printedTree(summerLibrary(), {});
     EXPECT_NE(tree.find("forty years were wide, really"), std::string::npos);
     EXPECT_EQ(tree.find("…"), std::string::npos);
 }
 
 TEST(TreePrinter, HasColoursOnlyWhenWanted) {
-    EXPECT_EQ(printedTree(library(), {}).find('\x1b'), std::string::npos);
-    const std::string tree = printedTree(library(), {.isColoured = true});
+    EXPECT_EQ(printedTree(summerLibrary(), {}).find('\x1b'), std::string::npos);
+    const std::string tree = printedTree(summerLibrary(), {.isColoured = true});
     EXPECT_NE(tree.find("\x1b[36m#a tag that is not short\x1b[0m"), std::string::npos) << tree;
 }
 
 TEST(PrintedItem, WrapsValuesToTheWidth) {
-    const Snapshot snapshot = library();
+    const Snapshot snapshot = summerLibrary();
     const std::string text = printedItem(snapshot, snapshot.item("cccccccc"), {.width = 40});
     EXPECT_EQ(text.substr(0, text.find("Kind")),
               "Title        A title that is far longer\n"
               "             than most terminals of the\n"
               "             last forty years were wide,\n"
               "             really\n");
+}
+
+TEST(PrintedItem, ShowsTheTabsAndLineBreaksOfOtherSystems) {
+    const Snapshot snapshot = Snapshot::parse(R"({"records":[{"recordType":"Thing","uuid":"a",
+        "kind":"note","title":"t","content":"one\r\n\ttwo\rthree"}]})");
+    const std::string text = printedItem(snapshot, snapshot.item("a"), {});
+    EXPECT_NE(text.find("Content      one\n                 two?three\n"), std::string::npos)
+        << text;
 }
 
 class Environment : public testing::Test {

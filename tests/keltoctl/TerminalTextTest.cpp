@@ -15,6 +15,13 @@ TEST(TerminalText, ShowsWhatSteersTheTerminalAsQuestionMarks) {
     EXPECT_EQ(terminalSafe("a\xFF"), "a?");
 }
 
+TEST(TerminalText, EscapesInJsonWhatWouldSteerTheTerminal) {
+    EXPECT_EQ(terminalSafeJson("[\"a\u009b31m\x7F\u0080\"]"), R"(["a\u009b31m\u007f\u0080"])");
+    EXPECT_EQ(terminalSafeJson("[\"b\xFF\"]\n"), "[\"b\uFFFD\"]\n");
+    EXPECT_EQ(terminalSafeJson("\xC2"), "\uFFFD");
+    EXPECT_EQ(terminalSafeJson("é 日本\u00a0🛒"), "é 日本\u00a0🛒");
+}
+
 TEST(TerminalText, LeavesOtherScriptsAndEmojiAlone) {
     EXPECT_EQ(terminalSafe("été 日本 👩‍👧"), "été 日本 👩‍👧");
 }

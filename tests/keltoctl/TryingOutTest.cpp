@@ -68,12 +68,12 @@ TEST_F(TryingOut, OfAnExportNamesTheFilesThatItWouldWrite) {
     const std::string planned = tried({"export", folder.path("out")});
     EXPECT_THAT(planned,
                 AllOf(HasSubstr(folder.path("out/Shopping.note.md") + "\n"),
-                      HasSubstr(folder.path("out/Shopping.note (2).md") + "\n"),
+                      HasSubstr(folder.path("out/Shopping (2).note.md") + "\n"),
                       HasSubstr("2 files and 0 folders.")));
     EXPECT_FALSE(std::filesystem::exists(folder.path("out")));
     done({"export", folder.path("out")});
-    EXPECT_TRUE(std::filesystem::exists(folder.path("out/Shopping.note (2).md")));
-    EXPECT_THAT(tried({"export", folder.path("out")}), HasSubstr("Shopping.note (4).md"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path("out/Shopping (2).note.md")));
+    EXPECT_THAT(tried({"export", folder.path("out")}), HasSubstr("Shopping (4).note.md"));
 }
 
 TEST_F(TryingOut, DeletingAsksAndRefusesWhereNobodyCanBeAsked) {
@@ -95,7 +95,29 @@ TEST_F(TryingOut, AMistypedWordIsAnsweredWithTheOneThatWasMeant) {
         run({"list", "--kind", "imgae"}).complaint,
         "keltoctl: --kind: “imgae” is not known; did you mean “image”? (“keltoctl list --help” "
         "shows what it takes).\n");
+    EXPECT_THAT(run({"page", "--pictures", "smal", "x.html"}).complaint,
+                HasSubstr("did you mean “small”?"));
     EXPECT_EQ(run({"lsit"}).status, 2);
+}
+
+TEST_F(TryingOut, AnOptionWithoutItsValueIsNamed) {
+    EXPECT_EQ(run({"add", "note", "x", "--title"}).complaint,
+              "keltoctl: --title wants a value behind it (“keltoctl add note --help” shows what it "
+              "takes).\n");
+}
+
+TEST_F(TryingOut, AThingThatIsNamedTwiceIsDeletedOnce) {
+    done({"add", "note", "n", "--title", "Only"});
+    const std::string id = idOf("Only");
+    const Outcome outcome = run({"delete", id, id.substr(0, 10), "--yes"});
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_THAT(outcome.output, HasSubstr("1 record sent"));
+}
+
+TEST_F(TryingOut, ALinkThatIsNamedAsAFileIsRefusedAsOne) {
+    std::filesystem::create_symlink(folder.write("a.txt", "a"), folder.path("link"));
+    EXPECT_THAT(run({"add", "file", folder.path("link")}).complaint,
+                HasSubstr("is a symbolic link; name the file that it leads to."));
 }
 
 TEST_F(TryingOut, ColoursAreThereWhenTheyAreWished) {

@@ -67,6 +67,18 @@ TEST_F(StoreInspectionTest, SaysThatThereIsNoLibrary) {
     EXPECT_THAT(report.notes, ElementsAre(HasSubstr("no library yet")));
 }
 
+TEST_F(StoreInspectionTest, SaysThatADatabaseWithoutTablesIsEmpty) {
+    library.close();
+    std::filesystem::remove(library.storePath());
+    writeFile(library.storePath(), "");
+    EXPECT_THAT(inspect().notes, ElementsAre(HasSubstr("holds nothing yet")));
+    execute("PRAGMA journal_mode = WAL");
+    ASSERT_GT(std::filesystem::file_size(library.storePath()), 0U);
+    const StoreReport report = inspect();
+    EXPECT_THAT(kinds(report), IsEmpty());
+    EXPECT_THAT(report.notes, ElementsAre(HasSubstr("holds nothing yet")));
+}
+
 TEST_F(StoreInspectionTest, WarnsOfPayloadFilesWithoutADatabase) {
     fill();
     library.close();

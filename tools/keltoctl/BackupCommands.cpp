@@ -3,6 +3,7 @@
 
 #include "tools/keltoctl/Commands.hpp"
 #include "tools/keltoctl/Confirmation.hpp"
+#include "tools/keltoctl/NewFile.hpp"
 #include "tools/keltoctl/Refusal.hpp"
 #include "tools/keltoctl/StoreCare.hpp"
 #include "tools/keltoctl/StoreDocument.hpp"
@@ -18,9 +19,10 @@ struct BackupOptions {
     bool check = false;    ///< restore: only look the backup over
     bool yes = false;      ///< restore: do not ask
     bool damaged = false;  ///< go on with a damaged library
+    bool dryRun = false;   ///< backup: only say what would be saved
 };
 
-std::string quoted(const std::string& path) {
+std::string spokenFile(const std::string& path) {
     return "“" + terminalSafe(path) + "”";
 }
 
@@ -32,15 +34,33 @@ std::string listed(const StoreReport& report) {
     return text;
 }
 
+int showBackupPlan(const Host& host, const std::string& storePath, const BackupOptions& options) {
+    const StoreReport report = inspectForBackup(storePath);
+    const bool isRefused = !report.isHealthy() && !options.damaged;
+    JsonValue document = toJson(storePath, report);
+    document.setMember("file", options.file);
+    document.setMember("written", false);
+    document.setMember("dryRun", true);
+    host.print(textOf(storePath, report) +
+                   (isRefused ? "No backup would be written without --damaged."
+                              : "It would be saved in " + spokenFile(options.file) + ".") +
+                   " Nothing was written: this only shows what would be.\n",
+               document);
+    return report.isHealthy() ? exitStatus::done : exitStatus::refused;
+}
+
 int runBackup(Host& host, const BackupOptions& options) {
     const std::string storePath = host.storePath();
     std::error_code ignored;
     if (!std::filesystem::exists(storePath, ignored)) {
         throw Refusal("there is no library yet; the first exchange makes it.");
     }
-    if (!options.force && std::filesystem::exists(options.file, ignored)) {
-        throw Refusal(quoted(options.file) + " is there already; --force replaces it.");
-    }
+    requireFreeName({.path = options.file,
+                     .noun = "backup",
+                     .example = "library.tar",
+                     .mayReplace = options.force,
+                     .storePath = storePath});
+    if (options.dryRun) return showBackupPlan(host, storePath, options);
     const StoreReport report = backUpStore(storePath, options.file, options.damaged);
     const bool isWritten = report.isHealthy() || options.damaged;
     JsonValue document = toJson(storePath, report);
@@ -50,7 +70,7 @@ int runBackup(Host& host, const BackupOptions& options) {
     if (isWritten) {
         const auto size = std::filesystem::file_size(options.file);
         document.setMember("bytes", static_cast<std::int64_t>(size));
-        text = "Saved the library in " + quoted(options.file) + ", " +
+        text = "Saved the library in " + spokenFile(options.file) + ", " +
                byteCount(static_cast<std::int64_t>(size)) + ", read back and found whole.\n";
     }
     if (!report.isHealthy()) {
@@ -73,8 +93,8 @@ int runRestore(Host& host, const BackupOptions& options) {
     document.setMember("file", options.file);
     if (options.check || (!report.isHealthy() && !options.damaged)) {
         document.setMember("restored", false);
-        host.print(report.isHealthy() ? quoted(options.file) + " is whole.\n"
-                                      : "The library in " + quoted(options.file) +
+        host.print(report.isHealthy() ? spokenFile(options.file) + " is whole.\n"
+                                      : "The library in " + spokenFile(options.file) +
                                             " is damaged; nothing was changed, --damaged restores "
                                             "it all the same:\n" +
                                             listed(report),
@@ -82,15 +102,15 @@ int runRestore(Host& host, const BackupOptions& options) {
         return report.isHealthy() ? exitStatus::done : exitStatus::refused;
     }
     if (restore.isPlaceTaken()) {
-        confirm("Put the library of " + quoted(options.file) +
+        confirm("Put the library of " + spokenFile(options.file) +
                     " in the place of the present one? That one is kept beside it.",
                 options.yes);
     }
     const std::string aside = restore.takePlace();
     document.setMember("restored", true);
     document.setMember("keptAside", aside);
-    host.print("Restored the library of " + quoted(options.file) + ".\n" +
-                   (aside.empty() ? "" : "The former one lies in " + quoted(aside) + ".\n"),
+    host.print("Restored the library of " + spokenFile(options.file) + ".\n" +
+                   (aside.empty() ? "" : "The former one lies in " + spokenFile(aside) + ".\n"),
                document);
     return exitStatus::done;
 }
@@ -104,6 +124,7 @@ void addBackupCommands(CLI::App& app, Command& chosen) {
     backup->add_option("FILE", saving->file, "The new file")->required();
     backup->add_flag("--force", saving->force, "Replace a file that is there");
     backup->add_flag("--damaged", saving->damaged, "Save what is there of a damaged library");
+    addDryRun(*backup, saving->dryRun);
     backup->footer(
         "The file is a tar archive. It is read back before it takes its name. A damaged library is "
         "refused, saying what is damaged; with --damaged all the rest is saved.");

@@ -30,6 +30,10 @@ inline void addDryRun(CLI::App& command, bool& isOnlyTried) {
 
 /// The text of a request in a file; "-" is standard input.
 [[nodiscard]] std::string requestText(const std::string& file);
+/// Sentences and names, in a document.
+[[nodiscard]] inline JsonValue textsToJson(const std::vector<std::string>& texts) {
+    return JsonElements(texts.begin(), texts.end());
+}
 /// Prints what an exchange would do with a request. Answers the exit status.
 [[nodiscard]] int explainRequest(Host& host, const std::string& request);
 

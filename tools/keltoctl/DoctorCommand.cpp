@@ -26,10 +26,6 @@ std::string lines(const std::vector<std::string>& sentences, std::string_view ma
     return text;
 }
 
-JsonValue textsToJson(const std::vector<std::string>& texts) {
-    return JsonElements(texts.begin(), texts.end());
-}
-
 std::vector<std::string> sentencesOf(const std::vector<RepairStep>& steps) {
     std::vector<std::string> sentences;
     sentences.reserve(steps.size());
@@ -51,8 +47,11 @@ int finish(Host& host,
     return report.isHealthy() ? exitStatus::done : exitStatus::refused;
 }
 
-int inspect(Host& host, const std::string& storePath) {
-    const StoreReport report = inspectStore(storePath);
+/// Looks over the library's own store, or the one that was named.
+using Inspection = StoreReport (*)(const std::string& storePath);
+
+int inspect(Host& host, const std::string& storePath, Inspection inspection) {
+    const StoreReport report = inspection(storePath);
     const std::size_t mendable = planRepair(report).size();
     JsonValue document = toJson(storePath, report);
     document.setMember("mendable", static_cast<std::int64_t>(mendable));
@@ -66,8 +65,11 @@ int inspect(Host& host, const std::string& storePath) {
 }
 
 /// Mends, looks again, and answers by what is left then.
-int repair(Host& host, const std::string& storePath, const DoctorOptions& options) {
-    const StoreReport before = inspectStore(storePath);
+int repair(Host& host,
+           const std::string& storePath,
+           Inspection inspection,
+           const DoctorOptions& options) {
+    const StoreReport before = inspection(storePath);
     const std::vector<RepairStep> steps = planRepair(before);
     if (steps.empty()) {
         JsonValue document = toJson(storePath, before);
@@ -84,7 +86,7 @@ int repair(Host& host, const std::string& storePath, const DoctorOptions& option
     if (!host.wantsJson()) host.print(textOf(storePath, before) + plan, nullptr);
     confirm("Do it?", options.yes);
     const RepairOutcome outcome = repairStore(storePath, steps);
-    const StoreReport after = inspectStore(storePath);
+    const StoreReport after = inspection(storePath);
     if (!host.wantsJson()) host.print(summary(outcome), nullptr);
     JsonValue document = toJson(storePath, after);
     document.setMember("steps", textsToJson(sentencesOf(steps)));
@@ -98,8 +100,11 @@ int runDoctor(Host& host, const DoctorOptions& options) {
     if (options.dryRun && !options.repair) {
         throw WrongUsage("--dry-run shows what --repair would do; give both.");
     }
-    const std::string storePath = options.store.empty() ? host.storePath() : options.store;
-    return options.repair ? repair(host, storePath, options) : inspect(host, storePath);
+    const bool isOwn = options.store.empty();
+    const std::string storePath = isOwn ? host.storePath() : options.store;
+    const Inspection inspection = isOwn ? &inspectStore : &inspectStoreAlone;
+    return options.repair ? repair(host, storePath, inspection, options)
+                          : inspect(host, storePath, inspection);
 }
 
 }  // namespace

@@ -115,8 +115,8 @@ int runTag(Host& host, const TagOptions& options) {
     const TagsByName added = tagsByName(snapshot, options.added, Host::nowMilliseconds());
     ThingChange change;
     for (const TagRecord& tag : added.added) change.add(tag);
-    for (const std::string& id : options.ids) {
-        ThingRecord thing = changing(snapshot.thing(id));
+    for (const ThingRecord* stored : snapshot.eachThing(options.ids)) {
+        ThingRecord thing = changing(*stored);
         const auto has = [](const std::vector<std::string>& tags, const std::string& tag) {
             return std::find(tags.begin(), tags.end(), tag) != tags.end();
         };
@@ -143,8 +143,7 @@ int runMove(Host& host, const MoveOptions& options) {
     std::optional<std::string> target;
     if (options.project) target = snapshot.project(*options.project).id;
     ThingChange change;
-    for (const std::string& id : options.ids) {
-        const Item item = snapshot.item(id);
+    for (const Item& item : snapshot.eachItem(options.ids)) {
         if (item.tag != nullptr)
             throw Refusal("“" + item.tag->name + "” is a tag and has no place.");
         if (item.thing != nullptr) {

@@ -3,9 +3,11 @@
 
 #include "kelto/foundation/PlatformError.hpp"
 #include "tools/keltoctl/Commands.hpp"
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/PrivateFile.hpp"
 #include "tools/keltoctl/Refusal.hpp"
+#include "tools/keltoctl/StandardStreams.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingChange.hpp"
 #include "tools/keltoctl/ThingDocument.hpp"
@@ -18,7 +20,7 @@ std::string lines(std::string_view what, const std::vector<Difference::Entry>& e
     std::string text;
     for (const Difference::Entry& entry : entries)
         text += std::string(what) + std::string(entry.recordType) + " “" +
-                terminalSafe(entry.name) + "” (" + terminalSafe(entry.id.substr(0, 8)) + ")\n";
+                terminalSafe(entry.name) + "” (" + terminalSafe(shortIdentifier(entry.id)) + ")\n";
     return text;
 }
 
@@ -37,9 +39,9 @@ int exchangeAll(Host& host) {
 std::string requestText(const std::string& file) {
     std::string request;
     if (file == "-") {
-        request = textOrInput(file);
+        request = standardInput();
     } else {
-        auto text = readTextFile(file);
+        auto text = readNamedFile(file);
         if (!text) throw Refusal("there is no file “" + file + "”; name one with a request.");
         request = *std::move(text);
     }

@@ -1,6 +1,7 @@
 #include <array>
 
 #include "tools/keltoctl/Explanation.hpp"
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/RecordFields.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
@@ -8,8 +9,6 @@
 namespace kelto::ctl {
 
 namespace {
-
-constexpr std::size_t shortIdLength = 8;
 
 std::string_view typeName(RecordType type) {
     switch (type) {
@@ -69,7 +68,7 @@ std::string spoken(const std::optional<Date>& date) {
 }
 
 std::string shortened(const std::string& fingerprint) {
-    return terminalSafe(fingerprint.substr(0, shortIdLength));
+    return terminalSafe(shortIdentifier(fingerprint));
 }
 
 /// How much later the one is than the other.
@@ -132,7 +131,7 @@ std::string consequence(const MergeDecision& decision) {
     if (decision.copy) {
         return "; the library's version " +
                std::string(decision.isCopyNew ? "is kept as " : "is kept already, as ") +
-               decision.copy->lowerCaseText().substr(0, shortIdLength);
+               std::string(shortIdentifier(decision.copy->lowerCaseText()));
     }
     const bool isApplied = verdict(decision.reason) == "apply";
     return isApplied && !decision.changesObject ? "; nothing in it is different" : "";

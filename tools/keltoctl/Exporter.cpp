@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cerrno>
+#include <optional>
+#include <unordered_map>
 #include <unordered_set>
 
 #include <fcntl.h>
@@ -13,6 +15,7 @@
 #include "kelto/model/ThingMetadata.hpp"
 #include "tools/keltoctl/FileCopy.hpp"
 #include "tools/keltoctl/FileDescriptor.hpp"
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/LibraryTree.hpp"
 #include "tools/keltoctl/PrivateFile.hpp"
 #include "tools/keltoctl/Progress.hpp"
@@ -49,22 +52,40 @@ std::optional<TextFile> textFile(const ThingRecord& thing) {
         return TextFile{named(thing, thing.fileName.ends_with(".txt") ? ".note.txt" : ".note.md"),
                         thing.content};
     std::string text = thing.content + "\n";
-    if (const auto author = ThingMetadata::fromJson(thing.metadataJson).author)
-        text += "— " + *author + "\n";
+    const auto author = ThingMetadata::fromJson(thing.metadataJson).author;
+    if (author && !author->empty()) text += "— " + *author + "\n";
     return TextFile{named(thing, ".quote.txt"), text};
 }
 
 std::string noFileSentence(const ThingRecord& thing) {
-    return "“" + displayTitle(thing) + "” (" + thing.id.substr(0, 8) +
+    return "“" + displayTitle(thing) + "” (" + std::string(shortIdentifier(thing.id)) +
            ") has no file in the library; nothing was written for it.";
 }
+
+/// The names that were given in one folder. Thousands of things may have the same title: where the
+/// last one ended, the next one begins.
+class GivenNames {
+public:
+    /// The first of "a.jpg", "a (2).jpg", … that `isFree` accepts; none after very many.
+    template <typename IsFree>
+    std::optional<std::string> firstFree(const std::string& wanted, const IsFree& isFree) {
+        for (int& number = last_[wanted]; number < numberLimit;) {
+            std::string name = numberedFileName(wanted, ++number);
+            if (isFree(name)) return name;
+        }
+        return std::nullopt;
+    }
+
+private:
+    std::unordered_map<std::string, int> last_;
+};
 
 /// The names that an export would take, in a folder that is there and in those it would make.
 class ExportPlan {
 public:
     /// `folder` is -1 for one that is not there yet.
     void branch(const LibraryBranch& branch, int folder, const std::string& path) {
-        std::unordered_set<std::string> taken;
+        Folder names{.descriptor = folder};
         for (const ThingRecord* thing : branch.things) {
             if (thing->trashedAt) continue;
             const auto text = thing->data ? std::nullopt : textFile(*thing);
@@ -74,10 +95,10 @@ public:
             }
             const std::string safe = safeFileName(text ? text->name : exportFileName(*thing));
             ++report_.files;
-            report_.paths.push_back(joinedPath(path, freeName(safe, folder, taken)));
+            report_.paths.push_back(joinedPath(path, freeName(safe, names)));
         }
         for (const LibraryBranch& child : branch.children) {
-            const std::string name = freeName(safeFileName(child.project->name), folder, taken);
+            const std::string name = freeName(safeFileName(child.project->name), names);
             const std::string below = joinedPath(path, name);
             ++report_.folders;
             report_.paths.push_back(below + "/");
@@ -88,17 +109,21 @@ public:
     ExportReport takeReport() { return std::move(report_); }
 
 private:
-    static std::string freeName(const std::string& wanted,
-                                int folder,
-                                std::unordered_set<std::string>& taken) {
-        for (int number = 1;; ++number) {
-            std::string name = numberedFileName(wanted, number);
+    struct Folder {
+        int descriptor;
+        GivenNames given{};
+        std::unordered_set<std::string> taken{};
+    };
+
+    static std::string freeName(const std::string& wanted, Folder& folder) {
+        const auto isFree = [&](const std::string& name) {
             struct stat status {};
             const bool isThere =
-                folder >= 0 && ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-            if (isThere || !taken.insert(name).second) continue;
-            return name;
-        }
+                folder.descriptor >= 0 &&
+                ::fstatat(folder.descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+            return !isThere && folder.taken.insert(name).second;
+        };
+        return folder.given.firstFree(wanted, isFree).value_or(wanted);
     }
 
     ExportReport report_;
@@ -109,12 +134,13 @@ public:
     explicit Export(const Snapshot& snapshot) : progress_("Writing", snapshot.things().size()) {}
 
     void branch(const LibraryBranch& branch, int folder, const std::string& path) {
+        GivenNames names;
         for (const ThingRecord* thing : branch.things) {
             progress_.step();
-            if (!thing->trashedAt) write(*thing, folder, path);
+            if (!thing->trashedAt) write(*thing, {folder, path, names});
         }
         for (const LibraryBranch& child : branch.children) {
-            const auto [name, opened] = newFolder(folder, child.project->name, path);
+            const auto [name, opened] = newFolder(child.project->name, {folder, path, names});
             if (opened) this->branch(child, opened.number(), joinedPath(path, name));
         }
     }
@@ -122,58 +148,84 @@ public:
     ExportReport takeReport() { return std::move(report_); }
 
 private:
-    std::pair<std::string, FileDescriptor> newFolder(int parent,
-                                                     const std::string& wanted,
-                                                     const std::string& path) {
+    /// Where something is to be written.
+    struct Folder {
+        int descriptor;
+        const std::string& path;
+        GivenNames& names;
+    };
+
+    /// The name and the folder; no folder where there is none, which the report says then.
+    std::pair<std::string, FileDescriptor> newFolder(const std::string& wanted,
+                                                     const Folder& parent) {
         const std::string safe = safeFileName(wanted);
-        for (int number = 1; number < numberLimit; ++number) {
-            const std::string name = numberedFileName(safe, number);
-            if (::mkdirat(parent, name.c_str(), 0777) == 0) {
-                ++report_.folders;
-                return {name, FileDescriptor(::openat(parent, name.c_str(), folderFlags))};
-            }
-            if (errno != EEXIST) break;
+        int reason = 0;
+        const auto name = parent.names.firstFree(safe, [&](const std::string& candidate) {
+            const bool isMade = ::mkdirat(parent.descriptor, candidate.c_str(), 0777) == 0;
+            reason = isMade ? 0 : errno;
+            return reason != EEXIST;
+        });
+        if (!name || reason != 0) {
+            problem("make the folder", joinedPath(parent.path, safe), reason);
+            return {safe, FileDescriptor()};
         }
-        problem("make the folder", joinedPath(path, safe));
-        return {safe, FileDescriptor()};
+        ++report_.folders;
+        FileDescriptor opened(::openat(parent.descriptor, name->c_str(), folderFlags));
+        if (!opened) problem("open the folder", joinedPath(parent.path, *name), errno);
+        return {*name, std::move(opened)};
     }
 
-    void write(const ThingRecord& thing, int folder, const std::string& path) {
+    void write(const ThingRecord& thing, const Folder& folder) {
         const auto text = thing.data ? std::nullopt : textFile(thing);
         if (!thing.data && !text) {
             report_.problems.push_back(noFileSentence(thing));
             return;
         }
         const std::string safe = safeFileName(text ? text->name : exportFileName(thing));
-        for (int number = 1; number < numberLimit; ++number) {
-            const std::string name = numberedFileName(safe, number);
-            FileDescriptor file(::openat(
-                folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-            if (file) return fill(thing, text, std::move(file), joinedPath(path, name));
-            if (errno != EEXIST) break;
+        FileDescriptor file;
+        int reason = 0;
+        const auto name = folder.names.firstFree(safe, [&](const std::string& candidate) {
+            file = FileDescriptor(::openat(folder.descriptor,
+                                           candidate.c_str(),
+                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                           0666));
+            reason = file ? 0 : errno;
+            return reason != EEXIST;
+        });
+        if (!name || !file) return problem("write", joinedPath(folder.path, safe), reason);
+        if (fill(thing, text, std::move(file), joinedPath(folder.path, *name))) {
+            ++report_.files;
+        } else {
+            // Nobody is to take half a file for the whole.
+            ::unlinkat(folder.descriptor, name->c_str(), 0);
         }
-        problem("write", joinedPath(path, safe));
     }
 
-    void fill(const ThingRecord& thing,
+    /// Whether the file is complete; the report says why it is not.
+    bool fill(const ThingRecord& thing,
               const std::optional<TextFile>& text,
               FileDescriptor file,
               const std::string& path) {
-        try {
-            if (text) {
-                if (!writeAll(file.number(), text->text)) return problem("write", path);
-            } else {
-                const FileDescriptor from(::open(thing.data->c_str(), O_RDONLY | O_CLOEXEC));
-                if (!from) return problem("read", *thing.data);
-                copyContents(from.number(), *thing.data, file.number(), path);
-            }
-        } catch (const Refusal& refusal) {
-            report_.problems.emplace_back(refusal.what());
-            return;
+        if (text) {
+            if (!writeAll(file.number(), text->text)) return failed("write", path, errno);
+        } else if (!copyPayload(*thing.data, file.number(), path)) {
+            return false;
         }
         setModified(file.number(), thing.updatedAt);
-        if (!file.close()) return problem("write", path);
-        ++report_.files;
+        if (!file.close()) return failed("write", path, errno);
+        return true;
+    }
+
+    bool copyPayload(const std::string& source, int file, const std::string& path) {
+        const FileDescriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+        if (!from) return failed("read", source, errno);
+        try {
+            copyContents(from.number(), source, file, path);
+            return true;
+        } catch (const Refusal& refusal) {
+            report_.problems.emplace_back(refusal.what());
+            return false;
+        }
     }
 
     /// The file carries the thing's time, so that importing it again finds nothing newer.
@@ -188,8 +240,13 @@ private:
         ::futimens(file, times.data());  // only a convenience: a file system may refuse
     }
 
-    void problem(std::string_view verb, const std::string& path) {
-        report_.problems.push_back(fileSentence(verb, path, errno));
+    void problem(std::string_view verb, const std::string& path, int reason) {
+        report_.problems.push_back(fileSentence(verb, path, reason));
+    }
+
+    bool failed(std::string_view verb, const std::string& path, int reason) {
+        problem(verb, path, reason);
+        return false;
     }
 
     Progress progress_;

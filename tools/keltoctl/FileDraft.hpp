@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "kelto/foundation/Json.hpp"
 #include "kelto/model/ThingKind.hpp"
@@ -20,6 +22,9 @@ struct FileDraft {
     /// Whether the bytes belong to the thing. A note, a quote or a link is all in its texts.
     bool isPayload = true;
 };
+
+/// Endings that make a note or a quote of a file of text.
+inline constexpr std::array<std::string_view, 3> textEndings{".note.md", ".note.txt", ".quote.txt"};
 
 /// Reads the file at `path` by the conventions of its `name`: "*.note.md" and "*.note.txt" are
 /// notes; "*.quote.txt" is a quote, whose last line may be "— author"; ".webloc", ".url" and

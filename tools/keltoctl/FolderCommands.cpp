@@ -15,10 +15,6 @@ int complainAbout(const std::vector<std::string>& problems) {
     return problems.empty() ? exitStatus::done : exitStatus::refused;
 }
 
-JsonValue textsToJson(const std::vector<std::string>& texts) {
-    return JsonElements(texts.begin(), texts.end());
-}
-
 std::string summary(const Session& session, const ImportReport& report) {
     std::string text =
         "Imported into “" + terminalSafe(session.snapshot().projectPath(report.rootId)) +

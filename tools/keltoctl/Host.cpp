@@ -41,7 +41,8 @@ Session& Host::sessionFor(bool isOnlyTried) {
 }
 
 void Host::print(std::string_view text, const JsonValue& document) const {
-    const std::string output = options_.json ? document.indentedText() + "\n" : std::string(text);
+    const std::string output =
+        options_.json ? terminalSafeJson(document.indentedText()) + "\n" : std::string(text);
     std::fwrite(output.data(), 1, output.size(), stdout);
 }
 

@@ -15,4 +15,10 @@ namespace kelto::ctl {
                                            std::string_view root,
                                            std::string_view relativePath);
 
+/// How much of an identifier is shown to people, who may write as much or as little of it.
+inline constexpr std::size_t shortIdentifierLength = 8;
+[[nodiscard]] inline std::string_view shortIdentifier(std::string_view identifier) {
+    return identifier.substr(0, shortIdentifierLength);
+}
+
 }  // namespace kelto::ctl

@@ -126,7 +126,8 @@ private:
         if (before != known_.end()) entry.baseFileFingerprint = before->second.baseFileFingerprint;
         const bool isUnchanged = before != known_.end() && stored != nullptr &&
                                  before->second.size == file.size &&
-                                 before->second.modifiedNanoseconds == file.modifiedNanoseconds;
+                                 before->second.modifiedNanoseconds == file.modifiedNanoseconds &&
+                                 !isOlderThan(file, *stored);
 
         ThingRecord thing;
         if (stored != nullptr) thing = *stored;
@@ -147,6 +148,12 @@ private:
         ++(stored == nullptr ? report_.added : report_.updated);
         records_.push_back(toRecord(thing));
         seen_[id] = std::move(entry);
+    }
+
+    /// A library that was restored from a backup may hold the thing as it was before the last
+    /// import.
+    static bool isOlderThan(const FolderScan::File& file, const ThingRecord& stored) {
+        return stored.updatedAt < file.modifiedNanoseconds / nanosecondsPerMillisecond;
     }
 
     bool addTags(ThingRecord& thing) const {
@@ -177,7 +184,7 @@ private:
         if (draft.isPayload) {
             // What is not sent is not copied either.
             const CopiedFile copy =
-                options_.dryRun ? CopiedFile{path, file.size, 0} : incoming_.add(path, thing.id);
+                options_.dryRun ? CopiedFile{path, file.size} : incoming_.add(path, thing.id);
             thing.data = copy.path;
             thing.fileSize = copy.size;
         }

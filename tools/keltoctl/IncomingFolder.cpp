@@ -16,12 +16,6 @@
 
 namespace kelto::ctl {
 
-namespace {
-
-constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-
-}  // namespace
-
 IncomingFolder::IncomingFolder(const std::string& exchangeFolder)
     : folder_(joinedPath(exchangeFolder, "incoming")) {
     makePrivateFolder(folder_);
@@ -44,16 +38,15 @@ CopiedFile IncomingFolder::add(const std::string& source, std::string_view name)
     // Not blocking: opening a named pipe would wait for a writer for ever.
     const FileDescriptor from(
         ::open(source.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!from && errno == ELOOP)
+        throw Refusal("“" + source + "” is a symbolic link; name the file that it leads to.");
     if (!from) throw Refusal(fileSentence("read", source, errno));
     struct stat found {};
     if (::fstat(from.number(), &found) != 0) throw Refusal(fileSentence("read", source, errno));
     if (!S_ISREG(found.st_mode))
         throw Refusal("“" + source + "” is not a file; name one that holds the bytes.");
 
-    CopiedFile copy{
-        .path = joinedPath(folder_, name),
-        .size = found.st_size,
-        .modifiedNanoseconds = found.st_mtim.tv_sec * nanosecondsPerSecond + found.st_mtim.tv_nsec};
+    CopiedFile copy{.path = joinedPath(folder_, name), .size = found.st_size};
     FileDescriptor to(::open(copy.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!to) throw Refusal(fileSentence("write", copy.path, errno));
     try {

@@ -10,7 +10,6 @@ namespace kelto::ctl {
 struct CopiedFile {
     std::string path;  ///< of the copy
     std::int64_t size = 0;
-    std::int64_t modifiedNanoseconds = 0;  ///< since 1970
 };
 
 /// The folder inside the exchange folder that payload files are handed over in: the library only

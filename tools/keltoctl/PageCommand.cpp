@@ -1,10 +1,10 @@
 #include <cerrno>
-#include <filesystem>
 #include <memory>
 #include <system_error>
 
 #include "tools/keltoctl/Commands.hpp"
 #include "tools/keltoctl/LibraryPage.hpp"
+#include "tools/keltoctl/NewFile.hpp"
 #include "tools/keltoctl/Refusal.hpp"
 #include "tools/keltoctl/ReplacementFile.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
@@ -24,43 +24,16 @@ PictureChoice choiceNamed(const std::string& name) {
     return name == "none" ? PictureChoice::none : PictureChoice::small;
 }
 
-std::string quoted(const std::string& path) {
-    return "“" + path + "”";
-}
-
-std::filesystem::path folderOf(const std::string& file) {
-    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
-    return folder.empty() ? "." : folder;
-}
-
-/// Refuses a name that a page cannot be written under, before anything is asked of the library.
-void requireFreeName(const PageOptions& options) {
-    std::error_code ignored;
-    const std::string& file = options.file;
-    if (file.empty()) throw WrongUsage("the page needs a name; write keltoctl page FILE.html.");
-    if (std::filesystem::is_directory(file, ignored))
-        throw Refusal(quoted(file) + " is a folder; name the file to write, for example " +
-                      quoted((std::filesystem::path(file) / "library.html").string()) + ".");
-    const std::string folder = folderOf(file).string();
-    if (!std::filesystem::is_directory(folder, ignored))
-        throw Refusal("cannot write " + quoted(file) + ": there is no folder " + quoted(folder) +
-                      "; make it first, or name a file elsewhere.");
-    if (!std::filesystem::exists(std::filesystem::symlink_status(file, ignored))) return;
-    if (!options.force) throw Refusal(quoted(file) + " is there already; --force replaces it.");
-    // A device or a pipe would be replaced by a file, which nobody means.
-    if (std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored))
-        throw Refusal(quoted(file) + " is no ordinary file; name another one.");
-}
-
 [[noreturn]] void refuse(const std::string& file, int reason) {
+    if (reason == EEXIST) throw Refusal(takenSentence(file));
     const char* remedy = "name a file elsewhere";
     if (reason == EACCES || reason == EPERM || reason == EROFS)
         remedy = "name a file in a folder that you may write to";
     if (reason == ENOSPC || reason == EDQUOT)
         remedy = "free some space, or leave pictures out with --pictures none";
     if (reason == ENAMETOOLONG) remedy = "give it a shorter name";
-    throw Refusal("cannot write " + quoted(file) + ": " + std::generic_category().message(reason) +
-                  "; " + remedy + ".");
+    throw Refusal("cannot write " + quotedName(file) + ": " +
+                  std::generic_category().message(reason) + "; " + remedy + ".");
 }
 
 std::string verb(std::size_t count) {
@@ -103,7 +76,11 @@ JsonValue documentOf(const PageOptions& options, const PageReport& report, std::
 }
 
 int runPage(Host& host, const PageOptions& options) {
-    requireFreeName(options);
+    requireFreeName({.path = options.file,
+                     .noun = "page",
+                     .example = "library.html",
+                     .mayReplace = options.force,
+                     .storePath = host.storePath()});
     // Made before the library is asked: a place that cannot be written to is told at once.
     ReplacementFile file(options.file);
     if (!file) refuse(options.file, errno);
@@ -115,7 +92,9 @@ int runPage(Host& host, const PageOptions& options) {
     };
     const PageReport report =
         writeLibraryPage(snapshot, choiceNamed(options.pictures), Host::nowMilliseconds(), put);
-    if (!file.takePlace()) refuse(options.file, errno);
+    using Present = ReplacementFile::Present;
+    if (!file.takePlace(options.force ? Present::replace : Present::keep))
+        refuse(options.file, errno);
     host.print(pageText(options, report, bytes), documentOf(options, report, bytes));
     return exitStatus::done;
 }
@@ -133,7 +112,8 @@ void addPageCommand(CLI::App& app, Command& chosen) {
                      options->pictures,
                      "Which pictures are put into it: small (thumbnails, and files up to 250 kB; "
                      "the default), all or none")
-        ->check(CLI::IsMember(std::vector<std::string>{"small", "all", "none"}));
+        ->type_name("WHICH")
+        ->check(oneOf({"small", "all", "none"}));
     page->add_flag("--force", options->force, "Replace a file that is there");
     page->footer(
         "The page asks nothing of any network. It carries thumbnails, and images up to 250 kB, at "

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <limits>
 #include <system_error>
 
 #include <fcntl.h>
@@ -41,19 +42,38 @@ bool writeAll(int file, std::string_view bytes) {
     return true;
 }
 
+std::string readToEnd(int file, const std::string& name, std::size_t limitBytes) {
+    std::string text;
+    std::array<char, bufferBytes> buffer;
+    while (true) {
+        const ssize_t count = ::read(file, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) refuse("read", name, errno);
+        if (count == 0) return text;
+        const auto bytes = static_cast<std::size_t>(count);
+        if (bytes > limitBytes - text.size())
+            throw Refusal("“" + name + "” is longer than any request may be; name another file.");
+        text.append(buffer.data(), bytes);
+    }
+}
+
 std::optional<std::string> readTextFile(const std::string& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file && errno == ENOENT) return std::nullopt;
     if (!file) refuse("read", path, errno);
-    std::string text;
-    std::array<char, bufferBytes> buffer;
-    while (true) {
-        const ssize_t count = ::read(file.number(), buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) refuse("read", path, errno);
-        if (count == 0) return text;
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
+    return readToEnd(file.number(), path, std::numeric_limits<std::size_t>::max());
+}
+
+std::optional<std::string> readNamedFile(const std::string& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    if (!file && errno == ENOENT) return std::nullopt;
+    if (!file) refuse("read", path, errno);
+    struct stat found {};
+    if (::fstat(file.number(), &found) != 0) refuse("read", path, errno);
+    const bool isDevice = S_ISCHR(found.st_mode) || S_ISBLK(found.st_mode);
+    if (isDevice && ::isatty(file.number()) != 1)
+        throw Refusal("“" + path + "” is a device; name a file.");
+    return readToEnd(file.number(), path, documentLimitBytes);
 }
 
 std::int64_t fileSize(const std::string& path) {

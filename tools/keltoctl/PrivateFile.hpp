@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,6 +13,16 @@ namespace kelto::ctl {
 
 /// The whole file; none when there is no such file.
 [[nodiscard]] std::optional<std::string> readTextFile(const std::string& path);
+
+/// The largest text that is read of what a user names: what a request may have.
+inline constexpr std::size_t documentLimitBytes = 0xFFFF'FFFF;
+
+/// A file that a user names, also a pipe; none when there is none. A device is refused: it may have
+/// no end.
+[[nodiscard]] std::optional<std::string> readNamedFile(const std::string& path);
+
+/// What an open file holds from where it stands; throws Refusal also when it is longer than that.
+[[nodiscard]] std::string readToEnd(int file, const std::string& name, std::size_t limitBytes);
 
 /// The size of the file in bytes, 0 when there is none.
 [[nodiscard]] std::int64_t fileSize(const std::string& path);

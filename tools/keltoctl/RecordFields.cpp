@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 
@@ -9,7 +10,6 @@ namespace kelto::ctl {
 
 namespace {
 
-constexpr std::size_t shortIdLength = 8;
 constexpr std::size_t valueWidth = 48;
 constexpr std::size_t leastNameWidth = 10;
 
@@ -22,7 +22,7 @@ std::string shownIdentifiers(const JsonElements& identifiers) {
     for (const JsonValue& identifier : identifiers) {
         if (!text.empty()) text += ", ";
         text += identifier.string() == nullptr ? identifier.text()
-                                               : identifier.string()->substr(0, shortIdLength);
+                                               : std::string(shortIdentifier(*identifier.string()));
     }
     return text.empty() ? "none" : cutTo(terminalSafe(text), valueWidth);
 }
@@ -85,7 +85,7 @@ JsonValue toJson(const std::vector<FieldChange>& changes) {
 
 std::string spokenRecord(std::string_view recordType, std::string_view name, std::string_view id) {
     return terminalSafe(recordType) + " “" + terminalSafe(name) + "” (" +
-           terminalSafe(id.substr(0, shortIdLength)) + ")";
+           terminalSafe(shortIdentifier(id)) + ")";
 }
 
 }  // namespace kelto::ctl

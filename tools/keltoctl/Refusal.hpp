@@ -1,6 +1,8 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <string_view>
 
 namespace kelto::ctl {
 
@@ -10,6 +12,11 @@ class Refusal : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// A name as it stands in a sentence: “name”.
+[[nodiscard]] inline std::string quotedName(std::string_view name) {
+    return "“" + std::string(name) + "”";
+}
 
 /// A command whose options do not go together; it was not begun.
 class WrongUsage : public Refusal {

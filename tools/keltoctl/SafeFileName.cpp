@@ -2,6 +2,7 @@
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/Text.hpp"
+#include "tools/keltoctl/FileDraft.hpp"
 
 namespace kelto::ctl {
 
@@ -26,6 +27,21 @@ std::string_view prefixOfBytes(std::string_view text, std::size_t limit) {
     return text.substr(0, length);
 }
 
+/// From the dot on: what says what the file is. It stays whole when a name is cut, and at the end
+/// when one is numbered. Empty when there is none, or it is too long to be one.
+std::string_view endingOf(std::string_view name) {
+    for (const std::string_view ending : textEndings)
+        if (name.size() > ending.size() && lowerCased(name).ends_with(ending))
+            return name.substr(name.size() - ending.size());
+    const std::string_view extension = pathExtension(name);
+    if (extension.empty() || extension.size() > extensionLimitBytes) return {};
+    return name.substr(name.size() - extension.size() - 1);
+}
+
+std::string_view withoutEnding(std::string_view name) {
+    return name.substr(0, name.size() - endingOf(name).size());
+}
+
 }  // namespace
 
 std::string safeFileName(std::string_view name) {
@@ -35,13 +51,9 @@ std::string safeFileName(std::string_view name) {
         if (isControl(character)) character = ' ';
     }
     if (safe.size() > lengthLimitBytes) {
-        const std::string_view extension = pathExtension(safe);
-        if (extension.empty() || extension.size() > extensionLimitBytes)
-            safe = prefixOfBytes(safe, lengthLimitBytes);
-        else
-            safe = std::string(prefixOfBytes(withoutPathExtension(safe),
-                                             lengthLimitBytes - extension.size() - 1)) +
-                   "." + std::string(extension);
+        const std::string ending(endingOf(safe));
+        safe = std::string(prefixOfBytes(withoutEnding(safe), lengthLimitBytes - ending.size())) +
+               ending;
     }
     if (safe.empty() || safe == "." || safe == "..") return "unnamed";
     return safe;
@@ -50,9 +62,7 @@ std::string safeFileName(std::string_view name) {
 std::string numberedFileName(const std::string& name, int number) {
     if (number == 1) return name;
     const std::string mark = " (" + std::to_string(number) + ")";
-    const std::string_view extension = pathExtension(name);
-    if (extension.empty()) return name + mark;
-    return std::string(withoutPathExtension(name)) + mark + "." + std::string(extension);
+    return std::string(withoutEnding(name)) + mark + std::string(endingOf(name));
 }
 
 }  // namespace kelto::ctl

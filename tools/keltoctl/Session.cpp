@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "tools/keltoctl/ReceivedFiles.hpp"
+#include "tools/keltoctl/Refusal.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 
 namespace kelto::ctl {
@@ -74,6 +75,18 @@ std::string Session::request(JsonElements records) const {
     return JsonValue(std::move(members)).text();
 }
 
+void Session::keepAnswer(const std::string& response, bool holdsAnyChange) const {
+    try {
+        state_.keepSnapshot(response);
+    } catch (const Refusal& refusal) {
+        if (!holdsAnyChange) throw;
+        // Doing it again would do it twice.
+        throw Refusal(std::string("what was sent is in the library, but its answer could not be "
+                                  "kept: ") +
+                      refusal.what() + " The next command asks for it anew.");
+    }
+}
+
 ExchangeReport Session::send(JsonElements records) {
     ExchangeReport report;
     report.recordsSent = records.size();
@@ -81,7 +94,7 @@ ExchangeReport Session::send(JsonElements records) {
     const ReceivedFiles before = ReceivedFiles::in(state_.receivedFolder());
     const std::string response = library_.exchange(text);
     Snapshot answer = Snapshot::parse(response);
-    state_.keepSnapshot(response);
+    keepAnswer(response, report.recordsSent > 0);
 
     report.payloadFilesWritten = ReceivedFiles::in(state_.receivedFolder()).writtenSince(before);
     report.difference = difference(snapshot_, answer);

@@ -35,7 +35,8 @@ public:
     [[nodiscard]] const HostState& state() const { return state_; }
 
     /// Sends records, takes over the answer and says what moved. Throws Refusal with the library's
-    /// sentence when it refuses; then nothing has changed.
+    /// sentence when it refuses; then nothing has changed. Throws one that says so when the
+    /// library has taken them, but the answer cannot be kept.
     ExchangeReport send(JsonElements records);
     /// Asks for the library's present state and sends nothing.
     ExchangeReport refresh() { return send({}); }
@@ -48,6 +49,7 @@ private:
     [[nodiscard]] JsonValue knownFingerprints() const;
     [[nodiscard]] JsonElements allRecords() const;
     [[nodiscard]] std::string request(JsonElements records) const;
+    void keepAnswer(const std::string& response, bool holdsAnyChange) const;
 
     Library& library_;
     const HostState& state_;

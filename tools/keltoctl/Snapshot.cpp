@@ -4,6 +4,7 @@
 #include <set>
 
 #include "kelto/foundation/Text.hpp"
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/Refusal.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingTexts.hpp"
@@ -21,20 +22,15 @@ const Record* find(const std::vector<Record>& records, const Index& index, std::
     return found == index.end() ? nullptr : &records[found->second];
 }
 
-std::string quoted(std::string_view text) {
-    return "“" + std::string(text) + "”";
-}
-
 /// The beginning of an identifier that tells it from the others, and at least what is shown of
 /// every identifier.
 std::size_t tellingLength(const std::vector<Item>& items) {
-    constexpr std::size_t shownLength = 8;
     const auto isTelling = [&](std::size_t length) {
         std::set<std::string> beginnings;
         for (const Item& item : items) beginnings.insert(item.id().substr(0, length));
         return beginnings.size() == items.size();
     };
-    std::size_t length = shownLength;
+    std::size_t length = shortIdentifierLength;
     while (length < items.front().id().size() && !isTelling(length)) ++length;
     return length;
 }
@@ -56,9 +52,9 @@ std::string candidates(const std::vector<Item>& items) {
 Item theOnly(const std::vector<Item>& items, std::string_view prefix, const char* what) {
     if (items.empty())
         throw Refusal("no " + std::string(what) + " has an identifier that begins with " +
-                      quoted(prefix) + "; “keltoctl tree” shows the identifiers.");
+                      quotedName(prefix) + "; “keltoctl tree” shows the identifiers.");
     if (items.size() > 1)
-        throw Refusal(quoted(prefix) + " is the beginning of " + std::to_string(items.size()) +
+        throw Refusal(quotedName(prefix) + " is the beginning of " + std::to_string(items.size()) +
                       " identifiers; write more of the one you mean: " + candidates(items) + ".");
     return items.front();
 }
@@ -139,6 +135,26 @@ const ThingRecord& Snapshot::thing(std::string_view prefix) const {
     return *theOnly(found, prefix, "thing").thing;
 }
 
+std::vector<Item> Snapshot::eachItem(const std::vector<std::string>& prefixes) const {
+    std::vector<Item> found;
+    for (const std::string& prefix : prefixes) {
+        const Item named = item(prefix);
+        const auto isNamed = [&](const Item& one) { return one.id() == named.id(); };
+        if (std::none_of(found.begin(), found.end(), isNamed)) found.push_back(named);
+    }
+    return found;
+}
+
+std::vector<const ThingRecord*> Snapshot::eachThing(
+    const std::vector<std::string>& prefixes) const {
+    std::vector<const ThingRecord*> found;
+    for (const std::string& prefix : prefixes) {
+        const ThingRecord* named = &thing(prefix);
+        if (std::find(found.begin(), found.end(), named) == found.end()) found.push_back(named);
+    }
+    return found;
+}
+
 const ProjectRecord& Snapshot::project(std::string_view nameOrPrefix) const {
     const std::string name = folded(nameOrPrefix);
     std::vector<Item> found;
@@ -146,11 +162,11 @@ const ProjectRecord& Snapshot::project(std::string_view nameOrPrefix) const {
         if (folded(candidate.name) == name) found.push_back({.project = &candidate});
     if (found.size() > 1)
         throw Refusal(std::to_string(found.size()) + " projects are called " +
-                      quoted(nameOrPrefix) + "; name the one you mean by its identifier.");
+                      quotedName(nameOrPrefix) + "; name the one you mean by its identifier.");
     if (found.empty()) found = itemsBeginningWith(nameOrPrefix);
     std::erase_if(found, [](const Item& item) { return item.project == nullptr; });
     if (found.empty())
-        throw Refusal("no project is called " + quoted(nameOrPrefix) +
+        throw Refusal("no project is called " + quotedName(nameOrPrefix) +
                       " or has such an identifier; “keltoctl tree” shows the projects.");
     return *theOnly(found, nameOrPrefix, "project").project;
 }

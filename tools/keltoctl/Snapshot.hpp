@@ -45,6 +45,10 @@ public:
     [[nodiscard]] Item item(std::string_view prefix) const;
     /// The same among things only.
     [[nodiscard]] const ThingRecord& thing(std::string_view prefix) const;
+    /// Those items, each once however often it is named.
+    [[nodiscard]] std::vector<Item> eachItem(const std::vector<std::string>& prefixes) const;
+    [[nodiscard]] std::vector<const ThingRecord*> eachThing(
+        const std::vector<std::string>& prefixes) const;
     /// The one project of that name (letter case does not count) or with that identifier.
     [[nodiscard]] const ProjectRecord& project(std::string_view nameOrPrefix) const;
     /// The first tag of that name, letter case aside; nullptr when there is none.

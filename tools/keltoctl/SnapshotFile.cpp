@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <cerrno>
+#include <span>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "kelto/foundation/PlatformError.hpp"
 #include "kelto/foundation/Text.hpp"
 #include "kelto/foundation/Uuid.hpp"
+#include "tools/keltoctl/FileDescriptor.hpp"
 #include "tools/keltoctl/PrivateFile.hpp"
 #include "tools/keltoctl/Records.hpp"
 #include "tools/keltoctl/Refusal.hpp"
@@ -20,6 +25,7 @@ namespace {
 /// What is made of all of a thing, or of its file: not there in a request.
 constexpr std::array fingerprintKeys = {"fileFingerprint", "fingerprint", "baseFileFingerprint"};
 constexpr std::array payloadKeys = {"data", "thumbnail", "icon"};
+constexpr std::size_t partBytes = 1 << 16;
 
 const std::string* textAt(const JsonValue& record, std::string_view key) {
     const JsonValue* value = record.member(key);
@@ -60,7 +66,7 @@ JsonValue asRead(const std::string& type, const JsonValue& record) {
 JsonValue documentAt(const std::string& path) {
     std::optional<std::string> text;
     try {
-        text = readTextFile(path);
+        text = readNamedFile(path);
     } catch (const Refusal& refusal) {
         throw WrongUsage(refusal.what());
     }
@@ -73,12 +79,43 @@ JsonValue documentAt(const std::string& path) {
     }
 }
 
+/// A payload's file opened for reading, and its size; none for all but an ordinary file: a document
+/// may name a pipe, at which reading waits, or a device without an end.
+std::pair<FileDescriptor, std::int64_t> openedPayload(const std::string& path) {
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat found {};
+    if (!file || ::fstat(file.number(), &found) != 0 || !S_ISREG(found.st_mode))
+        return {FileDescriptor(), 0};
+    return {std::move(file), found.st_size};
+}
+
+/// How many bytes were read: fewer than there is room for only at the end of the file, or where it
+/// cannot be read.
+std::size_t readPart(const FileDescriptor& file, std::span<char> part) {
+    std::size_t filled = 0;
+    while (filled < part.size()) {
+        const ssize_t count = ::read(file.number(), part.data() + filled, part.size() - filled);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+}
+
 bool haveSameBytes(const std::string& one, const std::string& other) {
-    std::ifstream first(one, std::ios::binary);
-    std::ifstream second(other, std::ios::binary);
-    if (!first || !second) return false;
-    using Bytes = std::istreambuf_iterator<char>;
-    return std::equal(Bytes(first), Bytes(), Bytes(second), Bytes());
+    const auto [first, size] = openedPayload(one);
+    const auto [second, otherSize] = openedPayload(other);
+    if (!first || !second || size != otherSize) return false;
+    std::vector<char> left(partBytes);
+    std::vector<char> right(partBytes);
+    for (std::int64_t at = 0; at < size; at += static_cast<std::int64_t>(partBytes)) {
+        const auto wanted = static_cast<std::size_t>(
+            std::min<std::int64_t>(size - at, static_cast<std::int64_t>(partBytes)));
+        if (readPart(first, std::span(left).first(wanted)) != wanted ||
+            readPart(second, std::span(right).first(wanted)) != wanted || left != right)
+            return false;
+    }
+    return true;
 }
 
 bool isOneOf(const auto& keys, const std::string& field) {

@@ -1,6 +1,10 @@
 #include "tools/keltoctl/StoreCare.hpp"
 
+#include <algorithm>
+#include <array>
+
 #include "kelto/AppleBridge/AccountBinding.hpp"
+#include "kelto/foundation/FilePath.hpp"
 #include "kelto/model/LibrarySchema.hpp"
 #include "kelto/persistence/StoreBackup.hpp"
 #include "kelto/persistence/StoreInspection.hpp"
@@ -23,6 +27,27 @@ StoreReport inspectStore(const std::string& storePath) {
     StoreInspection inspection(librarySchema(), files, absolutePath(files, storePath));
     return inspection.run(
         [&](std::uint64_t done, std::uint64_t all) { progress.reach(done, all); });
+}
+
+StoreReport inspectStoreAlone(const std::string& storePath) {
+    StoreReport report = inspectStore(storePath);
+    const std::string folder(
+        withoutLastPathComponent(absolutePath(*Platform::current().files, storePath)));
+    std::erase_if(report.findings, [&](const StoreFinding& finding) {
+        return finding.kind == StoreFinding::Kind::permissions && finding.path == folder;
+    });
+    return report;
+}
+
+StoreReport inspectForBackup(const std::string& storePath) {
+    using Kind = StoreFinding::Kind;
+    constexpr std::array notInBackup = {
+        Kind::unusedPayload, Kind::usedNumber, Kind::stray, Kind::leftover, Kind::permissions};
+    StoreReport report = inspectStore(storePath);
+    std::erase_if(report.findings, [&](const StoreFinding& finding) {
+        return std::find(notInBackup.begin(), notInBackup.end(), finding.kind) != notInBackup.end();
+    });
+    return report;
 }
 
 RepairOutcome repairStore(const std::string& storePath, const std::vector<RepairStep>& steps) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/keltoctl/Refusal.hpp"
+
 namespace kelto::ctl {
 
 namespace {
@@ -29,10 +31,6 @@ std::vector<std::string> commandsBelow(const ToolDescription& tool,
     names.reserve(commands.size());
     for (const CommandDescription* one : commands) names.push_back(one->words.front());
     return names;
-}
-
-std::string inQuotes(std::string_view text) {
-    return "“" + std::string(text) + "”";
 }
 
 }  // namespace
@@ -77,9 +75,9 @@ std::optional<std::string> closest(std::string_view written,
 std::string unknownChoiceClause(const std::string& written,
                                 const std::vector<std::string>& choices) {
     if (const auto meant = closest(written, choices)) {
-        return inQuotes(written) + " is not known; did you mean " + inQuotes(*meant) + "?";
+        return quotedName(written) + " is not known; did you mean " + quotedName(*meant) + "?";
     }
-    std::string text = inQuotes(written) + " is none of ";
+    std::string text = quotedName(written) + " is none of ";
     for (std::size_t at = 0; at < choices.size(); ++at) text += (at == 0 ? "" : ", ") + choices[at];
     return text;
 }
@@ -96,18 +94,18 @@ std::string unknownWordSentence(const ToolDescription& tool,
     if (isOption) {
         addNames(tool.options, candidates);
         if (command != nullptr) addNames(command->options, candidates);
-        text = inQuotes(unknown) + " is no option of " + inQuotes(spoken);
+        text = quotedName(unknown) + " is no option of " + quotedName(spoken);
     } else {
         candidates = commandsBelow(tool, command);
         text = candidates.empty()
-                   ? inQuotes(spoken) + " takes no further argument " + inQuotes(unknown)
-                   : inQuotes(unknown) + " is not a command";
+                   ? quotedName(spoken) + " takes no further argument " + quotedName(unknown)
+                   : quotedName(unknown) + " is not a command";
     }
     // "--kind=image": the value is no part of the name.
     if (const auto meant = closest(unknown.substr(0, unknown.find('=')), candidates)) {
-        return text + "; did you mean " + inQuotes(*meant) + "?";
+        return text + "; did you mean " + quotedName(*meant) + "?";
     }
-    return text + "; " + inQuotes(spoken + " --help") + " shows " +
+    return text + "; " + quotedName(spoken + " --help") + " shows " +
            (isOption             ? "the options."
             : candidates.empty() ? "what it takes."
                                  : "the commands.");

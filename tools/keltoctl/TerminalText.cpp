@@ -13,6 +13,8 @@ namespace kelto::ctl {
 namespace {
 
 constexpr gunichar emojiPresentation = 0xFE0F;
+constexpr unsigned char deleteCharacter = 0x7F;
+constexpr unsigned firstNoControl = 0xA0;
 
 /// Two of them are a flag.
 bool isRegionalIndicator(gunichar character) {
@@ -70,6 +72,27 @@ std::string terminalSafe(std::string_view text) {
         else
             safe.append(at, next);
         at = next;
+    }
+    return safe;
+}
+
+std::string terminalSafeJson(std::string_view json) {
+    const std::string wellFormed = repairedUtf8(json);
+    std::string safe;
+    safe.reserve(wellFormed.size());
+    for (std::size_t at = 0; at < wellFormed.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(wellFormed[at]);
+        // U+0080 to U+009F are two bytes, of which the first is C2.
+        const unsigned second =
+            byte == 0xC2 ? static_cast<unsigned char>(wellFormed[at + 1]) : 0xFFU;
+        if (byte != deleteCharacter && second >= firstNoControl) {
+            safe += wellFormed[at];
+            continue;
+        }
+        std::array<char, 8> escape{};
+        std::snprintf(escape.data(), escape.size(), "\\u%04x", byte == 0xC2 ? second : byte);
+        safe += escape.data();
+        if (byte == 0xC2) ++at;
     }
     return safe;
 }

@@ -12,6 +12,10 @@ namespace kelto::ctl {
 /// writing (control characters, bidirectional controls, line separators, broken UTF-8) becomes "?".
 [[nodiscard]] std::string terminalSafe(std::string_view text);
 
+/// A JSON text as it may be printed: broken UTF-8 (of file names: the library's texts have none) is
+/// repaired, and the control characters that JSON does not escape by itself are written as escapes.
+[[nodiscard]] std::string terminalSafeJson(std::string_view json);
+
 /// How many columns a terminal needs for a text that is terminalSafe.
 [[nodiscard]] std::size_t displayWidth(std::string_view text);
 

@@ -1,12 +1,12 @@
 #include "tools/keltoctl/ThingChange.hpp"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/foundation/Text.hpp"
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/PlannedChanges.hpp"
+#include "tools/keltoctl/StandardStreams.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingDocument.hpp"
 #include "tools/keltoctl/ThingTexts.hpp"
@@ -51,14 +51,14 @@ int ThingChange::send(Host& host, Session& session, std::string_view verb, bool 
             continue;
         }
         text += std::string(verb) + " “" + terminalSafe(sent.name) + "” (" +
-                terminalSafe(sent.id.substr(0, 8)) + ").\n";
+                terminalSafe(shortIdentifier(sent.id)) + ").\n";
     }
     for (const Difference::Entry& entry : report.difference.added)
         if (entry.recordType == "Thing" &&
             std::none_of(
                 sent_.begin(), sent_.end(), [&](const Sent& sent) { return sent.id == entry.id; }))
             text += "New in the library: “" + terminalSafe(entry.name) + "” (" +
-                    terminalSafe(entry.id.substr(0, 8)) + ").\n";
+                    terminalSafe(shortIdentifier(entry.id)) + ").\n";
     text += sentence(report) + ".\n";
     host.print(text, JsonMembers{{"things", std::move(items)}, {"exchange", toJson(report)}});
     return status;
@@ -88,11 +88,7 @@ void attachFile(ThingRecord& thing, const std::string& path, IncomingFolder& inc
 
 std::string textOrInput(const std::string& value) {
     if (value != "-") return value;
-    std::string text;
-    std::array<char, 1 << 16> buffer;
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), stdin))
-        text.append(buffer.data(), count);
-    return repairedUtf8(text);
+    return repairedUtf8(standardInput());
 }
 
 }  // namespace kelto::ctl

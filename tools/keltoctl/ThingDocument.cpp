@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "kelto/foundation/PlatformError.hpp"
+#include "kelto/foundation/Text.hpp"
 #include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingTexts.hpp"
@@ -27,7 +28,7 @@ public:
         // Line breaks of a note are meant to be seen as such; everything else is made safe.
         while (true) {
             const std::size_t end = value.find('\n');
-            for (const std::string& line : wrappedValue(value.substr(0, end))) {
+            for (const std::string& line : wrappedValue(ordinaryLine(value.substr(0, end)))) {
                 addLine(name, line);
                 name = "";
             }
@@ -42,6 +43,11 @@ private:
     /// Where less is left, values are not wrapped: the terminal does it better.
     static constexpr std::size_t leastWidth = 12;
 
+    /// What many editors write steers no terminal: tabs, and the other half of a line break.
+    static std::string ordinaryLine(std::string_view line) {
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        return replacingAll(line, "\t", "    ");
+    }
     [[nodiscard]] std::vector<std::string> wrappedValue(std::string_view value) const {
         const std::string safe = terminalSafe(value);
         if (!appearance_.width || *appearance_.width < nameWidth + leastWidth) return {safe};

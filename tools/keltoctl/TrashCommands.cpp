@@ -19,8 +19,8 @@ struct TrashOptions {
 int runTrash(Host& host, const TrashOptions& options) {
     Session& session = host.sessionFor(options.dryRun);
     ThingChange change;
-    for (const std::string& id : options.ids) {
-        ThingRecord thing = changing(session.snapshot().thing(id));
+    for (const ThingRecord* stored : session.snapshot().eachThing(options.ids)) {
+        ThingRecord thing = changing(*stored);
         if (!thing.trashedAt) thing.trashedAt = thing.updatedAt;
         change.add(thing);
     }
@@ -30,8 +30,8 @@ int runTrash(Host& host, const TrashOptions& options) {
 int runRestore(Host& host, const TrashOptions& options) {
     Session& session = host.sessionFor(options.dryRun);
     ThingChange change;
-    for (const std::string& id : options.ids) {
-        ThingRecord thing = changing(session.snapshot().thing(id));
+    for (const ThingRecord* stored : session.snapshot().eachThing(options.ids)) {
+        ThingRecord thing = changing(*stored);
         thing.trashedAt.reset();
         change.add(thing);
     }
@@ -47,9 +47,7 @@ std::string question(const std::vector<Item>& items) {
 
 int runDelete(Host& host, const TrashOptions& options) {
     Session& session = host.sessionFor(options.dryRun);
-    std::vector<Item> items;
-    items.reserve(options.ids.size());
-    for (const std::string& id : options.ids) items.push_back(session.snapshot().item(id));
+    const std::vector<Item> items = session.snapshot().eachItem(options.ids);
     if (!options.dryRun) confirm(question(items), options.yes);
     ThingChange change;
     for (const Item& item : items) change.remove(item);

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "kelto/foundation/Text.hpp"
+#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/LibraryTree.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 #include "tools/keltoctl/ThingDocument.hpp"
@@ -14,7 +15,6 @@ namespace kelto::ctl {
 namespace {
 
 constexpr std::string_view star = "★ ";
-constexpr std::size_t shortIdLength = 8;
 constexpr std::size_t badgeWidthLimit = 8;
 constexpr std::size_t gap = 2;
 /// Where lines may be of any length, only longer titles stand out of the column.
@@ -40,7 +40,7 @@ Row thingRow(const Snapshot& snapshot, const ThingRecord& thing, std::string bra
     row.badge = terminalSafe(badgeText(thing));
     row.title = terminalSafe(displayTitle(thing));
     row.size = thing.fileSize > 0 ? byteCount(thing.fileSize) : "";
-    row.id = terminalSafe(thing.id.substr(0, shortIdLength));
+    row.id = terminalSafe(shortIdentifier(thing.id));
     for (const std::string& name : snapshot.tagNames(thing))
         row.tags.append(row.tags.empty() ? "#" : " #").append(terminalSafe(name));
     return row;
@@ -50,7 +50,7 @@ Row projectRow(const LibraryBranch& branch, std::string lines) {
     Row row{.branch = std::move(lines)};
     row.title = terminalSafe(branch.project->name) + "  (" + counted(branch.thingCount(), "thing") +
                 (branch.project->linkedFolderOwner.empty() ? "" : ", linked folder") + ")";
-    row.id = terminalSafe(branch.project->id.substr(0, shortIdLength));
+    row.id = terminalSafe(shortIdentifier(branch.project->id));
     return row;
 }
 
@@ -58,7 +58,10 @@ Row projectRow(const LibraryBranch& branch, std::string lines) {
 struct Columns {
     std::size_t badge = 0;     ///< width
     std::size_t titleEnd = 0;  ///< behind branch, badge and title
-    std::size_t size = 0;      ///< width
+    std::size_t size = 0;      ///< width; 0: not shown
+
+    /// From the end of the title to the identifier.
+    [[nodiscard]] std::size_t beforeId() const { return gap + (size > 0 ? size + gap : 0); }
 };
 
 std::size_t titleBegin(const Row& row, const Columns& columns) {
@@ -84,12 +87,18 @@ Columns columnsOf(const std::vector<Row>& rows, const Appearance& appearance) {
     }
     columns.titleEnd = longest;
     if (!appearance.width) return columns;
-    // Titles take what identifiers and sizes leave, and tags what is left by then.
-    const std::size_t fixed = gap + columns.size + gap + shortIdLength;
+    // Titles take what identifiers and sizes leave, and tags what is left by then. Where too little
+    // is left of a title, the size goes first, and then the line ends within the identifier.
+    const auto roomBeside = [&](std::size_t fixed) {
+        return *appearance.width - std::min(*appearance.width, fixed);
+    };
+    const std::size_t needed = std::min(longest, deepest + leastTitle);
+    if (roomBeside(gap + columns.size + gap + shortIdentifierLength) < needed) columns.size = 0;
+    const std::size_t room = roomBeside(columns.beforeId() + shortIdentifierLength);
     const std::size_t wanted = tags == 0 ? 0 : gap + std::min(tags, leastTags);
-    const std::size_t room = *appearance.width - std::min(*appearance.width, fixed);
     const std::size_t beside = room - std::min(room, wanted);
-    columns.titleEnd = std::min(longest, beside >= deepest + leastTitle ? beside : room);
+    columns.titleEnd =
+        std::min(longest, beside >= deepest + leastTitle ? beside : std::max(room, needed));
     return columns;
 }
 
@@ -103,9 +112,11 @@ std::string lineOf(const Row& row, const Columns& columns, const Appearance& app
     line.add(appearance.width ? cutTo(row.title, room) : row.title,
              row.isThing ? Style::plain : Style::strong);
     const std::size_t end = std::max(line.column(), columns.titleEnd);
-    line.advanceTo(end + gap + columns.size - displayWidth(row.size));
-    line.add(row.size);
-    line.advanceTo(end + gap + columns.size + gap);
+    if (columns.size > 0) {
+        line.advanceTo(end + gap + columns.size - displayWidth(row.size));
+        line.add(row.size);
+    }
+    line.advanceTo(end + columns.beforeId());
     line.add(row.id, Style::faint);
     line.advanceTo(line.column() + gap);
     line.add(row.tags, Style::tag);

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 
 #include <glib.h>
 
@@ -9,6 +10,7 @@
 #include "tools/keltoctl/Commands.hpp"
 #include "tools/keltoctl/GeneratedFiles.hpp"
 #include "tools/keltoctl/Refusal.hpp"
+#include "tools/keltoctl/StandardStreams.hpp"
 #include "tools/keltoctl/Suggestion.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
 
@@ -24,8 +26,10 @@ int run(const Command& command, HostOptions options) {
     } catch (const WrongUsage& error) {
         Host::complain(error.what());
         return exitStatus::wrongUsage;
-    } catch (const std::exception& error) {
-        // Refusals and the foundation's errors are sentences; anything else is a rare full memory.
+    } catch (const std::bad_alloc&) {
+        Host::complain("there is not enough memory for this; end other programs and try again.");
+        return exitStatus::refused;
+    } catch (const std::exception& error) {  // refusals and the foundation's errors are sentences
         Host::complain(error.what());
         return exitStatus::refused;
     }
@@ -41,6 +45,16 @@ std::vector<std::string> givenCommands(const CLI::App* app) {
     return words;
 }
 
+/// What the parser found wrong, in words for people.
+std::string clauseOf(const CLI::Error& error) {
+    const std::string text = error.what();
+    // "--project: 1 required NAME missing"
+    const std::size_t at = text.find(": 1 required ");
+    const bool lacksValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+    if (!lacksValue || at == std::string::npos) return text;
+    return text.substr(0, at) + " wants a value behind it";
+}
+
 std::string usageSentence(const CLI::App* app, const CLI::Error& error) {
     const std::vector<std::string> words = givenCommands(app);
     const std::vector<std::string> unknown = app->remaining(true);
@@ -53,7 +67,7 @@ std::string usageSentence(const CLI::App* app, const CLI::Error& error) {
     }
     std::string command = "keltoctl";
     for (const std::string& word : words) command += " " + word;
-    return "keltoctl: " + terminalSafe(error.what()) + " (“" + command +
+    return "keltoctl: " + terminalSafe(clauseOf(error)) + " (“" + command +
            " --help” shows what it takes).\n";
 }
 
@@ -76,20 +90,27 @@ void addGeneralOptions(CLI::App& app, HostOptions& options) {
         ->check(oneOf(names));
 }
 
+/// The status to end with: what could not be printed was not done.
+int statusOnceWritten(int status) {
+    if (isStandardOutputWritten() || status != exitStatus::done) return status;
+    Host::complain("cannot write to standard output; is the disk full?");
+    return exitStatus::refused;
+}
+
 int generate(std::string_view name, const ToolDescription& tool) {
     const auto text = generatedFile(name, tool);
     if (!text) {
         Host::complain("--generate makes man, bash, zsh or fish.");
         return exitStatus::wrongUsage;
     }
-    const bool isWritten = std::fwrite(text->data(), 1, text->size(), stdout) == text->size() &&
-                           std::fflush(stdout) == 0;
-    return isWritten ? exitStatus::done : exitStatus::refused;
+    std::fwrite(text->data(), 1, text->size(), stdout);
+    return statusOnceWritten(exitStatus::done);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyClosedStandardStreams();
     std::setlocale(LC_ALL, "");
     // GLib writes debug messages to the standard output, which belongs to the answers.
     g_log_writer_default_set_use_stderr(TRUE);
@@ -119,12 +140,9 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exitStatus::done : exitStatus::wrongUsage;
+        if (app.exit(error) != 0) return exitStatus::wrongUsage;
+        std::cout.flush();
+        return statusOnceWritten(exitStatus::done);
     }
-    const int status = run(command, options);
-    if (std::fflush(stdout) != 0 && status == exitStatus::done) {
-        Host::complain("cannot write to standard output; is the disk full?");
-        return exitStatus::refused;
-    }
-    return status;
+    return statusOnceWritten(run(command, options));
 }

@@ -60,9 +60,12 @@ uses_installed_library() {
         die "$1 does not find the installed library: $(ldd "$1" | grep kelto)"
 }
 runs_as_expected() {
+    local printed wanted
     uses_installed_library "$1"
     rm -rf "$XDG_DATA_HOME"
-    same "what $1 prints" "$("$1")" "$(cat "$root/examples/c/expected-output.txt")"
+    printed=$("$1" "$root/samples/library" "Installed") || die "$1 has failed: $printed"
+    wanted=$(sed 's/TITLE/Installed/' "$root/examples/expected-first.txt")
+    same "what $1 prints" "$printed" "$wanted"
 }
 
 flags() { PKG_CONFIG_LIBDIR=$installed/$lib/pkgconfig pkg-config "$@" kelto; }

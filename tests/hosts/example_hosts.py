@@ -209,6 +209,22 @@ class CSharp(LoadingTests, unittest.TestCase):
 class Python(LoadingTests, unittest.TestCase):
     language = "python"
 
+    def test_can_be_interrupted_while_the_library_is_busy(self):
+        # The answer may be lost then; the interruption may not.
+        for waiting in ("bridge.exchange_blocking('{}')",
+                        "asyncio.new_event_loop().run_until_complete(bridge.exchange('{}'))"):
+            with self.subTest(waiting):
+                script = ("import asyncio, kelto, signal\n"
+                          "signal.signal(signal.SIGINT, signal.default_int_handler)\n"
+                          "bridge = kelto.Bridge()\n"
+                          f"try: {waiting}\n"
+                          "except KeyboardInterrupt: print('interrupted')")
+                result = self.desk.run(
+                    [sys.executable, "-B", "-c", script], KELTO_LIBRARY=str(BROKEN_LIBRARY),
+                    PYTHONPATH=str(SOURCE / "examples/python"), KELTO_INTERRUPTED="",
+                    KELTO_ANSWER='{"version":1,"records":[]}')
+                self.assertEqual((result.stderr, result.stdout), (b"", b"interrupted\n"))
+
 
 class Together(unittest.TestCase):
     """Three languages, three libraries of their own, one shared copy."""

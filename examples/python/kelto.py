@@ -93,7 +93,8 @@ def snapshot(response):
     if not isinstance(answer, dict) or answer.get("version") != 1:
         raise _broken("it is not of version 1")
     if "error" in answer:
-        raise Refused(answer["error"])
+        raise Refused(answer["error"]) if isinstance(answer["error"], str) else _broken(
+            "its error is no text")
     records = answer.get("records")
     if not isinstance(records, list) or not all(
             isinstance(each, dict) and isinstance(each.get("uuid"), str) for each in records):

@@ -36,7 +36,8 @@ contents() { dpkg-deb --fsys-tarfile "$work"/packages/"$1"_*.deb | tar tv --nume
     sed "s/$multiarch/ARCH/g" | sort -k 3; }
 same "what libkelto1 holds" "$(contents libkelto1)" "$(cat "$here/libkelto1.contents")"
 same "what libkelto-dev holds" "$(contents libkelto-dev)" "$(cat "$here/libkelto-dev.contents")"
-for line in '-rwxr-xr-x 0/0 ./usr/bin/keltoctl' '-rw-r--r-- 0/0 ./usr/share/man/man1/keltoctl.1.gz'; do
+for line in '-rwxr-xr-x 0/0 ./usr/bin/keltoctl' '-rw-r--r-- 0/0 ./usr/share/man/man1/keltoctl.1.gz' \
+    '-rw-r--r-- 0/0 ./usr/share/kelto/schema/keltoctl.schema.json'; do
     contents keltoctl | grep -xF -- "$line" >/dev/null || die "keltoctl's package lacks $line"
 done
 # It looks into the store as well as through the library: both must know the same format.

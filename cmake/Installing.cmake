@@ -39,11 +39,16 @@ install(FILES ${CMAKE_BINARY_DIR}/packaging/kelto.pc
 
 install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 install(DIRECTORY docs/schema
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/kelto COMPONENT development)
-install(FILES docs/exchange-format.md docs/hosting.md
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/kelto COMPONENT development
+    PATTERN keltoctl.schema.json EXCLUDE) # it comes with what it describes
+install(FILES docs/error-sentences.md docs/exchange-format.md docs/hosting.md docs/hosting-c.md
+              docs/hosting-csharp.md docs/hosting-python.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(FILES examples/c/host.c
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+install(DIRECTORY examples/csharp examples/python
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development
+    FILES_MATCHING PATTERN "*.cs" PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
 
 # All that a package is made of, and nothing else.
 add_custom_target(packaged DEPENDS kelto keltoctl)

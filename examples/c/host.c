@@ -129,13 +129,25 @@ static char* text_of(const char* value) {
     return g_string_free(text, FALSE);
 }
 
+/* A list of nothing but objects that say which record they are. */
+static int are_records(const char* list) {
+    if (*list != '[') return FALSE;
+    const char* end = list + 1;
+    for (const char* at = next_object(list); at != NULL; at = next_object(end)) {
+        const char* uuid = member(at, "uuid");
+        if (uuid == NULL || *uuid != '"') return FALSE;
+        end = after_value(at);
+    }
+    return *end == ']';
+}
+
 static int is_snapshot(const char* answer) {
     int depth = 0;
     const char* records = member(answer, "records");
     const char* version = member(answer, "version");
     return *answer == '{' && *after_brackets(answer, &depth) == '\0' && depth == 0 &&
-           records != NULL && *records == '[' && version != NULL &&
-           g_ascii_strtoll(version, NULL, 10) == 1;
+           member(answer, "error") == NULL && records != NULL && are_records(records) &&
+           version != NULL && g_ascii_strtoll(version, NULL, 10) == 1;
 }
 
 /* The host's own library. */

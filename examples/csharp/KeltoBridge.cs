@@ -27,8 +27,8 @@ namespace Kelto
         internal Snapshot(JsonArray records, JsonValue answer)
         {
             Records = records;
-            Directory = answer.ContainsKey("directory") ? answer["directory"] : null;
-            Status = answer.ContainsKey("status") ? answer["status"] : null;
+            Directory = Member.Text(answer, "directory");
+            Status = Member.Text(answer, "status");
         }
 
         public JsonArray Records { get; }
@@ -126,12 +126,14 @@ namespace Kelto
         /// main thread must never wait for this task without turning its loop.
         public async Task<Snapshot> ExchangeAsync(JsonObject request)
         {
+            if (request == null) throw new ArgumentNullException(nameof(request));
             return ReadAnswer(await Start(Utf8.Bytes(request.ToString())));
         }
 
         /// The same for a request that is a text already.
         public async Task<Snapshot> ExchangeAsync(string request)
         {
+            if (request == null) throw new ArgumentNullException(nameof(request));
             return ReadAnswer(await Start(Utf8.Bytes(request)));
         }
 
@@ -173,9 +175,13 @@ namespace Kelto
             {
                 throw Broken(error.Message);
             }
-            if (!(answer is JsonObject) || !answer.ContainsKey("version") || answer["version"].ToString() != "1")
+            if (!(answer is JsonObject) || !answer.ContainsKey("version") || answer["version"]?.ToString() != "1")
                 throw Broken("it is not of version 1");
-            if (answer.ContainsKey("error")) throw new ExchangeRefused(answer["error"]);
+            if (answer.ContainsKey("error"))
+            {
+                string sentence = Member.Text(answer, "error");
+                throw sentence == null ? Broken("its error is no text") : new ExchangeRefused(sentence);
+            }
             JsonArray records = answer.ContainsKey("records") ? answer["records"] as JsonArray : null;
             if (records == null || !records.All(IsRecord)) throw Broken("it holds no records");
             return new Snapshot(records, answer);
@@ -183,14 +189,23 @@ namespace Kelto
 
         static bool IsRecord(JsonValue value)
         {
-            return value is JsonObject && value.ContainsKey("uuid") &&
-                   value["uuid"].JsonType == JsonType.String;
+            return value is JsonObject && Member.Text(value, "uuid") != null;
         }
 
         static KeltoException Broken(string reason)
         {
             return new KeltoException("The library’s answer couldn’t be understood " +
                 $"({reason.Split('\n')[0]}). Use a host and a library of the same version.");
+        }
+    }
+
+    static class Member
+    {
+        /// Null where there is none, or something else than a text.
+        internal static string Text(JsonValue value, string key)
+        {
+            if (!value.ContainsKey(key) || value[key]?.JsonType != JsonType.String) return null;
+            return value[key];
         }
     }
 

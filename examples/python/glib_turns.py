@@ -35,10 +35,20 @@ for _name, _result, *_arguments in (
 _default = _glib.g_main_context_default()  # Not every function takes NULL for it.
 
 
+# Functions to be called after each turn of the context that is made here.
+after_each_turn = []
+
+
 def turn_until(done):
     """Turns the context, asleep in between, until done() is true."""
     while not done():
         _glib.g_main_context_iteration(_default, True)
+        _look_around()
+
+
+def _look_around():
+    for each in after_each_turn:
+        each()
 
 
 def wake():
@@ -127,6 +137,7 @@ class GlibTurns:
             _glib.g_poll(self._fds, self._count, 0)
             if _glib.g_main_context_check(_default, self._priority, self._fds, self._count):
                 _glib.g_main_context_dispatch(_default)
+            _look_around()
         finally:
             self._turning = False
             if self._holders > 0:

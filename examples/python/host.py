@@ -25,7 +25,12 @@ PAYLOADS = ("data", "thumbnail", "icon")
 def identifier(path):
     """A host draws a random UUID for a new thing, and keeps it. This one takes the path's digest,
     so that the hosts of this folder in other languages mean the same things."""
-    return str(uuid.UUID(hashlib.md5(path.encode()).hexdigest()))
+    return str(uuid.UUID(hashlib.md5(os.fsencode(path)).hexdigest()))
+
+
+def text_of(name):
+    """A name of the file system, which may be any bytes, as a text."""
+    return os.fsencode(name).decode("utf-8", "replace")
 
 
 def kind_of(name):
@@ -64,8 +69,8 @@ class HostLibrary:
 
     def add_folder(self, folder):
         """Takes in what it does not know yet: (files in the folder, new ones among them)."""
-        project = {"recordType": "Project", "uuid": identifier("."), "name": folder.resolve().name,
-                   "createdAt": 1760000000000}
+        project = {"recordType": "Project", "uuid": identifier("."),
+                   "name": text_of(folder.resolve().name), "createdAt": 1760000000000}
         if project["uuid"] not in self.records:
             self.put(project)
         files = [each for each in sorted(folder.rglob("*"))
@@ -82,9 +87,9 @@ class HostLibrary:
         shutil.copyfile(file, copy)
         modified = int(file.stat().st_mtime) * 1000
         self.put({"recordType": "Thing", "uuid": thing, "createdAt": modified,
-                  "updatedAt": modified, "kind": kind_of(file.name), "title": file.stem,
-                  "fileName": file.name, "fileSize": file.stat().st_size, "project": project,
-                  "data": str(copy)})
+                  "updatedAt": modified, "kind": kind_of(file.name), "title": text_of(file.stem),
+                  "fileName": text_of(file.name), "fileSize": file.stat().st_size,
+                  "project": project, "data": str(copy)})
 
     def edit(self, thing, **fields):
         """updatedAt has to grow with each edit, even if the clock was set back."""

@@ -15,7 +15,7 @@ import os
 import sys
 import threading
 
-from glib_turns import AnotherThread, turn_until, turns_in, wake
+from glib_turns import AnotherThread, after_each_turn, turn_until, turns_in, wake
 
 
 class Error(Exception):
@@ -44,6 +44,20 @@ _Callback = ctypes.CFUNCTYPE(None, ctypes.c_ssize_t, ctypes.c_char_p)
 _waiting = {}
 _tickets = itertools.count(1)
 
+# Answers that come out of turns of our own, until the turn has ended. C code alone puts them down:
+# a signal that arrived during the exchange is handled by the first line of Python that comes, and
+# in a callback KeyboardInterrupt would go nowhere, and the answer with it.
+_arrived = {}
+_put_down = _Callback(_arrived.__setitem__)
+
+
+def _hand_over():
+    for ticket in list(_arrived):
+        _waiting.pop(ticket)(_arrived.pop(ticket))
+
+
+after_each_turn.append(_hand_over)
+
 
 @_Callback
 def _answered(ticket, response):
@@ -61,7 +75,7 @@ def encoded(request):
         text = request if isinstance(request, str) else json.dumps(
             request, ensure_ascii=False, allow_nan=False)
         data = text.encode("utf-8")
-    except (TypeError, ValueError) as error:
+    except (TypeError, ValueError, RecursionError) as error:
         raise BadRequest(f"The request can’t be written as JSON in UTF-8 ({error}). "
                          "Correct the record.") from None
     if b"\0" in data:
@@ -79,7 +93,8 @@ def snapshot(response):
     if not isinstance(answer, dict) or answer.get("version") != 1:
         raise _broken("it is not of version 1")
     if "error" in answer:
-        raise Refused(answer["error"])
+        raise Refused(answer["error"]) if isinstance(answer["error"], str) else _broken(
+            "its error is no text")
     records = answer.get("records")
     if not isinstance(records, list) or not all(
             isinstance(each, dict) and isinstance(each.get("uuid"), str) for each in records):
@@ -141,10 +156,13 @@ class Bridge:
     def start(self, request, answered):
         """Starts an exchange, from any thread, and returns. answered(bytes) is called once, on the
         main thread, when GLib's loop turns there; snapshot(bytes) makes something of them."""
+        self._start(request, answered, _answered)
+
+    def _start(self, request, answered, callback):
         data = encoded(request)
         ticket = next(_tickets)
         _waiting[ticket] = answered
-        self._library.kelto_apple_exchange(data, ticket, _answered)
+        self._library.kelto_apple_exchange(data, ticket, callback)
         wake()
 
     async def exchange(self, request):
@@ -167,7 +185,7 @@ class Bridge:
         if turns:
             self._hold(turns)
         try:
-            self.start(request, answered)
+            self._start(request, answered, _put_down if turns else _answered)
         except BaseException:
             if turns:
                 turns.release()
@@ -180,7 +198,7 @@ class Bridge:
             raise BadRequest("Only the main thread may wait for the library. "
                              "Call exchange_blocking there, or start() from here.")
         answers = []
-        self.start(request, answers.append)
+        self._start(request, answers.append, _put_down)
         turn_until(lambda: answers)
         return snapshot(answers[0])
 

@@ -152,8 +152,9 @@ icu::Locale collationLocale() {
 }
 
 std::unique_ptr<const icu::Collator> openCollator() {
-    // Once for the process: two threads with different orders would never agree on a list.
-    static const icu::Locale locale = collationLocale();
+    // Once for the process: two threads with different orders would never agree on a list. Never
+    // destroyed: another thread may need it while the process ends.
+    static const icu::Locale& locale = *new icu::Locale(collationLocale());
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(locale, status));
     if (U_FAILURE(status)) {

@@ -1,3 +1,5 @@
+#include <atomic>
+
 #include <simdjson.h>
 
 #include "kelto/foundation/Text.hpp"
@@ -11,6 +13,20 @@ constexpr std::string_view replacementCharacter = "\uFFFD";
 
 /// Below that, choosing the processor's widest instructions costs more than they save.
 constexpr std::size_t shortText = 128;
+
+std::atomic<bool> isSimdjsonGone = false;
+
+/// simdjson destroys what it has chosen for this processor when the process ends, and to call that
+/// ends the process with an error. Other threads may still call in then: a loop of our own does for
+/// them.
+struct SimdjsonsEnd {
+    SimdjsonsEnd() {
+        // Its objects are made before this one, and so destroyed after it.
+        [[maybe_unused]] const bool isSound = simdjson::validate_utf8("", 0);
+    }
+    SimdjsonsEnd(const SimdjsonsEnd&) = delete;
+    ~SimdjsonsEnd() { isSimdjsonGone = true; }
+};
 
 }  // namespace
 
@@ -29,6 +45,8 @@ std::string repairedUtf8(std::string_view bytes) {
 
 bool isWellFormedUtf8(std::string_view bytes) {
     if (bytes.size() < shortText) return wellFormedLength(bytes) == bytes.size();
+    static const SimdjsonsEnd end;
+    if (isSimdjsonGone) return wellFormedLength(bytes) == bytes.size();
     return simdjson::validate_utf8(bytes.data(), bytes.size());
 }
 

@@ -7,7 +7,9 @@
 namespace kelto {
 
 const Schema& librarySchema() {
-    static const Schema schema{{
+    // Never destroyed, nor are the descriptions: the process may end on one thread while the main
+    // thread is in an exchange.
+    static const Schema& schema = *new Schema{{
         &Project::description(),
         &Tag::description(),
         &Thing::description(),

@@ -21,7 +21,8 @@ bool isShownBefore(const Project* left, const Project* right) {
 }  // namespace
 
 const EntityDescription& Project::description() {
-    static const EntityDescription entity{
+    // Never destroyed: see librarySchema().
+    static const EntityDescription& entity = *new EntityDescription{
         .name = "Project",
         .attributes = {attributeOf<&Project::uuid_>("uuid"),
                        attributeOf<&Project::name_>("name"),

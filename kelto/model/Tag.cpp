@@ -9,15 +9,16 @@
 namespace kelto {
 
 const EntityDescription& Tag::description() {
-    static const EntityDescription entity{
-        .name = "Tag",
-        .attributes = {attributeOf<&Tag::uuid_>("uuid"),
-                       attributeOf<&Tag::name_>("name"),
-                       attributeOf<&Tag::createdAt_>("createdAt")},
-        .relationships = {thingsRelationship()},
-        .make = [](ObjectEnvironment& environment, std::int64_t row) {
-            return std::unique_ptr<ModelObject>(new Tag(environment, row));
-        }};
+    // Never destroyed: see librarySchema().
+    static const EntityDescription& entity =
+        *new EntityDescription{.name = "Tag",
+                               .attributes = {attributeOf<&Tag::uuid_>("uuid"),
+                                              attributeOf<&Tag::name_>("name"),
+                                              attributeOf<&Tag::createdAt_>("createdAt")},
+                               .relationships = {thingsRelationship()},
+                               .make = [](ObjectEnvironment& environment, std::int64_t row) {
+                                   return std::unique_ptr<ModelObject>(new Tag(environment, row));
+                               }};
     return entity;
 }
 

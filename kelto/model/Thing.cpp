@@ -13,13 +13,14 @@
 namespace kelto {
 
 const EntityDescription& Thing::description() {
-    static const EntityDescription entity{
-        .name = "Thing",
-        .attributes = attributes(),
-        .relationships = {projectRelationship(), tagsRelationship()},
-        .make = [](ObjectEnvironment& environment, std::int64_t row) {
-            return std::unique_ptr<ModelObject>(new Thing(environment, row));
-        }};
+    // Never destroyed: see librarySchema().
+    static const EntityDescription& entity =
+        *new EntityDescription{.name = "Thing",
+                               .attributes = attributes(),
+                               .relationships = {projectRelationship(), tagsRelationship()},
+                               .make = [](ObjectEnvironment& environment, std::int64_t row) {
+                                   return std::unique_ptr<ModelObject>(new Thing(environment, row));
+                               }};
     return entity;
 }
 

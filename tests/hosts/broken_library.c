@@ -1,6 +1,8 @@
 /* A library in the place of Kelto's that answers every exchange with the text in KELTO_ANSWER:
- * hosts must come to terms with it. Its answers come out of the main loop, as they should. */
+ * hosts must come to terms with it. Its answers come out of the main loop, as they should; with
+ * KELTO_INTERRUPTED somebody presses Ctrl+C just before. */
 #include <glib.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -25,6 +27,7 @@ int32_t kelto_apple_cloud_available(void) {
 
 static gboolean answer(gpointer data) {
     const Exchange* exchange = data;
+    if (getenv("KELTO_INTERRUPTED") != NULL) raise(SIGINT);
     exchange->callback(exchange->context, getenv("KELTO_ANSWER"));
     g_free(data);
     return G_SOURCE_REMOVE;

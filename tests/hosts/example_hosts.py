@@ -116,7 +116,9 @@ class HostTests(HostRun):
     def test_takes_no_broken_answer(self):
         for answer in ("", "sorry", "[]", '{"version":1}', '{"version":2,"records":[]}',
                        '{"version":1,"records":"[]"}', '{"version":1,"records":[{"uuid":"a"}',
-                       '{"version":1,"records":[],"status":"',
+                       '{"version":1,"records":[],"status":"', '{"version":null,"records":[]}',
+                       '{"version":1,"error":null,"records":[]}', '{"version":1,"error":5}',
+                       '{"version":1,"records":[{"uuid":null}]}', '{"version":1,"records":[5]}',
                        b'{"version":1,"records":[],"status":"\xff"}'):
             with self.subTest(answer=answer):
                 result = self.host(SAMPLES, library=BROKEN_LIBRARY, KELTO_ANSWER=answer)
@@ -185,7 +187,21 @@ class LoadingTests(HostTests, OtherProgramTests):
         self.assertEqual(result.stdout.decode(), FIRST.replace("TITLE", "Orbits, edited"))
 
 
-class C(HostTests, unittest.TestCase):
+class OddNameTests(HostRun):
+    """What Mono cannot do: it does not open such files."""
+
+    def test_takes_in_files_of_any_name(self):
+        folder = os.fsencode(self.desk.folder / "odd")
+        os.mkdir(folder)
+        for name in (b"no UTF-8 \xff.txt", b'"quoted" \\.txt', b"two\nlines.txt"):
+            Path(os.fsdecode(folder + b"/" + name)).write_text("text")
+        for new in (3, 0):
+            result = self.host(os.fsdecode(folder))
+            self.assertEqual(result.stderr.decode(), "")
+            self.assertIn(f"files in the folder: 3, new ones: {new}\n", result.stdout.decode())
+
+
+class C(HostTests, OddNameTests, unittest.TestCase):
     language = "c"
 
 
@@ -206,8 +222,24 @@ class CSharp(LoadingTests, unittest.TestCase):
         print(result.stdout.decode(), end="")
 
 
-class Python(LoadingTests, unittest.TestCase):
+class Python(LoadingTests, OddNameTests, unittest.TestCase):
     language = "python"
+
+    def test_can_be_interrupted_while_the_library_is_busy(self):
+        # The answer may be lost then; the interruption may not.
+        for waiting in ("bridge.exchange_blocking('{}')",
+                        "asyncio.new_event_loop().run_until_complete(bridge.exchange('{}'))"):
+            with self.subTest(waiting):
+                script = ("import asyncio, kelto, signal\n"
+                          "signal.signal(signal.SIGINT, signal.default_int_handler)\n"
+                          "bridge = kelto.Bridge()\n"
+                          f"try: {waiting}\n"
+                          "except KeyboardInterrupt: print('interrupted')")
+                result = self.desk.run(
+                    [sys.executable, "-B", "-c", script], KELTO_LIBRARY=str(BROKEN_LIBRARY),
+                    PYTHONPATH=str(SOURCE / "examples/python"), KELTO_INTERRUPTED="",
+                    KELTO_ANSWER='{"version":1,"records":[]}')
+                self.assertEqual((result.stderr, result.stdout), (b"", b"interrupted\n"))
 
 
 class Together(unittest.TestCase):

@@ -83,6 +83,13 @@ class Exchanging(unittest.TestCase):
                 bridge.exchange_blocking(broken)
             self.assertNotIn("\n", str(refusal.exception))
 
+    def test_refuses_what_is_nested_too_deeply_to_be_written(self):
+        nested = []
+        for _ in range(100_000):
+            nested = [nested]
+        with self.assertRaises(kelto.BadRequest):
+            bridge.exchange_blocking({"records": nested})
+
     def test_repairs_bytes_that_are_not_utf_8(self):
         # The C function takes any bytes; it is this host that is strict.
         raw = json.dumps(request(note(B, "before", 1775000000000))).encode()

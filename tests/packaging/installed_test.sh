@@ -36,7 +36,8 @@ contents() { dpkg-deb --fsys-tarfile "$work"/packages/"$1"_*.deb | tar tv --nume
     sed "s/$multiarch/ARCH/g" | sort -k 3; }
 same "what libkelto1 holds" "$(contents libkelto1)" "$(cat "$here/libkelto1.contents")"
 same "what libkelto-dev holds" "$(contents libkelto-dev)" "$(cat "$here/libkelto-dev.contents")"
-for line in '-rwxr-xr-x 0/0 ./usr/bin/keltoctl' '-rw-r--r-- 0/0 ./usr/share/man/man1/keltoctl.1.gz'; do
+for line in '-rwxr-xr-x 0/0 ./usr/bin/keltoctl' '-rw-r--r-- 0/0 ./usr/share/man/man1/keltoctl.1.gz' \
+    '-rw-r--r-- 0/0 ./usr/share/kelto/schema/keltoctl.schema.json'; do
     contents keltoctl | grep -xF -- "$line" >/dev/null || die "keltoctl's package lacks $line"
 done
 # It looks into the store as well as through the library: both must know the same format.
@@ -60,9 +61,12 @@ uses_installed_library() {
         die "$1 does not find the installed library: $(ldd "$1" | grep kelto)"
 }
 runs_as_expected() {
+    local printed wanted
     uses_installed_library "$1"
     rm -rf "$XDG_DATA_HOME"
-    same "what $1 prints" "$("$1")" "$(cat "$root/examples/c/expected-output.txt")"
+    printed=$("$1" "$root/samples/library" "Installed") || die "$1 has failed: $printed"
+    wanted=$(sed 's/TITLE/Installed/' "$root/examples/expected-first.txt")
+    same "what $1 prints" "$printed" "$wanted"
 }
 
 flags() { PKG_CONFIG_LIBDIR=$installed/$lib/pkgconfig pkg-config "$@" kelto; }

@@ -41,7 +41,7 @@ Texts are cut to the width of the terminal, and not cut at all when standard out
 says how wide it is. With
 .B \-\-json
 every command prints one document, in a form that stays; the file
-.I keltoctl.schema.json
+.I /usr/share/kelto/schema/keltoctl.schema.json
 describes it.
 .SH EXIT STATUS
 .TP

@@ -1,5 +1,7 @@
 #include "kelto/AppleBridge/RecordReader.hpp"
 
+#include <cstddef>
+#include <memory>
 #include <new>
 #include <type_traits>
 
@@ -58,16 +60,21 @@ RecordValue RecordReader::readValue(JsonReader& reader, RecordKey key) {
 }
 
 RecordValue RecordReader::readIdentifiers(JsonReader& reader) {
-    std::vector<Uuid>& identifiers = identifierLists_.emplace_back();
+    list_.clear();
     reader.enterArray();
     while (reader.nextElement()) {
         if (reader.kind() != JsonKind::string) {
             reader.skipValue();
         } else if (const auto identifier = Uuid::parse(reader.string())) {
-            identifiers.push_back(*identifier);
+            list_.push_back(*identifier);
         }
     }
-    return RecordValue::identifiers(identifiers);
+    static_assert(alignof(Uuid) == 1 && std::is_trivially_copyable_v<Uuid>);
+    const std::size_t bytes = list_.size() * sizeof(Uuid);
+    auto* const kept = reinterpret_cast<Uuid*>(lists_.reserve(bytes));
+    std::uninitialized_copy(list_.begin(), list_.end(), kept);
+    lists_.commit(bytes);
+    return RecordValue::identifiers({kept, list_.size()});
 }
 
 }  // namespace kelto

@@ -9,6 +9,7 @@
 #include "kelto/AppleBridge/RecordValue.hpp"
 #include "kelto/foundation/JsonReader.hpp"
 #include "kelto/foundation/LargeMemory.hpp"
+#include "kelto/foundation/TextArena.hpp"
 #include "kelto/foundation/Uuid.hpp"
 
 namespace kelto {
@@ -39,9 +40,9 @@ private:
 
     std::deque<RecordValues> few_;
     std::vector<LargeMemory> pieces_;
-    std::size_t free_ = 0;  // records for which the last piece has room
-    // Lists of identifiers; a deque, since records point into it while it grows.
-    std::deque<std::vector<Uuid>> identifierLists_;
+    std::size_t free_ = 0;            // records for which the last piece has room
+    std::vector<Uuid> list_;          // under way; kept for its memory
+    TextArena lists_;                 // of identifiers, which records point at
     std::deque<JsonReader> readers_;  // of single records, for the texts that they have decoded
 };
 

@@ -4,10 +4,12 @@
 #include <memory>
 #include <vector>
 
+#include "kelto/foundation/LargeMemory.hpp"
+
 namespace kelto {
 
-/// Memory for many small texts that live as long as the arena and never move. Gets large pieces
-/// from the heap and hands them out bit by bit.
+/// Memory for many small texts that live as long as the arena and never move. Gets a few pieces
+/// from the heap, then large ones from the system, and hands them out bit by bit.
 class TextArena {
 public:
     /// Room for `size` bytes, of which the caller keeps what it commits.
@@ -24,7 +26,8 @@ public:
 private:
     void addChunk(std::size_t size);
 
-    std::vector<std::unique_ptr<char[]>> chunks_;
+    std::vector<std::unique_ptr<char[]>> few_;
+    std::vector<LargeMemory> large_;
     char* next_ = nullptr;
     std::size_t free_ = 0;
 };

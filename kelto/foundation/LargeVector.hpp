@@ -33,7 +33,7 @@ public:
         if (isLarge(size)) {
             LargeMemory::giveBack(start, size);
         } else {
-            ::operator delete(start, size);
+            ::operator delete(start);
         }
     }
 

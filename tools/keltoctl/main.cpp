@@ -47,7 +47,7 @@ std::vector<std::string> givenCommands(const CLI::App* app) {
 
 /// What the parser found wrong, in words for people.
 std::string clauseOf(const CLI::Error& error) {
-    const std::string text = error.what();
+    std::string text = error.what();
     // "--project: 1 required NAME missing"
     const std::size_t at = text.find(": 1 required ");
     const bool lacksValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;

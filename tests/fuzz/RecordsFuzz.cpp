@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -86,16 +87,36 @@ bool isRequest(const JsonValue& document) {
     return member("storePath")->string() != nullptr && member("directory")->string() != nullptr;
 }
 
+bool isSureToBeRefused(const JsonValue& record) {
+    const auto textOf = [&](std::string_view key) {
+        const JsonValue* value = record.member(key);
+        return value == nullptr ? nullptr : value->string();
+    };
+    const JsonValue* deleted = record.member("deleted");
+    if (deleted != nullptr && deleted->boolean() != nullptr && *deleted->boolean()) return false;
+    const std::string* type = textOf("recordType");
+    const std::string* uuid = textOf("uuid");
+    return type == nullptr || uuid == nullptr || !Uuid::parse(*uuid) ||
+           (*type != "Project" && *type != "Tag" && *type != "Thing");
+}
+
+/// What is left of a request's records: nothing behind the first that is sure to be refused.
+std::size_t readCount(const JsonElements& records) {
+    const auto refused = std::find_if(records.begin(), records.end(), &isSureToBeRefused);
+    const auto end = refused == records.end() ? refused : refused + 1;
+    return static_cast<std::size_t>(end - records.begin());
+}
+
 void compareRequest(const std::string& text) {
     const auto whole = tree(text);
     try {
         const ExchangeRequest request{LargeText(text)};
         require(whole && isRequest(*whole), "only requests are read as requests");
         const JsonElements& records = *whole->member("records")->array();
-        require(request.records().size() == records.size(), "no record is lost or made up");
+        require(request.records().size() == readCount(records), "no record is lost or made up");
         require(request.directory() == *whole->member("directory")->string(),
                 "the directory is the same text");
-        for (std::size_t i = 0; i < records.size(); ++i) {
+        for (std::size_t i = 0; i < request.records().size(); ++i) {
             const JsonValue* title = records[i].member("title");
             const std::string* expected = title == nullptr ? nullptr : title->string();
             require(request.records()[i].string(RecordKey::title) ==

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "kelto/AppleBridge/Record.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
+#include "kelto/foundation/LargeVector.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
 #include "kelto/platform/FileSystem.hpp"
 

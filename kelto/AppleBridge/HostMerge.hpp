@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "kelto/AppleBridge/AssetReader.hpp"
 #include "kelto/AppleBridge/ExchangeRequest.hpp"
@@ -13,6 +12,7 @@
 #include "kelto/AppleBridge/MergeNotes.hpp"
 #include "kelto/AppleBridge/MergeObserver.hpp"
 #include "kelto/AppleBridge/ThingMerge.hpp"
+#include "kelto/foundation/LargeVector.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
 #include "kelto/model/Thing.hpp"

@@ -43,7 +43,7 @@ private:
     static bool isLarge(std::size_t size) { return size >= LargeMemory::leastBytes; }
 };
 
-/// A vector for thousands of elements that are needed for a moment.
+/// A vector for thousands of elements that come and go with an exchange.
 template <typename Value>
 using LargeVector = std::vector<Value, LargeAllocator<Value>>;
 

@@ -2,8 +2,10 @@
 // one thread is in exchanges and another one calls in. It ends well when both were still at it
 // after all of them have gone.
 //
-//   leaving_host FOLDER             FOLDER: for the exchange; XDG_DATA_HOME names that of the
-//   library leaving_host FOLDER callback    the same, but it is a callback that ends the process
+//   leaving_host FOLDER
+//   leaving_host FOLDER callback    the same, but it is a callback that ends the process
+//
+// FOLDER is for the exchange; XDG_DATA_HOME names that of the library.
 
 #include <array>
 #include <atomic>

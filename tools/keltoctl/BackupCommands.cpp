@@ -23,7 +23,7 @@ struct BackupOptions {
 };
 
 std::string spokenFile(const std::string& path) {
-    return "“" + terminalSafe(path) + "”";
+    return quotedName(terminalSafe(path));
 }
 
 std::string listed(const StoreReport& report) {

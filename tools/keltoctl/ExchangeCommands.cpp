@@ -3,9 +3,9 @@
 
 #include "kelto/foundation/PlatformError.hpp"
 #include "tools/keltoctl/Commands.hpp"
-#include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/Moment.hpp"
 #include "tools/keltoctl/PrivateFile.hpp"
+#include "tools/keltoctl/RecordFields.hpp"
 #include "tools/keltoctl/Refusal.hpp"
 #include "tools/keltoctl/StandardStreams.hpp"
 #include "tools/keltoctl/TerminalText.hpp"
@@ -19,8 +19,7 @@ namespace {
 std::string lines(std::string_view what, const std::vector<Difference::Entry>& entries) {
     std::string text;
     for (const Difference::Entry& entry : entries)
-        text += std::string(what) + std::string(entry.recordType) + " “" +
-                terminalSafe(entry.name) + "” (" + terminalSafe(shortIdentifier(entry.id)) + ")\n";
+        text += std::string(what) + spokenRecord(entry.recordType, entry.name, entry.id) + "\n";
     return text;
 }
 

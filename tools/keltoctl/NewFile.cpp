@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "tools/keltoctl/PrivateFile.hpp"
 #include "tools/keltoctl/Refusal.hpp"
 
 namespace kelto::ctl {
@@ -10,12 +11,6 @@ namespace kelto::ctl {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// "." for a mere name.
-std::string folderOf(const std::string& path) {
-    const fs::path folder = fs::path(path).parent_path();
-    return folder.empty() ? "." : folder.string();
-}
 
 /// Whether the file lies in the folder of the store, or below it.
 bool liesBesideStore(const std::string& path, const std::string& storePath) {

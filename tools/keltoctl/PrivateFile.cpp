@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <limits>
 #include <system_error>
 
@@ -74,6 +75,11 @@ std::optional<std::string> readNamedFile(const std::string& path) {
     if (isDevice && ::isatty(file.number()) != 1)
         throw Refusal("“" + path + "” is a device; name a file.");
     return readToEnd(file.number(), path, documentLimitBytes);
+}
+
+std::string folderOf(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path();
+    return folder.empty() ? "." : folder;
 }
 
 std::int64_t fileSize(const std::string& path) {

@@ -24,6 +24,9 @@ inline constexpr std::size_t documentLimitBytes = 0xFFFF'FFFF;
 /// What an open file holds from where it stands; throws Refusal also when it is longer than that.
 [[nodiscard]] std::string readToEnd(int file, const std::string& name, std::size_t limitBytes);
 
+/// The folder that a file of that name lies in, or would lie in; "." for a mere name.
+[[nodiscard]] std::string folderOf(const std::string& path);
+
 /// The size of the file in bytes, 0 when there is none.
 [[nodiscard]] std::int64_t fileSize(const std::string& path);
 

@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "kelto/foundation/FilePath.hpp"
 #include "tools/keltoctl/Identifier.hpp"
 #include "tools/keltoctl/PrivateFile.hpp"
 
@@ -17,11 +16,6 @@ namespace kelto::ctl {
 namespace {
 
 constexpr std::string_view openFiles = "/proc/self/fd/";
-
-std::string folderOf(const std::string& path) {
-    const std::string folder(withoutLastPathComponent(path));
-    return folder.empty() ? "." : folder;
-}
 
 /// None where the system cannot make one, or could not name it later.
 FileDescriptor namelessFile(const std::string& folder) {

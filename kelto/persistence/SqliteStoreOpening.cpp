@@ -1,8 +1,10 @@
 #include "kelto/persistence/SqliteStoreOpening.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <exception>
+#include <span>
 
 #include "kelto/foundation/FilePath.hpp"
 #include "kelto/persistence/SqliteMigration.hpp"
@@ -90,6 +92,17 @@ void bringUpToDate(const Schema& schema, SqliteDatabase& database) {
     }
 }
 
+/// Whether a power cut in the making of the store can have left this beginning: the pages of a file
+/// reach the disk in any order, and until the first one does, it begins with zeros. The database
+/// takes such a file back to an empty one by the journal beside it, which was flushed before.
+bool isBegunOnly(std::span<const std::byte> header, FileSystem& files, const std::string& path) {
+    const bool isZero = std::all_of(
+        header.begin(), header.end(), [](std::byte byte) { return byte == std::byte{}; });
+    if (!isZero) return false;
+    const auto journal = files.status(path + "-journal");
+    return journal && journal->size > 0;
+}
+
 void createFileIfMissing(FileSystem& files, const std::string& path) {
     if (files.status(path)) return;
     try {
@@ -112,7 +125,7 @@ void requireStoreFile(FileSystem& files, const std::string& path) {
     // The file itself is looked at: merely opening a database may already change those beside it.
     std::array<std::byte, 100> header{};
     const std::size_t read = files.openForReading(path)->read(header);
-    if (read == 0) return;
+    if (read == 0 || isBegunOnly(std::span(header).first(read), files, path)) return;
     if (read < header.size() || std::memcmp(header.data(), "SQLite format 3", 16) != 0) {
         throw notAStore(path);
     }

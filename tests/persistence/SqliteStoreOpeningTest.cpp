@@ -1,6 +1,3 @@
-#include <fstream>
-#include <sstream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -11,6 +8,7 @@
 #include "kelto/persistence/SqliteStore.hpp"
 #include "kelto/platform/linux/PosixFileSystem.hpp"
 #include "tests/persistence/LibraryStore.hpp"
+#include "tests/support/Files.hpp"
 
 namespace kelto {
 namespace {
@@ -21,17 +19,34 @@ protected:
         SqliteDatabase(library.storePath(), std::chrono::milliseconds(1000)).run(sql);
     }
 
-    [[nodiscard]] std::string storeBytes() const {
-        std::ostringstream bytes;
-        bytes << std::ifstream(library.storePath(), std::ios::binary).rdbuf();
-        return bytes.str();
-    }
+    [[nodiscard]] std::string storeBytes() const { return readFile(library.storePath()); }
 
     void replaceStoreBy(std::string_view bytes) {
         for (const char* suffix : {"", "-wal", "-shm"}) {
             library.files().remove(library.storePath() + suffix);
         }
-        std::ofstream(library.storePath(), std::ios::binary) << bytes;
+        writeFile(library.storePath(), bytes);
+    }
+
+    /// What a power cut leaves of a store in the making: the journal was flushed, and of the pages
+    /// some have reached the disk, but not the first one.
+    void interruptTheMaking() {
+        replaceStoreBy("");
+        std::string pages;
+        std::string journal;
+        {
+            SqliteDatabase maker(library.storePath(), std::chrono::milliseconds(1000));
+            maker.run("PRAGMA cache_size = 1");  // so that pages are written before the commit
+            maker.run("BEGIN");
+            maker.run("CREATE TABLE made (a)");
+            for (int i = 0; i < 20; ++i) maker.run("INSERT INTO made VALUES (randomblob(3000))");
+            pages = storeBytes();
+            journal = readFile(library.storePath() + "-journal");
+        }
+        ASSERT_GT(pages.size(), 4096U);
+        ASSERT_GT(journal.size(), 0U);
+        replaceStoreBy(pages.replace(0, 4096, 4096, '\0'));
+        writeFile(library.storePath() + "-journal", journal);
     }
 
     /// The sentence with which opening fails.
@@ -127,6 +142,26 @@ TEST_F(SqliteStoreOpeningTest, MakesAStoreOfAnEmptyFile) {
     replaceStoreBy("");
     EXPECT_EQ(refusal(), "");
     EXPECT_EQ(library.number("SELECT count(*) FROM Thing"), 0);
+}
+
+TEST_F(SqliteStoreOpeningTest, MakesAStoreWhoseMakingAPowerCutInterrupted) {
+    interruptTheMaking();
+    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(library.number("SELECT count(*) FROM Thing"), 0);
+}
+
+TEST_F(SqliteStoreOpeningTest, RefusesAFileOfZerosWithoutAJournal) {
+    const std::string zeros(8192, '\0');
+    replaceStoreBy(zeros);
+    EXPECT_THAT(refusal(), testing::HasSubstr("isn’t a library store"));
+    EXPECT_EQ(storeBytes(), zeros);
+}
+
+TEST_F(SqliteStoreOpeningTest, LeavesAFileThatIsNoDatabaseAloneWhateverJournalLiesBesideIt) {
+    interruptTheMaking();
+    writeFile(library.storePath(), "Dear diary");
+    EXPECT_THAT(refusal(), testing::HasSubstr("isn’t a library store"));
+    EXPECT_EQ(storeBytes(), "Dear diary");
 }
 
 TEST_F(SqliteStoreOpeningTest, ReportsADamagedDatabase) {

@@ -13,9 +13,11 @@ namespace kelto {
 
 namespace {
 
-/// Only for paths that are spelled as nearly all are: from the root down to a plain name.
+/// Only for paths that are spelled as nearly all are: from the root down to a plain name, and not
+/// longer than the system opens at once (PATH_MAX).
 std::optional<FilePlace> placeOf(std::string_view path) {
-    if (!path.starts_with('/')) return std::nullopt;
+    constexpr std::size_t longestPath = 4096;
+    if (!path.starts_with('/') || path.size() >= longestPath) return std::nullopt;
     const std::size_t slash = path.rfind('/');
     const FilePlace place{path.substr(0, slash), path.substr(slash + 1)};
     const bool isPlain = !place.folder.empty() && !place.name.empty() && place.name != "." &&

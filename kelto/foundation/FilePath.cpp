@@ -1,7 +1,6 @@
 #include "kelto/foundation/FilePath.hpp"
 
 #include <algorithm>
-#include <vector>
 
 #include "kelto/foundation/Text.hpp"
 
@@ -41,16 +40,19 @@ std::size_t extensionLength(std::string_view name) {
     return holdsForbiddenCharacter(extension) ? 0 : extension.size();
 }
 
-/// Adds the components of `path` to those that lead up to it.
-void descend(std::vector<std::string_view>& components, std::string_view path) {
+/// Goes on from `place`, a standardized path or "" for the root, along the components of `way`. The
+/// text alone says where it has come: a list of components would weigh eight times a path of short
+/// ones, and a path may be as long as its sender likes.
+void descend(std::string& place, std::string_view way) {
     std::size_t start = 0;
-    while (start < path.size()) {
-        const std::size_t end = std::min(path.find('/', start), path.size());
-        const std::string_view component = path.substr(start, end - start);
+    while (start < way.size()) {
+        const std::size_t end = std::min(way.find('/', start), way.size());
+        const std::string_view component = way.substr(start, end - start);
         if (component == "..") {
-            if (!components.empty()) components.pop_back();
+            if (!place.empty()) place.resize(place.rfind('/'));
         } else if (!component.empty() && component != ".") {
-            components.push_back(component);
+            place += '/';
+            place += component;
         }
         start = end + 1;
     }
@@ -96,18 +98,11 @@ std::string joinedPath(std::string_view folder, std::string_view name) {
 }
 
 std::string standardizedPath(std::string_view path, std::string_view base) {
-    std::vector<std::string_view> components;
-    if (!path.starts_with('/')) descend(components, base);
-    descend(components, path);
-
-    if (components.empty()) return "/";
     std::string standardized;
     standardized.reserve(base.size() + path.size() + 2);
-    for (const std::string_view component : components) {
-        standardized += '/';
-        standardized += component;
-    }
-    return standardized;
+    if (!path.starts_with('/')) descend(standardized, base);
+    descend(standardized, path);
+    return standardized.empty() ? "/" : standardized;
 }
 
 }  // namespace kelto

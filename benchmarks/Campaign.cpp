@@ -136,6 +136,7 @@ void Campaign::measureOn(const SampleShape& shape, const std::string& folder) {
     if (options_.wants("W1")) runJob("resident", shape, folder);
     if (options_.wants("W4")) {
         report("first exchange of a process, " + name);
+        runJob("settling", shape, folder);
         for (std::size_t i = 0; i < options_.runs; ++i) runJob("first", shape, folder, i);
     }
     if (options_.wants("W6")) {

@@ -14,6 +14,9 @@ void runImport(const Options& options);
 void runUnchanged(const Options& options);
 /// Memory after W1, in a process that keeps nothing of its own.
 void runResident(const Options& options);
+/// Exchanges until the store knows the host's files again, which it does once they have aged; tells
+/// no sample.
+void runSettling(const Options& options);
 /// W4: one first exchange of a process on an existing store.
 void runFirst(const Options& options);
 /// W2.

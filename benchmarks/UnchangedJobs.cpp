@@ -88,6 +88,11 @@ void runResident(const Options& options) {
     tell(sample);
 }
 
+void runSettling(const Options& options) {
+    const Workplace place(options);
+    const WarmHost settled(place);
+}
+
 void runFirst(const Options& options) {
     const Workplace place(options);
     const HostSnapshot host = place.savedHost();

@@ -24,6 +24,7 @@ void runJob(const Options& options) {
         {"import", runImport},
         {"unchanged", runUnchanged},
         {"resident", runResident},
+        {"settling", runSettling},
         {"first", runFirst},
         {"edited", runEdited},
         {"foreign", runForeign},

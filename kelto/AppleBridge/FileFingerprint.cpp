@@ -1,6 +1,7 @@
 #include "kelto/AppleBridge/FileFingerprint.hpp"
 
 #include "kelto/AppleBridge/RecordWriter.hpp"
+#include "kelto/AppleBridge/StoredFingerprints.hpp"
 #include "kelto/foundation/Sha256.hpp"
 #include "kelto/foundation/TextBuffer.hpp"
 
@@ -35,7 +36,7 @@ std::string fileFingerprint(const FileFacts& facts) {
 }
 
 std::string fileFingerprint(const Thing& thing) {
-    if (thing.derivedDigests()) return thing.derivedDigests()->file.hex();
+    if (const DerivedDigests* held = heldFingerprints(thing)) return held->file.hex();
     return fileFingerprint(FileFacts::of(thing));
 }
 

@@ -7,6 +7,7 @@
 
 #include "kelto/AppleBridge/BridgeError.hpp"
 #include "kelto/AppleBridge/FetchAhead.hpp"
+#include "kelto/AppleBridge/Fingerprints.hpp"
 #include "kelto/AppleBridge/MergedTimes.hpp"
 #include "kelto/AppleBridge/ProjectCycles.hpp"
 
@@ -22,6 +23,16 @@ Uuid identifierOf(const Record& record) {
 RecordType typeOf(const Record& record) {
     if (const auto type = record.type()) return *type;
     throw BridgeError(BridgeRefusal::unknownRecordType);
+}
+
+std::vector<const Thing*> changedThings(const ModelContext& context) {
+    std::vector<const Thing*> things;
+    for (const ModelObject* object : context.insertedAndChanged()) {
+        if (&object->entity() == &Thing::description()) {
+            things.push_back(static_cast<const Thing*>(object));
+        }
+    }
+    return things;
 }
 
 }  // namespace
@@ -56,6 +67,7 @@ void HostMerge::merge() {
 }
 
 std::unique_ptr<RequestMemory> HostMerge::save() {
+    rememberFingerprints(changedThings(context_));  // so that the rows get them, too
     context_.save();
     index_.agree(context_);
     auto memory = notes_.take();

@@ -1,5 +1,6 @@
 #include "kelto/AppleBridge/RecordList.hpp"
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,9 +44,9 @@ public:
         }
         text_.append(',');
     }
-    void finish() const {
-        if (text_.roomLeft() == 0 && text_.view().data() == start_) return;
-        fatalError("a record has another length than was worked out");
+    /// Whether they fill their place, and nothing else.
+    [[nodiscard]] bool fits() const {
+        return text_.roomLeft() == 0 && text_.view().data() == start_;
     }
 
 private:
@@ -79,6 +80,14 @@ void RecordList::append(const Tag& tag) {
 void RecordList::append(std::span<Thing* const> things, std::size_t bytesBehind) {
     if (things.empty()) return;
     separate();
+    if (tryToAppend(things, bytesBehind)) return;
+    // The lengths may be those that the store told of, and a store can be made to tell anything.
+    for (const Thing* thing : things) thing->remember(computedFingerprints(*thing));
+    if (tryToAppend(things, bytesBehind)) return;
+    fatalError("a record has another length than was worked out");
+}
+
+bool RecordList::tryToAppend(std::span<Thing* const> things, std::size_t bytesBehind) {
     // Where each so many of them begin is known before they are printed: any thread can print any.
     constexpr std::size_t stride = 128;
     std::vector<std::size_t> starts;
@@ -91,27 +100,30 @@ void RecordList::append(std::span<Thing* const> things, std::size_t bytesBehind)
     }
     starts.push_back(bytes);
     char* const room = text_.room(bytes + bytesBehind);
+    std::atomic<bool> fits = true;
     shareWork(things.size(), stride, [&](std::size_t begin, std::size_t end) {
         const std::size_t number = begin / stride;
-        print(things.subspan(begin, end - begin),
-              {room + starts[number], starts[number + 1] - starts[number]});
+        const std::span place(room + starts[number], starts[number + 1] - starts[number]);
+        if (!print(things.subspan(begin, end - begin), place)) fits = false;
     });
+    if (!fits) return false;
     const std::size_t lastComma = 1;
     text_.commit(room + bytes - lastComma);
+    return true;
 }
 
 std::size_t RecordList::bytesOf(const Thing& thing) const {
     return thingRecordBytes(thing, *thing.derivedDigests(), folderBytes_);
 }
 
-void RecordList::print(std::span<Thing* const> things, std::span<char> room) const {
+bool RecordList::print(std::span<Thing* const> things, std::span<char> room) const {
     RecordRun run(room);
     for (std::size_t i = 0; i < things.size(); ++i) {
         if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
         if (i + textsAhead < things.size()) fetchTexts(*things[i + textsAhead]);
         run.append(*things[i], bytesOf(*things[i]), receivedFolder_);
     }
-    run.finish();
+    return run.fits();
 }
 
 void RecordList::separate() {

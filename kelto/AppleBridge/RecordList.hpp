@@ -32,8 +32,10 @@ public:
 
 private:
     [[nodiscard]] std::size_t bytesOf(const Thing& thing) const;
-    /// Each with a comma behind it, into room that they fill.
-    void print(std::span<Thing* const> things, std::span<char> room) const;
+    /// False when the lengths that the things remember are wrong; nothing is appended then.
+    [[nodiscard]] bool tryToAppend(std::span<Thing* const> things, std::size_t bytesBehind);
+    /// Each with a comma behind it. Answers whether they fill the room.
+    [[nodiscard]] bool print(std::span<Thing* const> things, std::span<char> room) const;
     void separate();
 
     std::string_view receivedFolder_;

@@ -6,6 +6,7 @@
 
 #include "kelto/AppleBridge/FileFingerprint.hpp"
 #include "kelto/AppleBridge/RecordWriter.hpp"
+#include "kelto/AppleBridge/StoredFingerprints.hpp"
 #include "kelto/foundation/JsonWriter.hpp"
 #include "kelto/foundation/Sha256.hpp"
 #include "kelto/model/Project.hpp"
@@ -116,11 +117,13 @@ DerivedDigests computedFingerprints(const Thing& thing) {
     appendCanonicalRecord(json, thing, digests.file);
     digests.record = sha256(json.view());
     digests.recordBytes = json.size();
+    digests.basis = fingerprintBasis(thing, digests);
     return digests;
 }
 
 DerivedDigests fingerprintsOf(const Thing& thing) {
-    if (!thing.derivedDigests()) thing.remember(computedFingerprints(thing));
+    if (const DerivedDigests* held = heldFingerprints(thing)) return *held;
+    thing.remember(computedFingerprints(thing));
     return *thing.derivedDigests();
 }
 

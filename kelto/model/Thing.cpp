@@ -14,13 +14,15 @@ namespace kelto {
 
 const EntityDescription& Thing::description() {
     // Never destroyed: see librarySchema().
-    static const EntityDescription& entity =
-        *new EntityDescription{.name = "Thing",
-                               .attributes = attributes(),
-                               .relationships = {projectRelationship(), tagsRelationship()},
-                               .make = [](ObjectEnvironment& environment, std::int64_t row) {
-                                   return std::unique_ptr<ModelObject>(new Thing(environment, row));
-                               }};
+    static const EntityDescription& entity = *new EntityDescription{
+        .name = "Thing",
+        .attributes = attributes(),
+        .relationships = {projectRelationship(), tagsRelationship()},
+        .make =
+            [](ObjectEnvironment& environment, std::int64_t row) {
+                return std::unique_ptr<ModelObject>(new Thing(environment, row));
+            },
+        .keepsDigests = true};
     return entity;
 }
 

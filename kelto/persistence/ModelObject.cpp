@@ -17,7 +17,7 @@ void ModelObject::noteChangedRow() {
 }
 
 void ModelObject::renew() {
-    derivedDigests_.reset();
+    digestState_ = DigestState::none;
     changeNumber_ = environment_->nextChange();
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "kelto/foundation/Sha256.hpp"
@@ -21,13 +22,18 @@ struct PersistentIdentifier {
     friend bool operator==(const PersistentIdentifier&, const PersistentIdentifier&) = default;
 };
 
-/// Digests over what an object holds: dear to compute, and asked for at every exchange.
+/// Digests over what an object holds: dear to compute, and asked for at every exchange. Rows keep
+/// them byte by byte as they stand here.
 struct DerivedDigests {
     Digest file;    ///< Of the part that makes up the object's file.
     Digest record;  ///< Of all of it.
     /// How long the text was of which `record` is the digest: others are as long but for a little.
-    std::size_t recordBytes = 0;
+    std::uint64_t recordBytes = 0;
+    /// What they were worked out from, in short: those of a row hold for an object of which this is
+    /// the same.
+    std::uint64_t basis = 0;
 };
+static_assert(std::has_unique_object_representations_v<DerivedDigests>);
 
 /// The base of everything that the store keeps: one object is one thing of the library, is owned by
 /// its container (or by a test) and is never copied or moved. Main thread only.
@@ -59,10 +65,18 @@ public:
     /// What somebody has worked out from this object and told it to remember; forgotten at its next
     /// change. Others that it depends on, such as the identifiers of related objects, must be
     /// fixed.
-    [[nodiscard]] const std::optional<DerivedDigests>& derivedDigests() const {
-        return derivedDigests_;
+    [[nodiscard]] const DerivedDigests* derivedDigests() const {
+        return digestState_ == DigestState::remembered ? &digests_ : nullptr;
     }
-    void remember(const DerivedDigests& digests) const { derivedDigests_ = digests; }
+    void remember(const DerivedDigests& digests) const {
+        digests_ = digests;
+        digestState_ = DigestState::remembered;
+    }
+    /// What the object's row says of them: from whoever wrote the row last, and perhaps from before
+    /// that. Nothing is to be believed of it until its basis has been compared.
+    [[nodiscard]] const DerivedDigests* storedDigests() const {
+        return digestState_ == DigestState::stored ? &digests_ : nullptr;
+    }
 
 protected:
     ModelObject(const EntityDescription& entity, ObjectEnvironment& environment, std::int64_t row)
@@ -91,6 +105,8 @@ private:
     friend class ModelContext;
     friend class ObjectLoader;
 
+    enum class DigestState : std::uint8_t { none, stored, remembered };
+
     /// What was worked out from the object holds no more.
     void renew();
 
@@ -100,7 +116,8 @@ private:
     std::uint64_t changeNumber_;
     State state_ = State::detached;
     bool rowChanged_ = false;
-    mutable std::optional<DerivedDigests> derivedDigests_;
+    mutable DigestState digestState_ = DigestState::none;
+    mutable DerivedDigests digests_;
 };
 
 }  // namespace kelto

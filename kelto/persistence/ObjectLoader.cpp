@@ -1,5 +1,6 @@
 #include "kelto/persistence/ObjectLoader.hpp"
 
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -108,10 +109,11 @@ void ObjectLoader::read(ModelObject& object, RowReader& values) {
     for (const AttributeDescription& attribute : object.entity().attributes) {
         attribute.read(object, values, column++);
     }
-    readRelationships(object, values, column);
+    column = readRelationships(object, values, column);
+    if (object.entity().keepsDigests) readDigests(object, values.blob(column));
 }
 
-void ObjectLoader::readRelationships(ModelObject& object, RowReader& values, int column) {
+int ObjectLoader::readRelationships(ModelObject& object, RowReader& values, int column) {
     // Others may not be loaded yet: the links wait until all are.
     for (const RelationshipDescription& relationship : object.entity().relationships) {
         switch (relationship.storage) {
@@ -130,6 +132,13 @@ void ObjectLoader::readRelationships(ModelObject& object, RowReader& values, int
         }
         ++column;
     }
+    return column;
+}
+
+void ObjectLoader::readDigests(ModelObject& object, Bytes stored) {
+    if (stored.size() != sizeof object.digests_) return;
+    std::memcpy(&object.digests_, stored.data(), stored.size());
+    object.digestState_ = ModelObject::DigestState::stored;
 }
 
 void ObjectLoader::linkWaiting() {

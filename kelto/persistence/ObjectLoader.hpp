@@ -42,7 +42,9 @@ private:
     void refresh(ModelObject& object, RowReader& values);
     void read(ModelObject& object, RowReader& values);
     /// Notes what a row says of the relationships of `object`; their columns begin at `column`.
-    void readRelationships(ModelObject& object, RowReader& values, int column);
+    /// Answers the column behind them.
+    int readRelationships(ModelObject& object, RowReader& values, int column);
+    static void readDigests(ModelObject& object, Bytes stored);
     void linkWaiting();
     void dropGone();
 

@@ -73,6 +73,8 @@ struct EntityDescription {
     std::vector<RelationshipDescription> relationships;
     /// A blank object for the row of that number, every field at its default.
     std::unique_ptr<ModelObject> (*make)(ObjectEnvironment&, std::int64_t row) = nullptr;
+    /// Whether rows have a last column for what somebody has derived from the object.
+    bool keepsDigests = false;
 };
 
 /// All entities of a store, in the order in which they are created and loaded.

@@ -12,6 +12,8 @@ std::string quoted(std::string_view identifier) {
 
 namespace {
 
+constexpr std::string_view digestsColumn = "digests";
+
 std::string columnType(const AttributeDescription& attribute) {
     const std::string name = quoted(attribute.name);
     const std::string required = attribute.isOptional ? "" : " NOT NULL";
@@ -53,6 +55,7 @@ std::vector<std::string> columns(const EntityDescription& entity) {
             names.push_back(quoted(relationship.name));
         }
     }
+    if (entity.keepsDigests) names.push_back(quoted(digestsColumn));
     return names;
 }
 
@@ -74,6 +77,7 @@ std::string createTable(const EntityDescription& entity) {
         if (relationship.storage == RelationshipStorage::inverse) continue;
         definitions.push_back(quoted(relationship.name) + " " + columnType(relationship));
     }
+    if (entity.keepsDigests) definitions.push_back(quoted(digestsColumn) + " BLOB");
     return "CREATE TABLE " + quoted(entity.name) + " (" + joined(definitions, ", ") + ") STRICT";
 }
 

@@ -1,6 +1,7 @@
 #include "kelto/persistence/SqliteStore.hpp"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "kelto/foundation/FatalError.hpp"
@@ -30,7 +31,8 @@ private:
     RowReader& row_;
 };
 
-/// Binds attributes and relationship columns from parameter `at` on; answers the next parameter.
+/// Binds attributes, relationship columns and digests from parameter `at` on; answers the next
+/// parameter.
 int bindFields(const ModelObject& object, SqliteStatement& statement, int at) {
     for (const AttributeDescription& attribute : object.entity().attributes) {
         attribute.write(object, statement, at++);
@@ -44,6 +46,13 @@ int bindFields(const ModelObject& object, SqliteStatement& statement, int at) {
             statement.null(at++);
         } else {
             statement.integer(at++, related.front()->row());
+        }
+    }
+    if (object.entity().keepsDigests) {
+        if (const DerivedDigests* digests = object.derivedDigests()) {
+            statement.blob(at++, std::as_bytes(std::span(digests, 1)));
+        } else {
+            statement.null(at++);
         }
     }
     return at;

@@ -23,7 +23,7 @@ namespace kelto {
 class SqliteStore final : public PersistentStore {
 public:
     /// The store format that this library reads and writes. Stored for ever: only add.
-    static constexpr std::int64_t formatVersion = 2;
+    static constexpr std::int64_t formatVersion = 3;
     /// "Klto", the mark of a library's store in the database header.
     static constexpr std::int64_t applicationId = 0x4B6C746F;
     /// How long another program that is writing is waited for.

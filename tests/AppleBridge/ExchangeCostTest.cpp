@@ -173,7 +173,7 @@ TEST_F(ExchangeCost, AfterARestartIsLoadingAndComparing) {
     EXPECT_EQ(done(Work::rowsWritten), 0);
     EXPECT_EQ(done(Work::filesWritten), 0);
     EXPECT_EQ(done(Work::objectsLoaded), thingCount + 2);
-    EXPECT_EQ(done(Work::digests), 2 * thingCount);
+    EXPECT_EQ(done(Work::digests), 0) << "the rows hold the fingerprints";
 }
 
 TEST_F(ExchangeCost, OfAFileThatIsWrittenAgainIsItsBytes) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "kelto/AppleBridge/FileFingerprint.hpp"
+#include "kelto/AppleBridge/StoredFingerprints.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/model/Project.hpp"
 #include "kelto/model/Tag.hpp"
@@ -40,8 +41,16 @@ TEST_P(RememberedFingerprints, AreForgottenWhenTheFieldChanges) {
     World world;
     const Digest before = fingerprintsOf(world.thing).record;
     GetParam().make(world);
-    EXPECT_FALSE(world.thing.derivedDigests().has_value());
+    EXPECT_EQ(world.thing.derivedDigests(), nullptr);
     EXPECT_NE(fingerprintsOf(world.thing).record, before);
+}
+
+TEST_P(RememberedFingerprints, HaveAnotherBasisWhenTheFieldChanges) {
+    World world;
+    const DerivedDigests digests = fingerprintsOf(world.thing);
+    EXPECT_EQ(digests.basis, fingerprintBasis(world.thing, digests));
+    GetParam().make(world);
+    EXPECT_NE(digests.basis, fingerprintBasis(world.thing, digests));
 }
 
 constexpr Payload somePayload{};
@@ -82,7 +91,7 @@ TEST(RememberedFingerprint, StayWhenAnEqualValueIsAssigned) {
     world.thing.setTitle("title");
     world.thing.setTags({&world.tag});
     world.thing.setProject(&world.project);
-    EXPECT_TRUE(world.thing.derivedDigests().has_value());
+    EXPECT_NE(world.thing.derivedDigests(), nullptr);
 }
 
 TEST(RememberedFingerprint, AreThoseOfTheFileAndOfTheRecord) {

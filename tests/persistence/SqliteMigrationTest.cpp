@@ -95,6 +95,25 @@ TEST_F(SqliteMigrationTest, MakesTheSameTablesAsANewStoreHas) {
     EXPECT_EQ(tablesOf(migrated), wanted);
 }
 
+TEST_F(SqliteMigrationTest, BringsAStoreOfFormat2Over) {
+    {
+        ModelContext context(library.container());
+        context.insert<Thing>(ThingKind::note, "kept");
+        context.save();
+    }
+    SqliteDatabase fresh(library.storePath(), std::chrono::milliseconds(1000));
+    const std::string wanted = tablesOf(fresh);
+    library.close();
+    execute("ALTER TABLE Thing DROP COLUMN digests");
+    execute("PRAGMA user_version = 2");
+    library.reopen();
+    EXPECT_EQ(library.number("PRAGMA user_version"), SqliteStore::formatVersion);
+    EXPECT_EQ(tablesOf(fresh), wanted);
+    ModelContext context(library.container());
+    EXPECT_EQ(context.fetch<Thing>().front()->title(), "kept");
+    EXPECT_EQ(context.fetch<Thing>().front()->storedDigests(), nullptr);
+}
+
 TEST_F(SqliteMigrationTest, LeavesTheEarlierFormatWholeWhenItFails) {
     makeFormat1();
     execute(

@@ -8,7 +8,10 @@ namespace kelto {
 
 namespace {
 
-void copyLog(const std::string& path) noexcept {
+constexpr std::uint64_t pageBytes = 4096;  // SQLite's own choice, and ours
+
+/// Answers whether the log is empty afterwards.
+bool copyLog(const std::string& path) noexcept {
     try {
         SqliteDatabase database(path, std::chrono::milliseconds(0));
         // A connection knows that there is a log when it has read something.
@@ -16,15 +19,16 @@ void copyLog(const std::string& path) noexcept {
         database.checkpoint();
         // Else the next process would read the whole log, only to learn that it has been copied.
         // Gives up when anybody is at work: this connection waits for nobody.
-        database.emptyLog();
+        return database.emptyLog();
     } catch (const std::exception&) {
-        // The log stays: it is part of the store, and the next commit has it copied again.
+        return false;  // the log stays: it is part of the store, and will be copied another time
     }
 }
 
 }  // namespace
 
-SqliteCheckpoints::SqliteCheckpoints(SqliteDatabase& database) : database_(database) {
+SqliteCheckpoints::SqliteCheckpoints(SqliteDatabase& database, std::uint64_t logBytes)
+    : database_(database), isLogLeft_(logBytes >= copiedPages * pageBytes) {
     database_.leaveLogAlone();
 }
 
@@ -55,6 +59,15 @@ void SqliteCheckpoints::committed() noexcept {
     database_.checkpoint();
 }
 
+void SqliteCheckpoints::rested() noexcept {
+    if (!isLogLeft_) return;
+    try {
+        copyInBackground();
+    } catch (const std::exception&) {
+        // No thread is to be had: the next process reads a longer log.
+    }
+}
+
 void SqliteCheckpoints::copyInBackground() {
     if (!thread_) thread_.emplace([this, path = database_.path()] { run(path); });
     {
@@ -77,7 +90,7 @@ void SqliteCheckpoints::run(const std::string& path) {
         isWanted_ = false;
         isCopying_ = true;
         lock.unlock();
-        copyLog(path);
+        isLogLeft_ = !copyLog(path);
         lock.lock();
         isCopying_ = false;
         changed_.notify_all();

@@ -244,8 +244,9 @@ void SqliteDatabase::leaveLogAlone() {
     sqlite3_wal_hook(handle_, note, &logPages_);
 }
 
-void SqliteDatabase::emptyLog() noexcept {
-    sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+bool SqliteDatabase::emptyLog() noexcept {
+    return sqlite3_wal_checkpoint_v2(
+               handle_, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK;
 }
 
 int SqliteDatabase::takeLogPages() {

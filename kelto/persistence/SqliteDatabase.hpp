@@ -90,7 +90,8 @@ public:
     /// nobody. What cannot be copied stays in the log.
     void checkpoint() noexcept;
     /// The same for a log that nobody else is using at the moment; its file is empty afterwards.
-    void emptyLog() noexcept;
+    /// Answers whether that came about.
+    bool emptyLog() noexcept;
     /// From now on no commit of this connection does so by itself.
     void leaveLogAlone();
     /// How many pages the log had after the last commit that wrote something; 0 when there was none

@@ -82,7 +82,8 @@ SqliteStore::SqliteStore(const Schema& schema,
     createFoldersDurably(*files_, externalFolder);
     payloads_ = std::make_unique<SqlitePayloads>(
         schema, *database_, *files_, *clock_, *random_, externalFolder);
-    checkpoints_ = std::make_unique<SqliteCheckpoints>(*database_);
+    const auto log = files_->status(path + "-wal");
+    checkpoints_ = std::make_unique<SqliteCheckpoints>(*database_, log ? log->size : 0);
     changeLog_ = std::make_unique<SqliteChangeLog>(schema, *database_);
     prepare();
     begin_->run();
@@ -230,7 +231,10 @@ void SqliteStore::rollback() noexcept {
         // The database rolls back by itself when it cannot do so now; the first error counts.
     }
     // It may have been another program that was in the way when they were dropped.
-    if (std::exchange(isReading_, false)) removeDroppedFiles();
+    if (std::exchange(isReading_, false)) {
+        removeDroppedFiles();
+        checkpoints_->rested();
+    }
 }
 
 void SqliteStore::write(const ChangeSet& changes) {

@@ -9,8 +9,11 @@
 #include "kelto/model/LibrarySchema.hpp"
 #include "kelto/persistence/SqliteCheckpoints.hpp"
 #include "kelto/persistence/SqliteDatabase.hpp"
+#include "kelto/persistence/SqliteStore.hpp"
+#include "kelto/platform/linux/PosixFileSystem.hpp"
 #include "tests/persistence/GraphText.hpp"
 #include "tests/persistence/LibraryStore.hpp"
+#include "tests/support/Files.hpp"
 
 namespace kelto {
 namespace {
@@ -75,6 +78,39 @@ TEST_F(SqliteCheckpointsTest, LeaveTheLogEmpty) {
     EXPECT_GT(databaseSize(), 10 * megabyte);
 }
 
+TEST_F(SqliteCheckpointsTest, LeaveTheLogToWhoeverIsReading) {
+    database.run("BEGIN");
+    (void)database.integer("SELECT count(*) FROM bytes");
+    SqliteDatabase writing(path, std::chrono::milliseconds(1000));
+    SqliteCheckpoints checkpointsOfWriting(writing);
+    writing.run("INSERT INTO bytes VALUES (zeroblob(10000000))");
+    checkpointsOfWriting.committed();
+    checkpointsOfWriting.wait();
+    EXPECT_GT(logSize(), 10 * megabyte);
+    database.run("COMMIT");
+    checkpointsOfWriting.rested();
+    checkpointsOfWriting.wait();
+    EXPECT_EQ(logSize(), 0);
+}
+
+TEST_F(SqliteCheckpointsTest, EmptyALongLogThatSomebodyHasLeft) {
+    database.run("INSERT INTO bytes VALUES (zeroblob(10000000))");
+    SqliteDatabase later(path, std::chrono::milliseconds(1000));
+    SqliteCheckpoints checkpointsOfLater(later, logSize());
+    checkpointsOfLater.rested();
+    checkpointsOfLater.wait();
+    EXPECT_EQ(logSize(), 0);
+}
+
+TEST_F(SqliteCheckpointsTest, LeaveAShortLogWhenNobodyIsAtWork) {
+    database.run("INSERT INTO bytes VALUES (zeroblob(1000000))");
+    SqliteDatabase later(path, std::chrono::milliseconds(1000));
+    SqliteCheckpoints checkpointsOfLater(later, logSize());
+    checkpointsOfLater.rested();
+    checkpointsOfLater.wait();
+    EXPECT_GT(logSize(), megabyte);
+}
+
 TEST_F(SqliteCheckpointsTest, AreMadeOnThisThreadWhenTheLogGrowsWithoutBound) {
     // Somebody has moved the file: the thread, which opens it by its path, copies nothing.
     const std::string moved = folder.path("moved.db");
@@ -129,6 +165,35 @@ TEST_F(CheckpointsOfAStore, AreNoChangeByAnother) {
     EXPECT_EQ(context.fetch<Thing>().size(), 2000U);
     EXPECT_EQ(library.container().populationNumber(), population);
     EXPECT_EQ((workSoFar() - before)[Work::objectsLoaded], 0U);
+}
+
+TEST_F(CheckpointsOfAStore, EmptyALogThatAProcessHasLeftWithoutClosing) {
+    // The files of a store at work, copied: a process that ends at this moment leaves the same.
+    {
+        SqliteDatabase writing(library.storePath(), std::chrono::milliseconds(1000));
+        writing.leaveLogAlone();
+        writing.run("CREATE TABLE bytes (value BLOB)");
+        writing.run("INSERT INTO bytes VALUES (zeroblob(10000000))");
+        const std::string log = readFile(library.storePath() + "-wal");
+        const std::string database = readFile(library.storePath());
+        writeFile(library.folder().path() + "/left/Kelto.store", database);
+        writeFile(library.folder().path() + "/left/Kelto.store-wal", log);
+    }
+    const std::string left = library.folder().path() + "/left/Kelto.store";
+    auto files = std::make_shared<PosixFileSystem>();
+    SqliteStore store(librarySchema(),
+                      files,
+                      std::make_shared<FakeClock>(),
+                      std::make_shared<SeededRandom>(2),
+                      left);
+    EXPECT_GT(fs::file_size(left + "-wal"), 10 * megabyte);
+    (void)store.beginReading();
+    store.rollback();
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (fs::file_size(left + "-wal") > 0 && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(fs::file_size(left + "-wal"), 0U);
 }
 
 TEST_F(CheckpointsOfAStore, AreFinishedWhenItIsClosed) {

@@ -114,25 +114,38 @@ void ObjectLoader::read(ModelObject& object, RowReader& values) {
 }
 
 int ObjectLoader::readRelationships(ModelObject& object, RowReader& values, int column) {
-    // Others may not be loaded yet: the links wait until all are.
     for (const RelationshipDescription& relationship : object.entity().relationships) {
+        others_.clear();
         switch (relationship.storage) {
             case RelationshipStorage::inverse:
                 continue;
             case RelationshipStorage::column:
-                if (!values.isNull(column)) {
-                    waitingLinks_.push_back({&object, &relationship, values.integer(column)});
-                }
+                if (!values.isNull(column)) others_.push_back(values.integer(column));
                 break;
             case RelationshipStorage::listColumn:
-                for (const std::int64_t other : rowsOf(values.text(column))) {
-                    waitingLinks_.push_back({&object, &relationship, other});
-                }
+                appendRowsOf(values.text(column), others_);
                 break;
+        }
+        if (!others_.empty() && !link(object, relationship)) {
+            for (const std::int64_t other : others_) {
+                waitingLinks_.push_back({&object, &relationship, other});
+            }
         }
         ++column;
     }
     return column;
+}
+
+bool ObjectLoader::link(ModelObject& object, const RelationshipDescription& relationship) {
+    const Population& destination = population(schema_.entity(relationship.destination));
+    linked_.clear();
+    for (const std::int64_t row : others_) {
+        ModelObject* const other = destination.find(row);
+        if (other == nullptr) return false;
+        linked_.push_back(other);
+    }
+    for (ModelObject* other : linked_) relationship.linkLoaded(object, *other);
+    return true;
 }
 
 void ObjectLoader::readDigests(ModelObject& object, Bytes stored) {

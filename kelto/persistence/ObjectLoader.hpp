@@ -28,7 +28,7 @@ public:
     [[nodiscard]] bool loadChanges(const std::vector<StoredRow>& changed);
 
 private:
-    /// A relation that was read before the object at its other end.
+    /// A relation that was read before an object at its other end.
     struct WaitingLink {
         ModelObject* object;
         const RelationshipDescription* relationship;
@@ -41,9 +41,11 @@ private:
     void loadAgain(const StoredRow& changed);
     void refresh(ModelObject& object, RowReader& values);
     void read(ModelObject& object, RowReader& values);
-    /// Notes what a row says of the relationships of `object`; their columns begin at `column`.
-    /// Answers the column behind them.
+    /// Makes the relations that a row tells of, or has them wait for objects that are not loaded
+    /// yet. Their columns begin at `column`; answers the column behind them.
     int readRelationships(ModelObject& object, RowReader& values, int column);
+    /// Links the object to those of the rows `others_`, in their order, if all of them are loaded.
+    [[nodiscard]] bool link(ModelObject& object, const RelationshipDescription& relationship);
     static void readDigests(ModelObject& object, Bytes stored);
     void linkWaiting();
     void dropGone();
@@ -54,6 +56,9 @@ private:
     std::vector<Population>& populations_;
     LargeVector<WaitingLink> waitingLinks_;
     std::vector<ModelObject*> gone_;
+    // Of the relationship that is being read; kept for their memory.
+    std::vector<std::int64_t> others_;
+    std::vector<ModelObject*> linked_;
 };
 
 }  // namespace kelto

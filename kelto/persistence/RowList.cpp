@@ -72,6 +72,11 @@ std::string rowListOf(const std::vector<ModelObject*>& objects) {
 
 std::vector<std::int64_t> rowsOf(std::string_view list) {
     std::vector<std::int64_t> rows;
+    appendRowsOf(list, rows);
+    return rows;
+}
+
+void appendRowsOf(std::string_view list, std::vector<std::int64_t>& rows) {
     ListScan scan(list);
     if (!scan.takes('[')) throw ListScan::illFormed();
     if (!scan.takes(']')) {
@@ -80,7 +85,6 @@ std::vector<std::int64_t> rowsOf(std::string_view list) {
         if (!scan.takes(']')) throw ListScan::illFormed();
     }
     scan.expectEnd();
-    return rows;
 }
 
 }  // namespace kelto

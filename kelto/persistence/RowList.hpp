@@ -17,5 +17,7 @@ class ModelObject;
 /// The row numbers of a stored list. Blanks around them are allowed, as other programs write them;
 /// anything else but a list of integers is a damaged store's error.
 [[nodiscard]] std::vector<std::int64_t> rowsOf(std::string_view list);
+/// The same, behind those that are in `rows`.
+void appendRowsOf(std::string_view list, std::vector<std::int64_t>& rows);
 
 }  // namespace kelto

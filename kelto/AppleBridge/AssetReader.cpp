@@ -13,6 +13,11 @@ namespace kelto {
 
 namespace {
 
+constexpr RecordKey assetKeys[] = {RecordKey::data, RecordKey::thumbnail, RecordKey::icon};
+
+/// Files that a thread looks at before it asks whether there are more.
+constexpr std::size_t lookingStride = 64;
+
 /// Only for paths that are spelled as nearly all are: from the root down to a plain name, and not
 /// longer than the system opens at once (PATH_MAX).
 std::optional<FilePlace> placeOf(std::string_view path) {
@@ -42,18 +47,57 @@ std::optional<FileStatus> plainFile(Folder* folder, std::string_view name) {
 AssetReader::AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory)
     : files_(files), payloads_(payloads), directory_(directory) {}
 
+void AssetReader::lookAhead(std::span<const Record> records) {
+    for (const Record& record : records) {
+        if (record.seen() != nullptr || record.type() != RecordType::thing) continue;
+        for (const RecordKey key : assetKeys) addAhead(record, key);
+    }
+    // Only the question crosses to the other thread, and only the answer comes back.
+    looking_.emplace(ahead_.size(), lookingStride, [this](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            ahead_[i].status = plainFile(ahead_[i].folder.get(), ahead_[i].name);
+        }
+    });
+}
+
+void AssetReader::addAhead(const Record& record, RecordKey key) {
+    const auto path = record.optionalString(key);
+    const auto place = path ? placeOf(*path) : std::nullopt;
+    // A folder for each item would use up the process's descriptors, or be closed again.
+    if (!place || (folders_.size() >= folderLimit && place->folder != lastFolderPath_)) return;
+    try {
+        auto folder = folderAt(place->folder);
+        if (folder != nullptr) ahead_.push_back({&record, key, std::move(folder), place->name, {}});
+    } catch (const PlatformError&) {
+        return;  // asset() will say so, if anybody asks for the file
+    }
+}
+
+std::optional<FileStatus> AssetReader::foundAhead(const Record& record, RecordKey key) {
+    if (!looking_) return std::nullopt;
+    // Records are merged in their order, but not all of their files are asked for.
+    while (nextAhead_ < ahead_.size() && ahead_[nextAhead_].record < &record) ++nextAhead_;
+    for (std::size_t i = nextAhead_; i < ahead_.size() && ahead_[i].record == &record; ++i) {
+        if (ahead_[i].key != key) continue;
+        looking_->finish();
+        return ahead_[i].status;
+    }
+    return std::nullopt;
+}
+
 std::optional<IncomingFile> AssetReader::asset(const Record& record, RecordKey key) {
     const auto path = record.optionalString(key);
     if (!path) return std::nullopt;
-    if (auto file = placedFile(*path)) return file;
+    if (auto file = placedFile(record, key)) return file;
     return resolvedFile(*path);
 }
 
-std::optional<IncomingFile> AssetReader::placedFile(std::string_view path) {
-    const auto place = placeOf(path);
+std::optional<IncomingFile> AssetReader::placedFile(const Record& record, RecordKey key) {
+    const auto place = placeOf(record.string(key));
     const auto folder = place ? folderAt(place->folder) : nullptr;
     if (folder == nullptr) return std::nullopt;
-    const auto status = folder->status(place->name);
+    auto status = foundAhead(record, key);
+    if (!status) status = folder->status(place->name);
     if (!status || status->kind != FileStatus::Kind::regular) return std::nullopt;
     IncomingFile file;
     file.place_ = place;
@@ -95,9 +139,7 @@ LargeVector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemor
     }
     std::vector<std::shared_ptr<Folder>> folders;
     for (const std::string& path : memory.folders) folders.push_back(folderAt(path));
-    // Only the question crosses to the other thread, and only the answer comes back.
-    constexpr std::size_t stride = 64;
-    shareWork(memory.files.size(), stride, [&](std::size_t begin, std::size_t end) {
+    shareWork(memory.files.size(), lookingStride, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             const SeenFile& file = memory.files[i];
             statuses[i] = plainFile(folders[file.folder].get(), memory.nameOf(file));
@@ -123,15 +165,17 @@ Payload AssetReader::keep(IncomingFile& file, const std::optional<Payload>& stor
 
 std::shared_ptr<Folder> AssetReader::folderAt(std::string_view path) {
     if (!lastFolderPath_.empty() && path == lastFolderPath_) return lastFolder_;
-    lastFolderPath_ = path;
-    const auto known = folders_.find(lastFolderPath_);
+    std::string folderPath(path);
+    const auto known = folders_.find(folderPath);
     if (known != folders_.end()) {
         lastFolder_ = known->second;
     } else {
+        auto folder = opened(path);
         if (folders_.size() >= folderLimit) folders_.clear();
-        lastFolder_ = opened(path);
-        folders_.emplace(lastFolderPath_, lastFolder_);
+        folders_.emplace(folderPath, folder);
+        lastFolder_ = std::move(folder);
     }
+    lastFolderPath_ = std::move(folderPath);
     return lastFolder_;
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -11,6 +12,7 @@
 #include "kelto/foundation/LargeVector.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
 #include "kelto/platform/FileSystem.hpp"
+#include "kelto/platform/SharedWork.hpp"
 
 namespace kelto {
 
@@ -46,6 +48,11 @@ private:
 class AssetReader {
 public:
     AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory);
+
+    /// Begins to look at all files that the records name, as far as none of a record's files was
+    /// looked at in an earlier request: a second thread does so while this one prepares what comes
+    /// before the first asset(). The records outlive the reader.
+    void lookAhead(std::span<const Record> records);
 
     /// The file whose path stands under `key`, complete and hashed, or seen before and unchanged;
     /// none when there is no text. A path that, with all links resolved, does not lie in the
@@ -83,8 +90,20 @@ private:
     /// when the path has to be looked at more closely.
     [[nodiscard]] std::shared_ptr<Folder> folderAt(std::string_view path);
     [[nodiscard]] std::shared_ptr<Folder> opened(std::string_view path);
-    [[nodiscard]] std::optional<IncomingFile> placedFile(std::string_view path);
+    [[nodiscard]] std::optional<IncomingFile> placedFile(const Record& record, RecordKey key);
+    /// What lookAhead() has found; none when it has not looked, or nothing was there.
+    [[nodiscard]] std::optional<FileStatus> foundAhead(const Record& record, RecordKey key);
     [[nodiscard]] IncomingFile resolvedFile(std::string_view path);
+
+    /// A file to be looked at, by lookAhead().
+    struct FileAhead {
+        const Record* record;
+        RecordKey key;
+        std::shared_ptr<Folder> folder;
+        std::string_view name;
+        std::optional<FileStatus> status;
+    };
+    void addAhead(const Record& record, RecordKey key);
 
     FileSystem& files_;
     PayloadStorage& payloads_;
@@ -93,6 +112,9 @@ private:
     std::unordered_map<std::string, std::shared_ptr<Folder>> folders_;
     std::string lastFolderPath_;
     std::shared_ptr<Folder> lastFolder_;
+    LargeVector<FileAhead> ahead_;       // by record, and each record's in the order of asking
+    std::size_t nextAhead_ = 0;          // those before it have been asked for, or never will be
+    std::optional<SharedWork> looking_;  // at those; last, since it touches the others
 };
 
 }  // namespace kelto

@@ -50,6 +50,7 @@ HostMerge::HostMerge(ModelContext& context,
       observer_(observer) {}
 
 void HostMerge::begin() {
+    assets_.lookAhead(request_.records());  // while the library is loaded
     index_.begin(context_);
     remembersObjects_ = request_.memory() != nullptr &&
                         request_.memory()->populationNumber == context_.populationNumber();

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <fstream>
+#include <memory>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -21,18 +22,44 @@
 namespace kelto {
 namespace {
 
-class SharedWork : public testing::TestWithParam<std::size_t> {};
+class SharedWorkCounts : public testing::TestWithParam<std::size_t> {};
 
-TEST_P(SharedWork, DoesEveryPieceOnce) {
+TEST_P(SharedWorkCounts, DoesEveryPieceOnce) {
     std::vector<std::atomic<int>> done(GetParam());
     shareWork(done.size(), 64, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) ++done[i];
     });
     for (const auto& times : done) EXPECT_EQ(times, 1);
 }
-INSTANTIATE_TEST_SUITE_P(Counts, SharedWork, testing::Values(0, 1, 63, 64, 65, 255, 256, 10'000));
+INSTANTIATE_TEST_SUITE_P(SharedWork,
+                         SharedWorkCounts,
+                         testing::Values(0, 1, 63, 64, 65, 255, 256, 10'000));
 
-TEST(SharedWork, IsDoneWhenItReturns) {
+TEST_P(SharedWorkCounts, DoesEveryPieceOnceThatIsBegunBefore) {
+    std::vector<std::atomic<int>> done(GetParam());
+    SharedWork work(done.size(), 64, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) ++done[i];
+    });
+    work.finish();
+    for (const auto& times : done) EXPECT_EQ(times, 1);
+}
+
+TEST(SharedWorks, TouchNothingOnceTheyAreGivenUp) {
+    for (int round = 0; round < 200; ++round) {
+        auto done = std::make_unique<std::array<std::atomic<int>, 5000>>();
+        {
+            const SharedWork work(done->size(), 10, [&](std::size_t begin, std::size_t end) {
+                for (std::size_t i = begin; i < end; ++i) ++(*done)[i];
+            });
+        }
+        const bool none =
+            std::none_of(done->begin(), done->end(), [](const auto& times) { return times > 1; });
+        EXPECT_TRUE(none);
+        done.reset();  // the sanitizers would see who touches it now
+    }
+}
+
+TEST(SharedWorks, IsDoneWhenItReturns) {
     for (int round = 0; round < 200; ++round) {
         std::vector<int> squares(1000);
         shareWork(squares.size(), 10, [&](std::size_t begin, std::size_t end) {
@@ -51,7 +78,7 @@ rlim_t usedAddressSpace() {
     return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
 }
 
-TEST(SharedWork, NeedsNoSecondThread) {
+TEST(SharedWorks, NeedsNoSecondThread) {
     // Room for small things is left, but none for the stack of a thread.
     const pid_t child = ::fork();
     ASSERT_NE(child, -1);

@@ -45,19 +45,14 @@ std::optional<FileStatus> plainFile(Folder* folder, std::string_view name) {
 }  // namespace
 
 AssetReader::AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory)
-    : files_(files), payloads_(payloads), directory_(directory) {}
+    : files_(files), payloads_(payloads), directory_(directory), ahead_(payloads) {}
 
 void AssetReader::lookAhead(std::span<const Record> records) {
     for (const Record& record : records) {
         if (record.seen() != nullptr || record.type() != RecordType::thing) continue;
         for (const RecordKey key : assetKeys) addAhead(record, key);
     }
-    // Only the question crosses to the other thread, and only the answer comes back.
-    looking_.emplace(ahead_.size(), lookingStride, [this](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) {
-            ahead_[i].status = plainFile(ahead_[i].folder.get(), ahead_[i].name);
-        }
-    });
+    ahead_.begin();
 }
 
 void AssetReader::addAhead(const Record& record, RecordKey key) {
@@ -67,22 +62,10 @@ void AssetReader::addAhead(const Record& record, RecordKey key) {
     if (!place || (folders_.size() >= folderLimit && place->folder != lastFolderPath_)) return;
     try {
         auto folder = folderAt(place->folder);
-        if (folder != nullptr) ahead_.push_back({&record, key, std::move(folder), place->name, {}});
+        if (folder != nullptr) ahead_.add(record, key, std::move(folder), place->name);
     } catch (const PlatformError&) {
         return;  // asset() will say so, if anybody asks for the file
     }
-}
-
-std::optional<FileStatus> AssetReader::foundAhead(const Record& record, RecordKey key) {
-    if (!looking_) return std::nullopt;
-    // Records are merged in their order, but not all of their files are asked for.
-    while (nextAhead_ < ahead_.size() && ahead_[nextAhead_].record < &record) ++nextAhead_;
-    for (std::size_t i = nextAhead_; i < ahead_.size() && ahead_[i].record == &record; ++i) {
-        if (ahead_[i].key != key) continue;
-        looking_->finish();
-        return ahead_[i].status;
-    }
-    return std::nullopt;
 }
 
 std::optional<IncomingFile> AssetReader::asset(const Record& record, RecordKey key) {
@@ -96,8 +79,8 @@ std::optional<IncomingFile> AssetReader::placedFile(const Record& record, Record
     const auto place = placeOf(record.string(key));
     const auto folder = place ? folderAt(place->folder) : nullptr;
     if (folder == nullptr) return std::nullopt;
-    auto status = foundAhead(record, key);
-    if (!status) status = folder->status(place->name);
+    FilesAhead::Found found = ahead_.take(record, key);
+    const auto status = found.status ? found.status : folder->status(place->name);
     if (!status || status->kind != FileStatus::Kind::regular) return std::nullopt;
     IncomingFile file;
     file.place_ = place;
@@ -105,6 +88,8 @@ std::optional<IncomingFile> AssetReader::placedFile(const Record& record, Record
     file.size_ = status->size;
     if (const auto payload = payloads_.seenBefore(*status)) {
         file.known_ = *payload;
+    } else if (found.bytes) {
+        file.received_.emplace(payloads_.receive(std::move(*found.bytes)));
     } else {
         file.received_.emplace(payloads_.receive(folder->openForReading(place->name)));
     }

@@ -7,12 +7,12 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "kelto/AppleBridge/FilesAhead.hpp"
 #include "kelto/AppleBridge/Record.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/foundation/LargeVector.hpp"
 #include "kelto/persistence/PayloadStorage.hpp"
 #include "kelto/platform/FileSystem.hpp"
-#include "kelto/platform/SharedWork.hpp"
 
 namespace kelto {
 
@@ -49,9 +49,9 @@ class AssetReader {
 public:
     AssetReader(FileSystem& files, PayloadStorage& payloads, std::string_view directory);
 
-    /// Begins to look at all files that the records name, as far as none of a record's files was
-    /// looked at in an earlier request: a second thread does so while this one prepares what comes
-    /// before the first asset(). The records outlive the reader.
+    /// Has the files of those records that no earlier request held looked at and read ahead, in
+    /// part while this thread prepares what comes before the first asset(). The records outlive the
+    /// reader.
     void lookAhead(std::span<const Record> records);
 
     /// The file whose path stands under `key`, complete and hashed, or seen before and unchanged;
@@ -91,18 +91,8 @@ private:
     [[nodiscard]] std::shared_ptr<Folder> folderAt(std::string_view path);
     [[nodiscard]] std::shared_ptr<Folder> opened(std::string_view path);
     [[nodiscard]] std::optional<IncomingFile> placedFile(const Record& record, RecordKey key);
-    /// What lookAhead() has found; none when it has not looked, or nothing was there.
-    [[nodiscard]] std::optional<FileStatus> foundAhead(const Record& record, RecordKey key);
     [[nodiscard]] IncomingFile resolvedFile(std::string_view path);
 
-    /// A file to be looked at, by lookAhead().
-    struct FileAhead {
-        const Record* record;
-        RecordKey key;
-        std::shared_ptr<Folder> folder;
-        std::string_view name;
-        std::optional<FileStatus> status;
-    };
     void addAhead(const Record& record, RecordKey key);
 
     FileSystem& files_;
@@ -112,9 +102,7 @@ private:
     std::unordered_map<std::string, std::shared_ptr<Folder>> folders_;
     std::string lastFolderPath_;
     std::shared_ptr<Folder> lastFolder_;
-    LargeVector<FileAhead> ahead_;       // by record, and each record's in the order of asking
-    std::size_t nextAhead_ = 0;          // those before it have been asked for, or never will be
-    std::optional<SharedWork> looking_;  // at those; last, since it touches the others
+    FilesAhead ahead_;
 };
 
 }  // namespace kelto

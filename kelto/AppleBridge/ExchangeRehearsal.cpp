@@ -35,6 +35,10 @@ public:
         const FileDigest read = digestToEnd(*source);
         return {Payload{read.digest}, read.size, nullptr};
     }
+    [[nodiscard]] bool mayRemember(const FileStatus&) override { return false; }
+    [[nodiscard]] ReceivedPayload receive(HashedBytes read) override {
+        return {Payload{read.digest}, read.bytes.size(), nullptr};
+    }
     [[nodiscard]] bool isSound(const Payload&, std::uint64_t) override { return true; }
     void keep(ReceivedPayload&) override {}
     void copyTo(const Payload&, File&) override { fatalError("a rehearsal has no payload bytes"); }

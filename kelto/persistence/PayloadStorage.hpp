@@ -44,10 +44,22 @@ private:
     std::unique_ptr<File> unread_;
 };
 
+/// The bytes of a small file that somebody has read to its end, and their digest.
+struct HashedBytes {
+    std::string bytes;
+    Digest digest;
+    /// What the file system said of the file before and after, if PayloadStorage::mayRemember()
+    /// said yes to it before.
+    std::optional<FileStatus> identity;
+};
+
 /// Where payload bytes live. The same bytes are stored once. receive() and keep() belong to a unit
 /// of work; reading does not.
 class PayloadStorage {
 public:
+    /// Of so many bytes and fewer, payloads are received in memory.
+    static constexpr std::size_t smallPayloadBytes = std::size_t{64} * 1024;
+
     virtual ~PayloadStorage() = default;
 
     /// The payload of a file that was read before and has not changed since, by what the file
@@ -57,6 +69,11 @@ public:
     /// The payload of `source`, which is open at its start: by seenBefore(), and then the file is
     /// left unread, else it is read to its end through a fixed buffer and hashed.
     [[nodiscard]] virtual ReceivedPayload receive(std::unique_ptr<File> source) = 0;
+    /// Whether a file that is read from now on may be known again by what the file system says of
+    /// it now: if that is the same when it has been read, it was so all the time.
+    [[nodiscard]] virtual bool mayRemember(const FileStatus& status) = 0;
+    /// The payload of a small file that was read by somebody else, if it was not seenBefore().
+    [[nodiscard]] virtual ReceivedPayload receive(HashedBytes read) = 0;
     /// Whether the storage still has the bytes of a payload that it was given, of this size, as far
     /// as a look at the file of a large one tells. If not, keep() brings them back.
     [[nodiscard]] virtual bool isSound(const Payload& payload, std::uint64_t size) = 0;

@@ -58,6 +58,12 @@ ReceivedPayload SqlitePayloads::receive(std::unique_ptr<File> source) {
     return received;
 }
 
+ReceivedPayload SqlitePayloads::receive(HashedBytes read) {
+    countWork(Work::payloadBytesRead, read.bytes.size());
+    if (read.identity) identities_.remember(*read.identity, read.digest);
+    return {Payload{read.digest}, std::move(read.bytes)};
+}
+
 ReceivedPayload SqlitePayloads::readToEnd(File& source) {
     const Bytes head = copy_.firstBuffer().first(source.read(copy_.firstBuffer()));
     countWork(Work::payloadBytesRead, head.size());

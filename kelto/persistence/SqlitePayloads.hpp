@@ -26,7 +26,7 @@ class SqlitePayloads final : public PayloadStorage {
 public:
     /// Up to this many bytes lie in the database: making a small file costs far more than its
     /// bytes.
-    static constexpr std::size_t inlineLimitBytes = std::size_t{64} * 1024;
+    static constexpr std::size_t inlineLimitBytes = smallPayloadBytes;
 
     SqlitePayloads(const Schema& schema,
                    SqliteDatabase& database,
@@ -37,6 +37,10 @@ public:
 
     [[nodiscard]] std::optional<Payload> seenBefore(const FileStatus& status) override;
     [[nodiscard]] ReceivedPayload receive(std::unique_ptr<File> source) override;
+    [[nodiscard]] bool mayRemember(const FileStatus& status) override {
+        return identities_.isTrustworthy(status);
+    }
+    [[nodiscard]] ReceivedPayload receive(HashedBytes read) override;
     [[nodiscard]] bool isSound(const Payload& payload, std::uint64_t size) override;
     void keep(ReceivedPayload& received) override;
     void copyTo(const Payload& payload, File& destination) override;

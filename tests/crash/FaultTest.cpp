@@ -142,7 +142,11 @@ private:
         const std::string sentence = refusal.error();
         const bool namesSomething = sentence.find("“") != sentence.npos;
         const bool isFull = fault.error == ENOSPC || fault.error == EDQUOT;
-        const bool namesCause = !isFull || sentence.find("enough space") != sentence.npos;
+        // Of files that the database makes for itself, it does not say why it could not.
+        const bool isDatabases = place_.find("Kelto.store-") != place_.npos;
+        const std::string_view cause = isDatabases ? "may be full" : "enough space";
+        const bool namesCause = !isFull || sentence.find("enough space") != sentence.npos ||
+                                sentence.find(cause) != sentence.npos;
         if (!namesSomething || !namesCause || sentence.size() < 20 || sentence.back() != '.' ||
             sentence.find(".kelto-") != sentence.npos) {
             throw CrashFinding("a poor sentence" + where() + ": " + sentence);

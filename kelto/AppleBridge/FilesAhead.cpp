@@ -1,6 +1,5 @@
 #include "kelto/AppleBridge/FilesAhead.hpp"
 
-#include <algorithm>
 #include <exception>
 #include <span>
 #include <utility>
@@ -13,13 +12,14 @@ namespace {
 
 /// Files that a thread looks at, or reads, before it asks whether there are more.
 constexpr std::size_t lookingStride = 64;
-constexpr std::size_t readingStride = 4;
-/// Files that are read at a time while those before them are merged: at most 16 MB.
-constexpr std::size_t batchSize = 256;
+constexpr std::size_t readingStride = 1;
+/// So much is read at a time while what was read before is merged: twice as much is held at most.
+constexpr std::size_t batchFiles = 256;
+constexpr std::uint64_t batchBytes = FilesAhead::longestReading;
 /// For fewer, the way to another thread is not worth it.
 constexpr std::size_t fewestReadings = 64;
 
-std::optional<std::string> smallContents(File& file, std::uint64_t size) {
+std::optional<std::string> contentsOf(File& file, std::uint64_t size) {
     // One more than there should be shows that there are more.
     std::string bytes(size + 1, '\0');
     const std::size_t read = file.read(std::as_writable_bytes(std::span(bytes)));
@@ -64,7 +64,7 @@ void FilesAhead::finishLooking() {
     looking_->finish();
     isLooked_ = true;
     for (Entry& entry : entries_) {
-        if (!entry.status || entry.status->size > PayloadStorage::smallPayloadBytes) continue;
+        if (!entry.status || entry.status->size > longestReading) continue;
         if (payloads_.seenBefore(*entry.status)) continue;
         entry.reading = static_cast<std::uint32_t>(readings_.size());
         readings_.push_back({&entry, payloads_.mayRemember(*entry.status), std::nullopt});
@@ -79,19 +79,26 @@ void FilesAhead::readUpTo(std::size_t reading) {
         if (!reading_) beginReading();
         reading_->finish();
         reading_.reset();
+        dropUnwanted();
         readEnd_ = batchEnd_;
         if (readEnd_ < readings_.size()) beginReading();
     }
 }
 
+/// Nobody has asked for them, and nobody will.
+void FilesAhead::dropUnwanted() {
+    for (; droppedEnd_ < readEnd_; ++droppedEnd_) readings_[droppedEnd_].bytes.reset();
+}
+
 void FilesAhead::beginReading() {
-    // Bytes that nobody has asked for are not wanted.
-    const std::size_t before = readEnd_ - std::min(readEnd_, batchSize);
-    for (std::size_t i = before - std::min(before, batchSize); i < before; ++i) {
-        readings_[i].bytes.reset();
-    }
     const std::size_t first = readEnd_;
-    batchEnd_ = std::min(first + batchSize, readings_.size());
+    std::uint64_t bytes = readings_[first].entry->status->size;
+    batchEnd_ = first + 1;
+    while (batchEnd_ < readings_.size() && batchEnd_ - first < batchFiles) {
+        bytes += readings_[batchEnd_].entry->status->size;
+        if (bytes > batchBytes) break;
+        ++batchEnd_;
+    }
     reading_.emplace(
         batchEnd_ - first, readingStride, [this, first](std::size_t begin, std::size_t end) {
             for (std::size_t i = first + begin; i < first + end; ++i) read(readings_[i]);
@@ -113,9 +120,9 @@ void FilesAhead::read(Reading& reading) noexcept {
         const Entry& entry = *reading.entry;
         const std::unique_ptr<File> file = entry.folder->openForReading(entry.name);
         if (file->status() != *entry.status) return;
-        auto bytes = smallContents(*file, entry.status->size);
+        auto bytes = contentsOf(*file, entry.status->size);
         if (!bytes) return;
-        HashedBytes read{std::move(*bytes), {}, std::nullopt};
+        HashedBytes read{file->path(), std::move(*bytes), {}, std::nullopt};
         read.digest = sha256(read.bytes);
         if (file->status() != *entry.status) return;
         if (reading.mayBeRemembered) read.identity = *entry.status;

@@ -15,12 +15,15 @@
 
 namespace kelto {
 
-/// The files that records name, looked at, and if they are small and new also read and hashed, by a
-/// second thread, before their records have their turn. That thread asks the file system and
-/// computes; what is known of files and payloads is only touched by the one that calls. What fails
-/// is left to whoever wants the file: it may not be wanted at all.
+/// The files that records name, looked at, and if they are new and not too long also read and
+/// hashed, by a second thread, before their records have their turn. That thread asks the file
+/// system and computes; what is known of files and payloads is only touched by the one that calls.
+/// What fails is left to whoever wants the file: it may not be wanted at all.
 class FilesAhead {
 public:
+    /// Longer files are left to whoever wants them, and to a thread for each.
+    static constexpr std::uint64_t longestReading = std::uint64_t{8} * 1024 * 1024;
+
     explicit FilesAhead(PayloadStorage& payloads) : payloads_(payloads) {}
 
     /// In the order of the records, which outlive the object.
@@ -60,6 +63,7 @@ private:
     void finishLooking();
     void readUpTo(std::size_t reading);
     void beginReading();
+    void dropUnwanted();
     static void look(Entry& entry) noexcept;
     static void read(Reading& reading) noexcept;
 
@@ -68,6 +72,7 @@ private:
     std::size_t next_ = 0;  // entries before it have been asked for, or never will be
     bool isLooked_ = false;
     LargeVector<Reading> readings_;  // by entry
+    std::size_t droppedEnd_ = 0;     // those before it hold no bytes any more
     std::size_t readEnd_ = 0;        // those before it have been read
     std::size_t batchEnd_ = 0;       // those before it have been read or are at the moment
     // Last, since they touch the others.

@@ -44,8 +44,9 @@ private:
     std::unique_ptr<File> unread_;
 };
 
-/// The bytes of a small file that somebody has read to its end, and their digest.
+/// The bytes of a file that somebody has read to its end into memory, and their digest.
 struct HashedBytes {
+    std::string path;  ///< For errors.
     std::string bytes;
     Digest digest;
     /// What the file system said of the file before and after, if PayloadStorage::mayRemember()
@@ -57,9 +58,6 @@ struct HashedBytes {
 /// of work; reading does not.
 class PayloadStorage {
 public:
-    /// Of so many bytes and fewer, payloads are received in memory.
-    static constexpr std::size_t smallPayloadBytes = std::size_t{64} * 1024;
-
     virtual ~PayloadStorage() = default;
 
     /// The payload of a file that was read before and has not changed since, by what the file
@@ -72,7 +70,7 @@ public:
     /// Whether a file that is read from now on may be known again by what the file system says of
     /// it now: if that is the same when it has been read, it was so all the time.
     [[nodiscard]] virtual bool mayRemember(const FileStatus& status) = 0;
-    /// The payload of a small file that was read by somebody else, if it was not seenBefore().
+    /// The payload of a file that somebody else has read, since it was not seenBefore().
     [[nodiscard]] virtual ReceivedPayload receive(HashedBytes read) = 0;
     /// Whether the storage still has the bytes of a payload that it was given, of this size, as far
     /// as a look at the file of a large one tells. If not, keep() brings them back.

@@ -60,27 +60,40 @@ ReceivedPayload SqlitePayloads::receive(std::unique_ptr<File> source) {
 
 ReceivedPayload SqlitePayloads::receive(HashedBytes read) {
     countWork(Work::payloadBytesRead, read.bytes.size());
+    if (read.bytes.size() <= inlineLimitBytes) {
+        if (read.identity) identities_.remember(*read.identity, read.digest);
+        return {Payload{read.digest}, std::move(read.bytes)};
+    }
+    ReceivedPayload received = receiveIntoFile(read.path, [&](File& file) {
+        file.write(bytesOf(read.bytes));
+        return HashingCopy::Copied{read.bytes.size(), read.digest};
+    });
     if (read.identity) identities_.remember(*read.identity, read.digest);
-    return {Payload{read.digest}, std::move(read.bytes)};
+    return received;
 }
 
 ReceivedPayload SqlitePayloads::readToEnd(File& source) {
     const Bytes head = copy_.firstBuffer().first(source.read(copy_.firstBuffer()));
     countWork(Work::payloadBytesRead, head.size());
-    if (head.size() > inlineLimitBytes) return receiveIntoFile(head, source);
-    return {Payload{sha256(head)}, std::string(textOf(head))};
+    if (head.size() <= inlineLimitBytes) {
+        return {Payload{sha256(head)}, std::string(textOf(head))};
+    }
+    return receiveIntoFile(source.path(), [&](File& file) {
+        HashingCopy::Copied copied = copy_.copy(head, source, file, File::Reading::soon);
+        countWork(Work::payloadBytesRead, copied.size - head.size());
+        return copied;
+    });
 }
 
-ReceivedPayload SqlitePayloads::receiveIntoFile(Bytes head, File& source) {
+template <typename Fill>
+ReceivedPayload SqlitePayloads::receiveIntoFile(const std::string& sourcePath, const Fill& fill) {
     const std::string path = temporaryPathBeside(joinedPath(externalFolder_, "payload"), random_);
-    return namingInsteadOf(path, source.path(), [&] {
+    return namingInsteadOf(path, sourcePath, [&] {
         // Somebody may have tidied the folder away while it was empty.
         createFoldersDurably(files_, externalFolder_);
         // Owned from here on, so that a failed read or write leaves no file behind.
         ReceivedPayload received({}, 0, files_, files_.create(path));
-        const HashingCopy::Copied copied =
-            copy_.copy(head, source, *received.temporary_, File::Reading::soon);
-        countWork(Work::payloadBytesRead, copied.size - head.size());
+        const HashingCopy::Copied copied = fill(*received.temporary_);
         countWork(Work::payloadBytesWritten, copied.size);
         received.size_ = copied.size;
         received.payload_ = {copied.digest};

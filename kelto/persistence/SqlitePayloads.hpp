@@ -26,7 +26,7 @@ class SqlitePayloads final : public PayloadStorage {
 public:
     /// Up to this many bytes lie in the database: making a small file costs far more than its
     /// bytes.
-    static constexpr std::size_t inlineLimitBytes = smallPayloadBytes;
+    static constexpr std::size_t inlineLimitBytes = std::size_t{64} * 1024;
 
     SqlitePayloads(const Schema& schema,
                    SqliteDatabase& database,
@@ -74,7 +74,10 @@ public:
 private:
     [[nodiscard]] std::string filePath(const Digest& digest) const;
     [[nodiscard]] ReceivedPayload readToEnd(File& source);
-    [[nodiscard]] ReceivedPayload receiveIntoFile(Bytes head, File& source);
+    /// `fill` writes the bytes of the source into the file that it is given, and says what they
+    /// were.
+    template <typename Fill>
+    [[nodiscard]] ReceivedPayload receiveIntoFile(const std::string& sourcePath, const Fill& fill);
     /// The stored file of a payload, for reading.
     [[nodiscard]] std::unique_ptr<File> opened(const Payload& payload, std::uint64_t size);
     void copyFile(const Payload& payload, std::uint64_t size, File& destination);

@@ -24,6 +24,8 @@ public:
             sqlite3_close(handle_);
             throw CrashFinding("the database cannot be opened: " + path);
         }
+        // A host that is there may just be emptying its log.
+        sqlite3_busy_timeout(handle_, 5000);
     }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;

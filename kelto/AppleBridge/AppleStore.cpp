@@ -27,11 +27,17 @@ constexpr std::string_view storeInGroup = "Library/Kelto.store";
 
 AppleStore& AppleStore::shared() {
     // Never destroyed: the host may still be in an exchange while static objects go.
-    static AppleStore& store = *new AppleStore(Platform::current());
+    static AppleStore& store = *new AppleStore(Platform::current(), &lastRequestOfThisProcess());
     return store;
 }
 
-AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
+LastRequest& AppleStore::lastRequestOfThisProcess() {
+    static LastRequest& last = *new LastRequest();  // never destroyed, like the store
+    return last;
+}
+
+AppleStore::AppleStore(Platform platform, LastRequest* lastRequest)
+    : platform_(std::move(platform)), lastRequest_(lastRequest) {}
 
 Task<LargeText> AppleStore::exchange(LargeText text) {
     ExchangeReport report(*platform_.diagnostics, *platform_.clock, ++exchangeCount_);
@@ -90,11 +96,13 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
         report.saved();
         auto response = exportedSnapshot(library, request);
         std::move(request).moveInto(*memory);
+        if (lastRequest_ != nullptr) lastRequest_->remember(memory->text);
         requestMemory_ = std::move(memory);
         report.exported(library.objectCount());
         return response;
     } catch (...) {
         requestMemory_.reset();
+        if (lastRequest_ != nullptr) lastRequest_->forget();
         throw;
     }
 }

@@ -8,6 +8,7 @@
 #include "kelto/AppleBridge/ExchangeRehearsal.hpp"
 #include "kelto/AppleBridge/ExchangeReport.hpp"
 #include "kelto/AppleBridge/ExchangeStages.hpp"
+#include "kelto/AppleBridge/LastRequest.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/AppleBridge/SyncStatus.hpp"
@@ -27,8 +28,11 @@ public:
     /// The process's own store, made on first use.
     static AppleStore& shared();
 
-    /// A store of its own, for tests.
-    explicit AppleStore(Platform platform);
+    /// What its exchanges leave for the next request. Any thread.
+    static LastRequest& lastRequestOfThisProcess();
+
+    /// A store of its own, for tests. `lastRequest` outlives it.
+    explicit AppleStore(Platform platform, LastRequest* lastRequest = nullptr);
     AppleStore(const AppleStore&) = delete;
     AppleStore& operator=(const AppleStore&) = delete;
 
@@ -81,6 +85,7 @@ private:
     // What the last exchange has left behind, so that the next one need only look at differences.
     LibraryIndex index_;
     std::shared_ptr<const RequestMemory> requestMemory_;
+    LastRequest* lastRequest_;    // the text of that memory, if anybody wants it
     std::string sweptDirectory_;  // the exchange folder that was last rid of leftovers
     ExchangeStages lastStages_;
     std::int64_t exchangeCount_ = 0;

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstring>
 #include <exception>
-#include <memory>
 #include <utility>
 
 #include "kelto/AppleBridge/BridgeError.hpp"
@@ -80,16 +79,19 @@ LargeText repairedCopy(std::string_view request) {
 
 void dispatchExchange(const Platform& platform,
                       ExchangeFunction exchange,
+                      const LastRequest& last,
                       std::string_view request,
                       std::intptr_t context,
                       kelto_apple_callback callback) {
+    auto text = last.sameAs(request);
+    if (!text) text = repairedCopy(request);
     // Not owned by the task: a queue would then keep itself alive.
     auto start = [&mainExecutor = *platform.mainExecutor,
                   exchange = std::move(exchange),
-                  request = std::make_shared<LargeText>(repairedCopy(request)),
+                  text = std::move(*text),
                   context,
                   callback]() mutable {
-        answer(mainExecutor, std::move(exchange), std::move(*request), context, callback);
+        answer(mainExecutor, std::move(exchange), std::move(text), context, callback);
     };
     platform.mainExecutor->post(std::move(start));
 }

@@ -150,7 +150,7 @@ void ExchangeRequest::readKnownFingerprints() {
 
 bool ExchangeRequest::isRememberedKnown(std::string_view rest) const {
     return memory_ != nullptr && memory_->known != nullptr && memory_->known->isIndependent() &&
-           rest.starts_with(memory_->textAt(memory_->knownText));
+           startsWith(rest, memory_->textAt(memory_->knownText));
 }
 
 }  // namespace kelto

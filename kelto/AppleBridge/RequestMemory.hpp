@@ -25,6 +25,13 @@ struct TextPlace {
     std::uint32_t size = 0;
 };
 
+/// Whether the text begins with that part: without a look at either where they are the same memory,
+/// as they are when the host has sent its last request again.
+[[nodiscard]] inline bool startsWith(std::string_view text, std::string_view part) {
+    if (text.data() == part.data() && text.size() >= part.size()) return true;
+    return text.starts_with(part);
+}
+
 /// What merging one live record of an earlier request came to.
 struct SeenRecord {
     TextPlace text;

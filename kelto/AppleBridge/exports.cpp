@@ -30,8 +30,12 @@ void startExchange(const char* request,
     const auto exchange = [](kelto::LargeText text) {
         return kelto::AppleStore::shared().exchange(std::move(text));
     };
-    kelto::dispatchExchange(
-        kelto::Platform::current(), exchange, request == nullptr ? "" : request, context, callback);
+    kelto::dispatchExchange(kelto::Platform::current(),
+                            exchange,
+                            kelto::AppleStore::lastRequestOfThisProcess(),
+                            request == nullptr ? "" : request,
+                            context,
+                            callback);
 }
 
 }  // namespace

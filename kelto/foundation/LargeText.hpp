@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -8,25 +10,22 @@
 
 namespace kelto {
 
-/// A text that may be as large as a whole library: it is moved and never copied by the way, keeps
-/// its place in memory when it is moved, and gives its memory back to the system. Ends with a NUL
-/// that does not count.
+/// A text that may be as large as a whole library, and never changes: copies share its bytes, which
+/// keep their place in memory and go back to the system with the last copy. Ends with a NUL that
+/// does not count. Different copies may be used by different threads.
 class LargeText {
 public:
     LargeText(std::string_view text) : LargeText(copyOf(text)) {}
     LargeText(const std::string& text) : LargeText(std::string_view(text)) {}
     LargeText(const char* text) : LargeText(std::string_view(text)) {}
-    LargeText(TextBuffer text) : text_(std::move(text)) {
-        text_.append('\0');
-        size_ = text_.size() - 1;
+    LargeText(TextBuffer text) {
+        text.append('\0');
+        text_ = std::make_shared<const TextBuffer>(std::move(text));
     }
-    LargeText(LargeText&&) = default;
-    LargeText& operator=(LargeText&&) = default;
-    ~LargeText() = default;
 
-    [[nodiscard]] std::string_view view() const { return text_.view().substr(0, size_); }
-    [[nodiscard]] const char* cString() const { return text_.view().data(); }
-    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] std::string_view view() const { return text_->view().substr(0, size()); }
+    [[nodiscard]] const char* cString() const { return text_->view().data(); }
+    [[nodiscard]] std::size_t size() const { return text_->size() - 1; }
 
 private:
     static TextBuffer copyOf(std::string_view text) {
@@ -36,8 +35,7 @@ private:
         return copy;
     }
 
-    TextBuffer text_;
-    std::size_t size_ = 0;
+    std::shared_ptr<const TextBuffer> text_;  // none in what was moved from
 };
 
 }  // namespace kelto

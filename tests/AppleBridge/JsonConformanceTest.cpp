@@ -42,7 +42,8 @@ protected:
             return shared->store().exchange(std::move(request));
         };
         lastAnswer.clear();
-        dispatchExchange(shared->platform().platform(), exchange, text.c_str(), 0, answered);
+        dispatchExchange(
+            shared->platform().platform(), exchange, LastRequest(), text.c_str(), 0, answered);
         shared->run();
         return Response(lastAnswer);
     }
@@ -166,7 +167,8 @@ TEST_P(RepairedText, IsTakenWithReplacementCharacters) {
                            .record(RecordBuilder::thing(firstId).with("title", "<HERE>"))
                            .text(library.storePath(), library.exchangeFolder());
     text.replace(text.find("HERE"), 4, GetParam().bytes);
-    dispatchExchange(library.platform().platform(), exchange, text.c_str(), 0, answered);
+    dispatchExchange(
+        library.platform().platform(), exchange, LastRequest(), text.c_str(), 0, answered);
     library.run();
     std::string expected = "<";
     for (std::size_t i = 0; i < GetParam().replacements; ++i) expected += "\xEF\xBF\xBD";

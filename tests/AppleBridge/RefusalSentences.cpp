@@ -20,9 +20,10 @@ std::string answerToTheUnknown() {
     };
     const FakePlatform platform;
     static std::string answer;
-    dispatchExchange(platform.platform(), fail, "{}", 0, [](std::intptr_t, const char* response) {
-        answer = response;
-    });
+    dispatchExchange(
+        platform.platform(), fail, LastRequest(), "{}", 0, [](std::intptr_t, const char* response) {
+            answer = response;
+        });
     platform.mainExecutor->runUntilIdle();
     return Response(answer).error();
 }

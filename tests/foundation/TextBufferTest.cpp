@@ -1,3 +1,4 @@
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -65,6 +66,14 @@ TEST(TextBuffer, CanBeUsedAgain) {
     text.clear();
     text.append("2");
     EXPECT_EQ(text.view(), "2");
+}
+
+TEST(LargeText, SharesItsBytesWithItsCopies) {
+    std::optional<LargeText> text(std::string(1000, 'a'));
+    const LargeText copy = *text;
+    EXPECT_EQ(copy.cString(), text->cString());
+    text.reset();
+    EXPECT_EQ(copy.view(), std::string(1000, 'a'));
 }
 
 TEST(LargeText, EndsWithANulThatDoesNotCount) {

@@ -24,8 +24,8 @@ public:
     /// quickly or the thread fails, is copied on the main thread.
     static constexpr int mostPages = 16 * 1024;
 
-    /// `database` is the connection that commits. From now on it leaves the log alone. `logBytes` is
-    /// how long somebody who has gone has left the log.
+    /// `database` is the connection that commits. From now on it leaves the log alone. `logBytes`
+    /// is how long somebody who has gone has left the log.
     explicit SqliteCheckpoints(SqliteDatabase& database, std::uint64_t logBytes = 0);
     /// Waits for a copy that is being made.
     ~SqliteCheckpoints();
@@ -34,8 +34,8 @@ public:
 
     /// After each commit: has the log copied when it has become long.
     void committed() noexcept;
-    /// At the end of a unit of work: has a long log copied that could not be emptied up to now, since
-    /// somebody was at work, in this process perhaps.
+    /// At the end of a unit of work: has a long log copied that could not be emptied up to now,
+    /// since somebody was at work, in this process perhaps.
     void rested() noexcept;
     /// Waits until no copy is wanted or being made.
     void wait();
@@ -51,7 +51,7 @@ private:
     bool isWanted_ = false;
     bool isCopying_ = false;
     bool isEnding_ = false;
-    std::atomic<bool> isLogLeft_;  // a long one, copied or not
+    std::atomic<bool> isLogLeft_;        // a long one, copied or not
     std::optional<QuietThread> thread_;  // from the first long log on
 };
 

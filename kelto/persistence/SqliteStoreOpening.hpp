@@ -20,8 +20,8 @@ namespace kelto {
                                                                 const std::string& path);
 
 /// Refuses an existing file that is not the database of a store, or of a newer format, by its first
-/// bytes; an empty file may become one, and so may one whose making a power cut has interrupted. The
-/// file is read, closed again and left as it is.
+/// bytes; an empty file may become one, and so may one whose making a power cut has interrupted.
+/// The file is read, closed again and left as it is.
 void requireStoreFile(FileSystem& files, const std::string& path);
 
 /// Opens an existing store of any format that this library knows, to look at it: nothing is brought

@@ -15,9 +15,6 @@ namespace {
 
 constexpr RecordKey assetKeys[] = {RecordKey::data, RecordKey::thumbnail, RecordKey::icon};
 
-/// Files that a thread looks at before it asks whether there are more.
-constexpr std::size_t lookingStride = 64;
-
 /// Only for paths that are spelled as nearly all are: from the root down to a plain name, and not
 /// longer than the system opens at once (PATH_MAX).
 std::optional<FilePlace> placeOf(std::string_view path) {
@@ -28,18 +25,6 @@ std::optional<FilePlace> placeOf(std::string_view path) {
     const bool isPlain = !place.folder.empty() && !place.name.empty() && place.name != "." &&
                          place.name != ".." && path.find('\0') == path.npos;
     return isPlain ? std::optional(place) : std::nullopt;
-}
-
-/// None for whatever else stands there.
-std::optional<FileStatus> plainFile(Folder* folder, std::string_view name) {
-    if (folder == nullptr) return std::nullopt;
-    try {
-        const auto status = folder->status(name);
-        const bool isPlain = status && status->kind == FileStatus::Kind::regular;
-        return isPlain ? status : std::nullopt;
-    } catch (const PlatformError&) {
-        return std::nullopt;
-    }
 }
 
 }  // namespace
@@ -110,7 +95,8 @@ IncomingFile AssetReader::resolvedFile(std::string_view path) {
 }
 
 std::optional<FileStatus> AssetReader::look(const RequestMemory& memory, const SeenFile& file) {
-    return plainFile(folderAt(memory.folders[file.folder]).get(), memory.nameOf(file));
+    const auto folder = folderAt(memory.folders[file.folder]);
+    return FilesAhead::look(folder.get(), memory.nameOf(file));
 }
 
 LargeVector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemory& memory) {
@@ -124,12 +110,13 @@ LargeVector<std::optional<FileStatus>> AssetReader::lookAtAll(const RequestMemor
     }
     std::vector<std::shared_ptr<Folder>> folders;
     for (const std::string& path : memory.folders) folders.push_back(folderAt(path));
-    shareWork(memory.files.size(), lookingStride, [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) {
-            const SeenFile& file = memory.files[i];
-            statuses[i] = plainFile(folders[file.folder].get(), memory.nameOf(file));
-        }
-    });
+    shareWork(
+        memory.files.size(), FilesAhead::lookingStride, [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end; ++i) {
+                const SeenFile& file = memory.files[i];
+                statuses[i] = FilesAhead::look(folders[file.folder].get(), memory.nameOf(file));
+            }
+        });
     return statuses;
 }
 

@@ -10,8 +10,7 @@ namespace kelto {
 
 namespace {
 
-/// Files that a thread looks at, or reads, before it asks whether there are more.
-constexpr std::size_t lookingStride = 64;
+/// Files that a thread reads before it asks whether there are more.
 constexpr std::size_t readingStride = 1;
 /// So much is read at a time while what was read before is merged: twice as much is held at most.
 constexpr std::size_t batchFiles = 256;
@@ -30,6 +29,17 @@ std::optional<std::string> contentsOf(File& file, std::uint64_t size) {
 
 }  // namespace
 
+std::optional<FileStatus> FilesAhead::look(Folder* folder, std::string_view name) noexcept {
+    if (folder == nullptr) return std::nullopt;
+    try {
+        const auto status = folder->status(name);
+        const bool isPlain = status && status->kind == FileStatus::Kind::regular;
+        return isPlain ? status : std::nullopt;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
 void FilesAhead::add(const Record& record,
                      RecordKey key,
                      std::shared_ptr<Folder> folder,
@@ -39,7 +49,10 @@ void FilesAhead::add(const Record& record,
 
 void FilesAhead::begin() {
     looking_.emplace(entries_.size(), lookingStride, [this](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) look(entries_[i]);
+        for (std::size_t i = begin; i < end; ++i) {
+            Entry& entry = entries_[i];
+            entry.status = look(entry.folder.get(), entry.name);
+        }
     });
 }
 
@@ -103,16 +116,6 @@ void FilesAhead::beginReading() {
         batchEnd_ - first, readingStride, [this, first](std::size_t begin, std::size_t end) {
             for (std::size_t i = first + begin; i < first + end; ++i) read(readings_[i]);
         });
-}
-
-void FilesAhead::look(Entry& entry) noexcept {
-    try {
-        entry.status = entry.folder->status(entry.name);
-        const bool isPlain = entry.status && entry.status->kind == FileStatus::Kind::regular;
-        if (!isPlain) entry.status.reset();
-    } catch (const std::exception&) {
-        entry.status.reset();
-    }
 }
 
 void FilesAhead::read(Reading& reading) noexcept {

@@ -24,6 +24,14 @@ public:
     /// Longer files are left to whoever wants them, and to a thread for each.
     static constexpr std::uint64_t longestReading = std::uint64_t{8} * 1024 * 1024;
 
+    /// Files that a thread looks at before it asks whether there are more.
+    static constexpr std::size_t lookingStride = 64;
+
+    /// What the file system says of a plain file; none for whatever else stands there, and for what
+    /// cannot be looked at. Any thread.
+    [[nodiscard]] static std::optional<FileStatus> look(Folder* folder,
+                                                        std::string_view name) noexcept;
+
     explicit FilesAhead(PayloadStorage& payloads) : payloads_(payloads) {}
 
     /// In the order of the records, which outlive the object.
@@ -64,7 +72,6 @@ private:
     void readUpTo(std::size_t reading);
     void beginReading();
     void dropUnwanted();
-    static void look(Entry& entry) noexcept;
     static void read(Reading& reading) noexcept;
 
     PayloadStorage& payloads_;

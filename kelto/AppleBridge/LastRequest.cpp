@@ -13,13 +13,13 @@ namespace {
 bool isSame(std::string_view one, std::string_view other) {
     if (one.size() != other.size()) return false;
     constexpr std::size_t stride = std::size_t{256} * 1024;
-    std::atomic<bool> isSame{true};
+    std::atomic<bool> agrees{true};
     shareWork(one.size(), stride, [&](std::size_t begin, std::size_t end) {
-        if (isSame && one.substr(begin, end - begin) != other.substr(begin, end - begin)) {
-            isSame = false;
+        if (agrees && one.substr(begin, end - begin) != other.substr(begin, end - begin)) {
+            agrees = false;
         }
     });
-    return isSame;
+    return agrees;
 }
 
 }  // namespace

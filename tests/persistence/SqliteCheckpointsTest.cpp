@@ -30,9 +30,20 @@ protected:
         database.checkpoint();
     }
 
-    void commit(std::size_t bytes) {
+    void write(std::size_t bytes) {
         database.run("INSERT INTO bytes VALUES (zeroblob(" + std::to_string(bytes) + "))");
+    }
+    void commit(std::size_t bytes) {
+        write(bytes);
         checkpoints.committed();
+    }
+    /// Leaves a log of so many bytes to somebody who comes later, and is at work once.
+    void leaveToALaterOne(std::size_t bytes) {
+        write(bytes);
+        SqliteDatabase later(path, std::chrono::milliseconds(1000));
+        SqliteCheckpoints checkpointsOfLater(later, logSize());
+        checkpointsOfLater.rested();
+        checkpointsOfLater.wait();
     }
 
     [[nodiscard]] std::size_t databaseSize() const { return fs::file_size(path); }
@@ -94,20 +105,12 @@ TEST_F(SqliteCheckpointsTest, LeaveTheLogToWhoeverIsReading) {
 }
 
 TEST_F(SqliteCheckpointsTest, EmptyALongLogThatSomebodyHasLeft) {
-    database.run("INSERT INTO bytes VALUES (zeroblob(10000000))");
-    SqliteDatabase later(path, std::chrono::milliseconds(1000));
-    SqliteCheckpoints checkpointsOfLater(later, logSize());
-    checkpointsOfLater.rested();
-    checkpointsOfLater.wait();
+    leaveToALaterOne(10 * megabyte);
     EXPECT_EQ(logSize(), 0);
 }
 
 TEST_F(SqliteCheckpointsTest, LeaveAShortLogWhenNobodyIsAtWork) {
-    database.run("INSERT INTO bytes VALUES (zeroblob(1000000))");
-    SqliteDatabase later(path, std::chrono::milliseconds(1000));
-    SqliteCheckpoints checkpointsOfLater(later, logSize());
-    checkpointsOfLater.rested();
-    checkpointsOfLater.wait();
+    leaveToALaterOne(megabyte);
     EXPECT_GT(logSize(), megabyte);
 }
 

@@ -1,7 +1,10 @@
 #include "kelto/foundation/LargeMemory.hpp"
 
+#include <atomic>
 #include <cstdint>
+#include <limits>
 #include <new>
+#include <span>
 
 #include <sys/mman.h>
 
@@ -12,6 +15,10 @@ namespace kelto {
 namespace {
 
 constexpr std::size_t pageBytes = LargeMemory::usualBytes;
+/// A process that uses more than this keeps nothing for the next time.
+constexpr std::size_t mostBesideSpare = std::size_t{32} * 1024 * 1024;
+
+std::atomic<std::size_t> bytesInUse{0};
 
 std::size_t wholePages(std::size_t size) {
     return (size + pageBytes - 1) / pageBytes * pageBytes;
@@ -35,17 +42,41 @@ void* freshMemory(std::size_t size) {
     return bytes + before;
 }
 
+void giveToSystem(std::span<std::byte> memory) {
+    ::munmap(memory.data(), memory.size());
+}
+
+/// Keeps the memory for the next time, if there is room for it; what is smaller makes way.
+bool isKept(std::span<std::byte> memory) {
+    if (memory.size() > spareMemory::limitBytes) return false;
+    while (!spareMemory::keep(memory)) {
+        const auto smaller = spareMemory::takeSmaller(memory.size());
+        if (!smaller) return false;
+        giveToSystem(*smaller);
+    }
+    return true;
+}
+
 }  // namespace
 
 void* LargeMemory::take(std::size_t size) {
     size = wholePages(size);
-    if (const auto kept = spareMemory::take(size)) return kept->data();
-    return freshMemory(size);
+    const auto kept = spareMemory::take(size);
+    void* const start = kept ? kept->data() : freshMemory(size);
+    bytesInUse += size;
+    return start;
 }
 
 void LargeMemory::giveBack(void* start, std::size_t size) noexcept {
-    size = wholePages(size);
-    if (!spareMemory::keep({static_cast<std::byte*>(start), size})) ::munmap(start, size);
+    const std::span memory(static_cast<std::byte*>(start), wholePages(size));
+    const std::size_t left = bytesInUse -= memory.size();
+    if (left > mostBesideSpare) {
+        constexpr std::size_t any = std::numeric_limits<std::size_t>::max();
+        while (const auto spare = spareMemory::takeSmaller(any)) giveToSystem(*spare);
+    } else if (isKept(memory)) {
+        return;
+    }
+    giveToSystem(memory);
 }
 
 LargeMemory::LargeMemory(std::size_t size) : start_(take(size)), size_(wholePages(size)) {}

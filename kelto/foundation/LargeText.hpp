@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "kelto/foundation/TextBuffer.hpp"
+#include "kelto/foundation/TextHash.hpp"
 
 namespace kelto {
 
@@ -18,16 +20,36 @@ public:
     LargeText(std::string_view text) : LargeText(copyOf(text)) {}
     LargeText(const std::string& text) : LargeText(std::string_view(text)) {}
     LargeText(const char* text) : LargeText(std::string_view(text)) {}
-    LargeText(TextBuffer text) {
+    /// `hash` is whatever tells the text from others of its length, where that is known.
+    LargeText(TextBuffer text, const std::optional<TextHash>& hash = std::nullopt) {
         text.append('\0');
-        text_ = std::make_shared<const TextBuffer>(std::move(text));
+        text_ = std::make_shared<Shared>(std::move(text), hash);
     }
 
-    [[nodiscard]] std::string_view view() const { return text_->view().substr(0, size()); }
-    [[nodiscard]] const char* cString() const { return text_->view().data(); }
-    [[nodiscard]] std::size_t size() const { return text_->size() - 1; }
+    [[nodiscard]] std::string_view view() const { return text_->buffer.view().substr(0, size()); }
+    [[nodiscard]] const char* cString() const { return text_->buffer.view().data(); }
+    [[nodiscard]] std::size_t size() const { return text_->buffer.size() - 1; }
+    [[nodiscard]] const std::optional<TextHash>& hash() const { return text_->hash; }
+
+    /// The memory of the text, with the text in it, from whoever alone has it; else none, and
+    /// nothing has happened.
+    [[nodiscard]] std::optional<TextBuffer> release() && {
+        if (text_.use_count() != 1) return std::nullopt;
+        TextBuffer buffer = std::move(text_->buffer);
+        text_.reset();
+        buffer.truncate(buffer.size() - 1);
+        return buffer;
+    }
 
 private:
+    struct Shared {
+        Shared(TextBuffer text, const std::optional<TextHash>& textHash)
+            : buffer(std::move(text)), hash(textHash) {}
+
+        TextBuffer buffer;
+        std::optional<TextHash> hash;
+    };
+
     static TextBuffer copyOf(std::string_view text) {
         TextBuffer copy;
         copy.reserve(text.size() + 1);
@@ -35,7 +57,7 @@ private:
         return copy;
     }
 
-    std::shared_ptr<const TextBuffer> text_;  // none in what was moved from
+    std::shared_ptr<Shared> text_;  // none in what was moved from
 };
 
 }  // namespace kelto

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <utility>
 
 namespace kelto {
 
@@ -47,6 +48,16 @@ bool spareMemory::keep(std::span<std::byte> memory) {
     *place = memory;
     spare().bytes += memory.size();
     return true;
+}
+
+std::optional<std::span<std::byte>> spareMemory::takeSmaller(std::size_t size) {
+    const std::lock_guard guard(spare().mutex);
+    for (std::span<std::byte>& kept : spare().pieces) {
+        if (kept.empty() || kept.size() >= size) continue;
+        spare().bytes -= kept.size();
+        return std::exchange(kept, {});
+    }
+    return std::nullopt;
 }
 
 }  // namespace kelto

@@ -65,8 +65,10 @@ public:
     [[nodiscard]] std::size_t size() const { return size_; }
     /// How many bytes still go into the memory that is there.
     [[nodiscard]] std::size_t roomLeft() const { return capacity_ - size_; }
+    /// Only its first `size` bytes are left; the memory stays.
+    void truncate(std::size_t size) { size_ = size; }
     /// Empty again; the memory stays.
-    void clear() { size_ = 0; }
+    void clear() { truncate(0); }
 
 private:
     void grow(std::size_t size);

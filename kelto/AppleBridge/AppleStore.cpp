@@ -27,17 +27,11 @@ constexpr std::string_view storeInGroup = "Library/Kelto.store";
 
 AppleStore& AppleStore::shared() {
     // Never destroyed: the host may still be in an exchange while static objects go.
-    static AppleStore& store = *new AppleStore(Platform::current(), &lastRequestOfThisProcess());
+    static AppleStore& store = *new AppleStore(Platform::current());
     return store;
 }
 
-LastRequest& AppleStore::lastRequestOfThisProcess() {
-    static LastRequest& last = *new LastRequest();  // never destroyed, like the store
-    return last;
-}
-
-AppleStore::AppleStore(Platform platform, LastRequest* lastRequest)
-    : platform_(std::move(platform)), lastRequest_(lastRequest) {}
+AppleStore::AppleStore(Platform platform) : platform_(std::move(platform)) {}
 
 Task<LargeText> AppleStore::exchange(LargeText text) {
     ExchangeReport report(*platform_.diagnostics, *platform_.clock, ++exchangeCount_);
@@ -54,7 +48,7 @@ Task<LargeText> AppleStore::exchange(LargeText text) {
 
 Task<LargeText> AppleStore::answer(LargeText text, ExchangeReport& report) {
     const std::size_t bytes = text.size();
-    ExchangeRequest request(std::move(text), requestMemory_);
+    const ExchangeRequest request(std::move(text), requestMemory_);
     report.received(bytes, request.records().size());
     requireProvisioned();
     const std::string fixedPath = fixedStorePath(request);
@@ -83,7 +77,7 @@ void AppleStore::requireProvisioned() const {
 }
 
 LargeText AppleStore::mergedSnapshot(ModelContainer& library,
-                                     ExchangeRequest& request,
+                                     const ExchangeRequest& request,
                                      ExchangeReport& report) {
     ModelContext context(library);
     try {
@@ -94,27 +88,28 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
         report.merged(merge.counts());
         auto memory = merge.save();
         report.saved();
-        auto response = exportedSnapshot(library, request);
-        std::move(request).moveInto(*memory);
-        if (lastRequest_ != nullptr) lastRequest_->remember(memory->text);
+        auto response = exportedSnapshot(library, request, merge.isRepetition());
         requestMemory_ = std::move(memory);
         report.exported(library.objectCount());
         return response;
     } catch (...) {
         requestMemory_.reset();
-        if (lastRequest_ != nullptr) lastRequest_->forget();
+        responseMemory_.forget();
         throw;
     }
 }
 
-LargeText AppleStore::exportedSnapshot(ModelContainer& library, const ExchangeRequest& request) {
+LargeText AppleStore::exportedSnapshot(ModelContainer& library,
+                                       const ExchangeRequest& request,
+                                       bool isRepetition) {
     const auto snapshotOf = [&](ModelContext& context) {
-        SnapshotExport snapshot(context, request, *platform_.files, *platform_.random);
+        SnapshotExport snapshot(
+            context, request, *platform_.files, *platform_.random, responseMemory_);
         if (sweptDirectory_ != request.directory()) {
             snapshot.removeLeftovers();
             sweptDirectory_ = request.directory();
         }
-        return snapshot.response(status(), lastSync());
+        return snapshot.response(status(), lastSync(), isRepetition);
     };
     try {
         // Copying payload files can take minutes, in which other programs go on.

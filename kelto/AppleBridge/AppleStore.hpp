@@ -8,9 +8,9 @@
 #include "kelto/AppleBridge/ExchangeRehearsal.hpp"
 #include "kelto/AppleBridge/ExchangeReport.hpp"
 #include "kelto/AppleBridge/ExchangeStages.hpp"
-#include "kelto/AppleBridge/LastRequest.hpp"
 #include "kelto/AppleBridge/LibraryIndex.hpp"
 #include "kelto/AppleBridge/RequestMemory.hpp"
+#include "kelto/AppleBridge/ResponseMemory.hpp"
 #include "kelto/AppleBridge/SyncStatus.hpp"
 #include "kelto/foundation/Date.hpp"
 #include "kelto/foundation/LargeText.hpp"
@@ -28,11 +28,8 @@ public:
     /// The process's own store, made on first use.
     static AppleStore& shared();
 
-    /// What its exchanges leave for the next request. Any thread.
-    static LastRequest& lastRequestOfThisProcess();
-
-    /// A store of its own, for tests. `lastRequest` outlives it.
-    explicit AppleStore(Platform platform, LastRequest* lastRequest = nullptr);
+    /// A store of its own, for tests.
+    explicit AppleStore(Platform platform);
     AppleStore(const AppleStore&) = delete;
     AppleStore& operator=(const AppleStore&) = delete;
 
@@ -68,12 +65,13 @@ private:
     void observeMirroring();
     /// Merges the host's records and answers the snapshot. Waits for nobody.
     [[nodiscard]] LargeText mergedSnapshot(ModelContainer& library,
-                                           ExchangeRequest& request,
+                                           const ExchangeRequest& request,
                                            ExchangeReport& report);
 
     /// The answer, with the files of what the host does not hold.
     [[nodiscard]] LargeText exportedSnapshot(ModelContainer& library,
-                                             const ExchangeRequest& request);
+                                             const ExchangeRequest& request,
+                                             bool isRepetition);
 
     Platform platform_;
     std::unique_ptr<ModelContainer> container_;
@@ -85,7 +83,7 @@ private:
     // What the last exchange has left behind, so that the next one need only look at differences.
     LibraryIndex index_;
     std::shared_ptr<const RequestMemory> requestMemory_;
-    LastRequest* lastRequest_;    // the text of that memory, if anybody wants it
+    ResponseMemory responseMemory_;
     std::string sweptDirectory_;  // the exchange folder that was last rid of leftovers
     ExchangeStages lastStages_;
     std::int64_t exchangeCount_ = 0;

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "kelto/AppleBridge/LastRequest.hpp"
+#include "kelto/AppleBridge/RequestIntake.hpp"
 #include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/Task.hpp"
 #include "kelto/platform/Platform.hpp"
@@ -19,12 +19,11 @@ using ExchangeFunction = std::function<Task<LargeText>(LargeText request)>;
 
 /// Runs one exchange as a task of the main executor and hands its answer to `callback`, exactly
 /// once: the response, or the error envelope of whatever was thrown. A callback of nullptr gets
-/// nothing; the exchange runs all the same. `request` is copied, with ill-formed UTF-8 repaired, or
-/// found to be the same as `last`. Returns at once. Any thread. The platform's main executor
-/// outlives the exchange.
+/// nothing; the exchange runs all the same. `request` is copied, with ill-formed UTF-8 repaired.
+/// Returns at once. Any thread. The platform's main executor outlives the exchange.
 void dispatchExchange(const Platform& platform,
                       ExchangeFunction exchange,
-                      const LastRequest& last,
+                      RequestIntake& intake,
                       std::string_view request,
                       std::intptr_t context,
                       kelto_apple_callback callback);

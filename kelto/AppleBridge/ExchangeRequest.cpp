@@ -27,14 +27,22 @@ LargeText limited(LargeText text) {
 }
 
 /// The part of the text from `start` to where the reader stands.
-TextPlace placeSince(std::size_t start, JsonReader& reader) {
-    return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(reader.offset() - start)};
+std::string_view textSince(std::size_t start, JsonReader& reader) {
+    return reader.text().substr(start, reader.offset() - start);
+}
+
+/// What tells the whole text from others.
+std::optional<SeenText> wholeText(const LargeText& text) {
+    if (!text.hash()) return std::nullopt;
+    return SeenText{*text.hash(), text.size()};
 }
 
 }  // namespace
 
 ExchangeRequest::ExchangeRequest(LargeText text, std::shared_ptr<const RequestMemory> memory)
     : memory_(std::move(memory)), text_(limited(std::move(text))), reader_(text_.view()) {
+    isRepeated_ = memory_ != nullptr && memory_->isComplete && memory_->text &&
+                  memory_->text == wholeText(text_);
     reader_.requireContainer();
     if (reader_.kind() == JsonKind::array) {
         reader_.skipValue();
@@ -51,13 +59,15 @@ ExchangeRequest::ExchangeRequest(LargeText text, std::shared_ptr<const RequestMe
 
 std::string_view ExchangeRequest::knownFingerprint(const Uuid& thing) const {
     if (known_ == nullptr) return {};
-    return known_->find(text_.view().substr(knownText_.offset, knownText_.size), thing);
+    return known_->find(knownText_, thing);
 }
 
-void ExchangeRequest::moveInto(RequestMemory& memory) && {
-    memory.text = std::move(text_);
-    memory.knownText = knownText_;
-    memory.known = std::move(known_);
+void ExchangeRequest::describe(RequestMemory& memory) const {
+    memory.text = wholeText(text_);
+    // Records of a list that another one has replaced are not among those remembered.
+    memory.isComplete = recordLists_ == 1 && memory.records.size() == records_.size();
+    memory.knownText = SeenText::of(knownText_);
+    memory.known = known_;
 }
 
 void ExchangeRequest::readEnvelope() {
@@ -95,12 +105,13 @@ void ExchangeRequest::readText(std::optional<std::string_view>& text) {
 }
 
 void ExchangeRequest::readRecords() {
+    ++recordLists_;
     records_.clear();
     areRecordsObjects_ = false;
     if (reader_.kind() != JsonKind::array) return reader_.skipValue();
     std::optional<RecordRecognition> recognition;
     if (memory_ != nullptr) {
-        recognition.emplace(*memory_);
+        recognition.emplace(*memory_, isRepeated_);
         records_.reserve(memory_->records.size());
     }
     bool allObjects = true;
@@ -124,13 +135,13 @@ void ExchangeRequest::readRecord(RecordRecognition* recognition) {
     if (recognition != nullptr) {
         const std::string_view rest = text_.view().substr(start);
         if (const SeenRecord* seen = recognition->recognise(rest)) {
-            reader_.passOver(seen->text.size);
-            records_.emplace_back(placeSince(start, reader_), rest, *seen, recordReader_);
+            reader_.passOver(seen->textSize);
+            records_.emplace_back(rest.substr(0, seen->textSize), *seen, recordReader_);
             return;
         }
     }
     const RecordValues& values = recordReader_.read(reader_);
-    const Record& record = records_.emplace_back(placeSince(start, reader_), values);
+    const Record& record = records_.emplace_back(textSince(start, reader_), values);
     if (recognition == nullptr) return;
     if (const auto identifier = record.optionalUUID(RecordKey::uuid)) {
         recognition->foundInstead(*identifier);
@@ -145,12 +156,12 @@ void ExchangeRequest::readKnownFingerprints() {
     } else {
         known_ = std::make_shared<const KnownFingerprints>(reader_);
     }
-    knownText_ = placeSince(start, reader_);
+    knownText_ = textSince(start, reader_);
 }
 
 bool ExchangeRequest::isRememberedKnown(std::string_view rest) const {
     return memory_ != nullptr && memory_->known != nullptr && memory_->known->isIndependent() &&
-           startsWith(rest, memory_->textAt(memory_->knownText));
+           memory_->knownText.begins(rest);
 }
 
 }  // namespace kelto

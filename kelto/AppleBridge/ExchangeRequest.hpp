@@ -38,9 +38,14 @@ public:
 
     /// The last request, as it was when this one was read; nullptr when none is remembered.
     [[nodiscard]] const RequestMemory* memory() const { return memory_.get(); }
-    /// Gives the text and the known fingerprints away, for the memory of this request. Nothing may
-    /// be asked of the records afterwards.
-    void moveInto(RequestMemory& memory) &&;
+    [[nodiscard]] std::shared_ptr<const RequestMemory> sharedMemory() const { return memory_; }
+    /// Whether it is the last request as a whole, and all of its records are remembered.
+    [[nodiscard]] bool isRepeated() const { return isRepeated_; }
+    /// The known fingerprints; nullptr when the request has none. The same object as the last time
+    /// when they are the same.
+    [[nodiscard]] const KnownFingerprints* knownFingerprints() const { return known_.get(); }
+    /// Tells the memory of this request what it must know of the text.
+    void describe(RequestMemory& memory) const;
 
 private:
     void readEnvelope();
@@ -59,7 +64,9 @@ private:
     std::string storePath_;
     std::string directory_;
     LargeVector<Record> records_;
-    TextPlace knownText_;
+    bool isRepeated_ = false;
+    std::size_t recordLists_ = 0;  ///< So many members have the name "records".
+    std::string_view knownText_;
     std::shared_ptr<const KnownFingerprints> known_;
 
     // While the envelope is read: what a later member of the same name may still replace.

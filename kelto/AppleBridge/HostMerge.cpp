@@ -1,5 +1,6 @@
 #include "kelto/AppleBridge/HostMerge.hpp"
 
+#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 #include <utility>
@@ -57,6 +58,11 @@ void HostMerge::begin() {
 }
 
 void HostMerge::merge() {
+    isRepetition_ = repeatsLastMerge();
+    if (isRepetition_) {
+        counts_.skipped = request_.records().size();
+        return;
+    }
     createMissing();
     const std::uint64_t structure = index_.structureNumber();
     updateFields();
@@ -67,13 +73,34 @@ void HostMerge::merge() {
     checkTimes(context_, observer_ != nullptr);
 }
 
-std::unique_ptr<RequestMemory> HostMerge::save() {
+bool HostMerge::repeatsLastMerge() {
+    if (!request_.isRepeated() || !remembersObjects_) return false;
+    const RequestMemory& memory = *request_.memory();
+    if (!memory.isSettled || memory.structureNumber != index_.structureNumber() ||
+        memory.changeNumber != context_.lastChangeNumber()) {
+        return false;
+    }
+    fileStatuses_ = assets_.lookAtAll(memory);
+    for (std::size_t i = 0; i < memory.files.size(); ++i) {
+        if (!assets_.isUnchanged(fileStatuses_[i], memory.files[i].payload)) return false;
+    }
+    return true;
+}
+
+std::shared_ptr<const RequestMemory> HostMerge::save() {
     rememberFingerprints(changedThings(context_));  // so that the rows get them, too
     context_.save();
     index_.agree(context_);
-    auto memory = notes_.take();
+    if (isRepetition_) return request_.sharedMemory();
+    std::unique_ptr<RequestMemory> memory = notes_.take();
     memory->populationNumber = context_.populationNumber();
     memory->structureNumber = index_.structureNumber();
+    memory->changeNumber = context_.lastChangeNumber();
+    memory->isSettled =
+        std::all_of(memory->records.begin(), memory->records.end(), [](const SeenRecord& record) {
+            return record.isSettled && record.changeNumber == record.object->changeNumber();
+        });
+    request_.describe(*memory);
     return memory;
 }
 
@@ -85,7 +112,8 @@ void HostMerge::createMissing() {
         lookAt(&record);
         if (record.seen() != nullptr) ++recognised_;
         SeenRecord note;
-        note.text = record.text();
+        note.textHash = record.textHash();
+        note.textSize = record.textSize();
         note.identifier = identifierOf(record);
         note.type = typeOf(record);
         note.object = &objectOf(record, note);

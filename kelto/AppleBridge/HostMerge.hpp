@@ -42,14 +42,17 @@ public:
     void begin();
     /// Throws the first refusal or failure; the context is then to be rolled back.
     void merge();
-    /// Saves what was merged. Answers what is worth remembering until the next request, but for the
-    /// request's text.
-    [[nodiscard]] std::unique_ptr<RequestMemory> save();
+    /// Saves what was merged. Answers what is worth remembering until the next request.
+    [[nodiscard]] std::shared_ptr<const RequestMemory> save();
 
     /// Of merge(), once it has returned.
     [[nodiscard]] const MergeCounts& counts() const { return counts_; }
+    /// Whether merge() had nothing to do: the request was the last one once more, and nothing that
+    /// it depends on has changed since.
+    [[nodiscard]] bool isRepetition() const { return isRepetition_; }
 
 private:
+    [[nodiscard]] bool repeatsLastMerge();
     void createMissing();
     /// The model of that identifier, made when there is none.
     template <typename Model, typename... Arguments>
@@ -91,6 +94,7 @@ private:
     std::size_t recognised_ = 0;  ///< Records that stood in the last request.
     /// Whether the objects that the last request's memory points at are still there.
     bool remembersObjects_ = false;
+    bool isRepetition_ = false;
     MergeCounts counts_;
 };
 

@@ -20,13 +20,20 @@ namespace kelto {
 class Record {
 public:
     /// One that was taken apart already.
-    Record(TextPlace text, const RecordValues& values) : text_(text), values_(&values) {}
+    Record(std::string_view text, const RecordValues& values)
+        : Record(text, TextHash::of(text)) {  // now, when the processor has its bytes at hand
+        values_ = &values;
+    }
     /// One whose text was seen before. `reader` outlives it.
-    Record(TextPlace place, std::string_view text, const SeenRecord& seen, RecordReader& reader)
-        : text_(place), start_(text.data()), reader_(&reader), seen_(&seen) {}
+    Record(std::string_view text, const SeenRecord& seen, RecordReader& reader)
+        : Record(text, seen.textHash) {
+        reader_ = &reader;
+        seen_ = &seen;
+    }
 
-    /// Where it stands in the request.
-    [[nodiscard]] TextPlace text() const { return text_; }
+    // By which the same text is recognised the next time.
+    [[nodiscard]] const TextHash& textHash() const { return hash_; }
+    [[nodiscard]] std::uint32_t textSize() const { return size_; }
     /// What became of the same record in an earlier request; nullptr when none had this text.
     [[nodiscard]] const SeenRecord* seen() const { return seen_; }
 
@@ -73,13 +80,17 @@ public:
     }
 
 private:
+    Record(std::string_view text, const TextHash& hash)
+        : hash_(hash), start_(text.data()), size_(static_cast<std::uint32_t>(text.size())) {}
+
     [[nodiscard]] const RecordValue& value(RecordKey key) const {
-        if (values_ == nullptr) values_ = &reader_->read(std::string_view(start_, text_.size));
+        if (values_ == nullptr) values_ = &reader_->read(std::string_view(start_, size_));
         return (*values_)[static_cast<std::size_t>(key)];
     }
 
-    TextPlace text_;
-    const char* start_ = nullptr;
+    TextHash hash_;
+    const char* start_;
+    std::uint32_t size_;  // a request is not longer than that
     RecordReader* reader_ = nullptr;
     const SeenRecord* seen_ = nullptr;
     mutable const RecordValues* values_ = nullptr;

@@ -35,6 +35,7 @@ public:
         // if all of it had to be escaped: near the end there is none.
         constexpr std::size_t beside = 64;
         constexpr std::size_t escaped = 6;
+        const std::size_t start = text_.size();
         if (text_.roomLeft() >= bytes * (escaped + 1) + beside) {
             appendThingRecord(text_, thing, *thing.derivedDigests(), receivedFolder);
         } else {
@@ -42,17 +43,19 @@ public:
             appendThingRecord(aside_, thing, *thing.derivedDigests(), receivedFolder);
             text_.append(aside_.view());
         }
+        if (text_.size() - start != bytes) haveTheirLengths_ = false;
         text_.append(',');
     }
-    /// Whether they fill their place, and nothing else.
+    /// Whether each record was as long as it was said to be, and they fill their place.
     [[nodiscard]] bool fits() const {
-        return text_.roomLeft() == 0 && text_.view().data() == start_;
+        return haveTheirLengths_ && text_.roomLeft() == 0 && text_.view().data() == start_;
     }
 
 private:
     const char* start_;
     TextBuffer text_;
     TextBuffer aside_;
+    bool haveTheirLengths_ = true;
 };
 
 }  // namespace

@@ -27,14 +27,18 @@ public:
     /// What follows must not be longer than `bytesBehind`, or all of it is copied once more.
     void append(std::span<Thing* const> things, std::size_t bytesBehind = 0);
 
+    [[nodiscard]] bool hasRecords() const { return hasRecords_; }
+    [[nodiscard]] std::string_view view() const { return text_.view(); }
+    /// How long the record of a thing is that was appended.
+    [[nodiscard]] std::size_t bytesOf(const Thing& thing) const;
+
     /// The whole text; the list is empty afterwards.
     [[nodiscard]] LargeText take() { return std::move(text_); }
 
 private:
-    [[nodiscard]] std::size_t bytesOf(const Thing& thing) const;
     /// False when the lengths that the things remember are wrong; nothing is appended then.
     [[nodiscard]] bool tryToAppend(std::span<Thing* const> things, std::size_t bytesBehind);
-    /// Each with a comma behind it. Answers whether they fill the room.
+    /// Each with a comma behind it. Answers whether they have their lengths.
     [[nodiscard]] bool print(std::span<Thing* const> things, std::span<char> room) const;
     void separate();
 

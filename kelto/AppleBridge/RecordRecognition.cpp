@@ -6,7 +6,7 @@ const SeenRecord* RecordRecognition::recognise(std::string_view rest) {
     for (std::size_t* place : {&expected_, &alternative_}) {
         if (*place >= memory_.records.size()) continue;
         const SeenRecord& seen = memory_.records[*place];
-        if (!startsWith(rest, memory_.textAt(seen.text))) continue;
+        if (!isRepeated_ && !seen.text().begins(rest)) continue;
         ++*place;
         return &seen;
     }

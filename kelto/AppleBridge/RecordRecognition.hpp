@@ -14,8 +14,9 @@ namespace kelto {
 /// its place again. A record that it misses is merely read anew.
 class RecordRecognition {
 public:
-    /// The memory is borrowed.
-    explicit RecordRecognition(const RequestMemory& memory) : memory_(memory) {}
+    /// The memory is borrowed. `isRepeated` says that the whole request is known to be the same.
+    RecordRecognition(const RequestMemory& memory, bool isRepeated)
+        : memory_(memory), isRepeated_(isRepeated) {}
 
     /// The record with whose text `rest` begins; nullptr when it is none of those expected here.
     [[nodiscard]] const SeenRecord* recognise(std::string_view rest);
@@ -26,6 +27,7 @@ private:
     [[nodiscard]] const std::uint32_t* placeOf(const Uuid& identifier);
 
     const RequestMemory& memory_;
+    const bool isRepeated_;
     std::size_t expected_ = 0;
     std::size_t alternative_ = 0;  // where it went on before it jumped
     UuidTable<std::uint32_t> places_;

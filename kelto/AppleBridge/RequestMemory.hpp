@@ -3,14 +3,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "kelto/AppleBridge/KnownFingerprints.hpp"
-#include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/LargeVector.hpp"
+#include "kelto/foundation/TextHash.hpp"
 #include "kelto/foundation/Uuid.hpp"
 #include "kelto/persistence/ModelObject.hpp"
 #include "kelto/persistence/Payload.hpp"
@@ -19,23 +20,27 @@ namespace kelto {
 
 enum class RecordType : std::uint8_t { project, tag, thing };
 
-/// A part of a request's text.
-struct TextPlace {
-    std::uint32_t offset = 0;
-    std::uint32_t size = 0;
-};
+/// What is remembered of a text, or of a part of one: enough to recognise it.
+struct SeenText {
+    TextHash hash;
+    std::size_t size = 0;
 
-/// Whether the text begins with that part: without a look at either where they are the same memory,
-/// as they are when the host has sent its last request again.
-[[nodiscard]] inline bool startsWith(std::string_view text, std::string_view part) {
-    if (text.data() == part.data() && text.size() >= part.size()) return true;
-    return text.starts_with(part);
-}
+    [[nodiscard]] static SeenText of(std::string_view text) {
+        return {TextHash::of(text), text.size()};
+    }
+    /// Whether `text` begins with it.
+    [[nodiscard]] bool begins(std::string_view text) const {
+        return text.size() >= size && TextHash::of(text.substr(0, size)) == hash;
+    }
+
+    friend bool operator==(const SeenText&, const SeenText&) = default;
+};
 
 /// What merging one live record of an earlier request came to.
 struct SeenRecord {
-    TextPlace text;
+    TextHash textHash;
     Uuid identifier;
+    std::uint32_t textSize = 0;
     RecordType type = RecordType::thing;
     /// Merging the same record again changes nothing, as long as the object, the projects and tags,
     /// and the files that the record names stay as they are.
@@ -44,6 +49,8 @@ struct SeenRecord {
     std::uint32_t firstFile = 0;
     ModelObject* object = nullptr;
     std::uint64_t changeNumber = 0;  ///< Of the object, right after the record was merged.
+
+    [[nodiscard]] SeenText text() const { return {textHash, textSize}; }
 };
 
 /// A file that a settled record names.
@@ -56,24 +63,29 @@ struct SeenFile {
 
 /// The host's last request and what became of it. Hosts send their whole library every time, nearly
 /// all of it letter by letter as the time before: what is recognised need not be taken apart and
-/// merged again. Never changed once it is made, since requests that wait still refer to it.
+/// merged again. Its text is not kept, only what tells it from others. Never changed once it is
+/// made, since requests that wait still refer to it.
 class RequestMemory {
 public:
-    LargeText text{""};
+    /// The whole request, unless it was not UTF-8.
+    std::optional<SeenText> text;
     LargeVector<SeenRecord> records;  ///< In their order; deletions are left out.
     LargeVector<SeenFile> files;      ///< By record.
     std::vector<std::string> folders;
     std::string fileNames;
-    TextPlace knownText;
+    SeenText knownText;  ///< Of the known fingerprints.
     std::shared_ptr<const KnownFingerprints> known;
     /// Pointers to objects are good while the library's number is this one.
     std::uint64_t populationNumber = 0;
     /// The state of projects and tags in which the records were merged; see LibraryIndex.
     std::uint64_t structureNumber = 0;
+    /// That of the last change of any object when the merge was saved.
+    std::uint64_t changeNumber = 0;
+    /// Whether the records are all that the request had, and it had one list of them.
+    bool isComplete = false;
+    /// Whether all records are settled, and none was overtaken by another of the same request.
+    bool isSettled = false;
 
-    [[nodiscard]] std::string_view textAt(TextPlace place) const {
-        return text.view().substr(place.offset, place.size);
-    }
     [[nodiscard]] std::span<const SeenFile> filesOf(const SeenRecord& record) const {
         return std::span(files).subspan(record.firstFile, record.fileCount);
     }

@@ -28,11 +28,13 @@ constexpr std::uint32_t ownerMayReadAndWrite = 0600;
 SnapshotExport::SnapshotExport(ModelContext& context,
                                const ExchangeRequest& request,
                                FileSystem& files,
-                               Random& random)
+                               Random& random,
+                               ResponseMemory& memory)
     : context_(context),
       request_(request),
       files_(files),
       random_(random),
+      memory_(memory),
       receivedFolder_(absolutePath(files, joinedPath(request.directory(), receivedName))) {}
 
 void SnapshotExport::removeLeftovers() {
@@ -45,36 +47,52 @@ void SnapshotExport::removeLeftovers() {
     }
 }
 
-LargeText SnapshotExport::response(std::string_view status, const std::optional<Date>& lastSync) {
+LargeText SnapshotExport::response(const std::string& status,
+                                   const std::optional<Date>& lastSync,
+                                   bool isRepetition) {
     const std::unique_ptr<Folder> received = openReceivedFolder();
     (void)received->hold(Folder::Hold::together);  // where that cannot be, nobody removes anything
-    OutgoingFiles outgoing(*received, random_);
+    context_.begin();
+    ResponseBasis basis{context_.populationNumber(),
+                        context_.lastChangeNumber(),
+                        request_.directory(),
+                        receivedFolder_,
+                        lastSync,
+                        status};
+    const std::optional<LargeText> last = memory_.find(basis);
+    // It held all files the last time, and says the same of them now.
+    if (last && isRepetition && memory_.hostHoldsFiles) return *last;
+
     const std::vector<Thing*> things = context_.fetch<Thing>();
     rememberFingerprints(things);
+    OutgoingFiles outgoing(*received, random_);
+    bool hostHoldsAll = true;
     for (std::size_t i = 0; i < things.size(); ++i) {
         if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
-        writePayloads(*things[i], *received, outgoing);
+        if (!writePayloads(*things[i], *received, outgoing)) hostHoldsAll = false;
     }
+    LargeText text = last ? *last : renewed(std::move(basis), things);
+    memory_.hostHoldsFiles = hostHoldsAll;
+    outgoing.finish();
+    return text;
+}
 
-    RecordList records(receivedFolder_);
+LargeText SnapshotExport::renewed(ResponseBasis basis, std::span<Thing* const> things) {
     TextBuffer text;
     RecordWriter envelope(text);
-    envelope.text("directory", request_.directory());
-    if (lastSync) envelope.timestamp("lastSync", *lastSync);
+    envelope.text("directory", basis.directory);
+    if (basis.lastSync) envelope.timestamp("lastSync", *basis.lastSync);
     envelope.value("records").append('[');
+    RecordList records(receivedFolder_);
     records.appendText(text.view());
     for (const Project* project : context_.fetch<Project>()) records.append(*project);
     for (const Tag* tag : context_.fetch<Tag>()) records.append(*tag);
     text.clear();
     text.append(']');
-    envelope.text("status", status);
+    envelope.text("status", basis.status);
     envelope.integer("version", bridgeProtocolVersion);
     envelope.close();
-    constexpr std::size_t endOfText = 1;
-    records.append(things, text.size() + endOfText);
-    records.appendText(text.view());
-    outgoing.finish();
-    return records.take();
+    return memory_.renew(std::move(basis), std::move(records), things, text.view());
 }
 
 std::unique_ptr<Folder> SnapshotExport::openReceivedFolder() {
@@ -92,19 +110,20 @@ std::unique_ptr<Folder> SnapshotExport::openReceivedFolder() {
         "so that payload files can be written.");
 }
 
-void SnapshotExport::writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing) {
+bool SnapshotExport::writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing) {
     std::optional<std::string_view> known;
     for (const PayloadField& field : payloadFields(thing)) {
         if (!field.payload) continue;
         if (!known) known = request_.knownFingerprint(thing.uuid());
         // The host holds this version of the thing, files included: nothing to write.
-        if (*known == fingerprintsOf(thing).record.hex()) return;
+        if (*known == fingerprintsOf(thing).record.hex()) return true;
         const std::string name = payloadName(thing, field.key);
         // A host that names no version may have lost the files.
         if (!known->empty() && isInPlace(*field.payload, received, name)) continue;
         // Not flushed: after a power cut the host asks for these files again, the store has them.
         context_.payloads().handOut(*field.payload, name, outgoing);
     }
+    return !known;
 }
 
 bool SnapshotExport::isInPlace(const Payload& payload, Folder& received, const std::string& name) {

@@ -2,10 +2,12 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "kelto/AppleBridge/ExchangeRequest.hpp"
+#include "kelto/AppleBridge/ResponseMemory.hpp"
 #include "kelto/foundation/Date.hpp"
 #include "kelto/foundation/LargeText.hpp"
 #include "kelto/model/Thing.hpp"
@@ -25,22 +27,27 @@ public:
     SnapshotExport(ModelContext& context,
                    const ExchangeRequest& request,
                    FileSystem& files,
-                   Random& random);
+                   Random& random,
+                   ResponseMemory& memory);
 
     /// Removes what exports of processes that were killed have left in the folder "received",
     /// unless another program exports into it at this moment.
     void removeLeftovers();
     /// The response text. Throws the file system's or the store's error; payload files that were
-    /// written before it stay.
-    [[nodiscard]] LargeText response(std::string_view status, const std::optional<Date>& lastSync);
+    /// written before it stay. `isRepetition` says that the request was the last one once more, and
+    /// changed nothing.
+    [[nodiscard]] LargeText response(const std::string& status,
+                                     const std::optional<Date>& lastSync,
+                                     bool isRepetition = false);
 
 private:
     /// The folder for the host's files, made when it is missing. Nothing is ever written through a
     /// link to a folder that is not the host's exchange folder, nor when a link takes the place of
     /// the folder later: it stays open until the last file is written.
     [[nodiscard]] std::unique_ptr<Folder> openReceivedFolder();
-    /// Writes the thing's files unless the host holds them.
-    void writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing);
+    [[nodiscard]] LargeText renewed(ResponseBasis basis, std::span<Thing* const> things);
+    /// Writes the thing's files unless the host holds them, which is the answer.
+    bool writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing);
     /// Whether the file of that name is known to hold these bytes: a host that uses the files in
     /// "received" has named it, and it was read then. The title of a film can be edited without
     /// copying the film.
@@ -50,6 +57,7 @@ private:
     const ExchangeRequest& request_;
     FileSystem& files_;
     Random& random_;
+    ResponseMemory& memory_;
     std::string receivedFolder_;
 };
 

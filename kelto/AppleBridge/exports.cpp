@@ -7,6 +7,7 @@
 #include "kelto/AppleBridge/AppleStore.hpp"
 #include "kelto/AppleBridge/CloudAvailability.hpp"
 #include "kelto/AppleBridge/ExchangeDispatch.hpp"
+#include "kelto/AppleBridge/RequestIntake.hpp"
 #include "kelto/platform/Platform.hpp"
 #include "kelto_apple.h"
 
@@ -23,6 +24,11 @@ std::int32_t cloudAvailability() noexcept {
     return kelto::cloudAvailable(kelto::Platform::current());
 }
 
+kelto::RequestIntake& requestIntake() {
+    static auto& intake = *new kelto::RequestIntake();  // never destroyed, like the store
+    return intake;
+}
+
 void startExchange(const char* request,
                    std::intptr_t context,
                    kelto_apple_callback callback) noexcept {
@@ -32,7 +38,7 @@ void startExchange(const char* request,
     };
     kelto::dispatchExchange(kelto::Platform::current(),
                             exchange,
-                            kelto::AppleStore::lastRequestOfThisProcess(),
+                            requestIntake(),
                             request == nullptr ? "" : request,
                             context,
                             callback);

@@ -66,65 +66,12 @@ protected:
     void dispatch(const ExchangeFunction& exchange,
                   std::string_view request,
                   std::intptr_t context = 1) {
-        dispatchExchange(fake.platform(), exchange, last, request, context, &record);
+        dispatchExchange(fake.platform(), exchange, intake, request, context, &record);
     }
 
     FakePlatform fake;
-    LastRequest last;
+    RequestIntake intake;
 };
-
-/// Has the exchange hand over its text itself, with the place where it lies.
-ExchangeFunction keeping(std::vector<LargeText>& texts) {
-    return [&texts](LargeText request) -> Task<LargeText> {
-        texts.push_back(request);
-        co_return request;
-    };
-}
-
-TEST_F(ExchangeDispatch, SharesTheTextOfTheLastRequestWhenItIsTheSame) {
-    const std::string request = R"({"text":")" + std::string(3'000'000, 'a') + "\"}";
-    const LargeText remembered(request);
-    last.remember(remembered);
-    std::vector<LargeText> texts;
-    dispatch(keeping(texts), request);
-    fake.mainExecutor->runUntilIdle();
-    ASSERT_EQ(texts.size(), 1U);
-    EXPECT_EQ(texts[0].cString(), remembered.cString());
-}
-
-TEST_F(ExchangeDispatch, CopiesARequestThatDiffersInOneByte) {
-    const std::string before(3'000'000, 'a');
-    last.remember(before);
-    for (const std::size_t place : {0U, 262'144U, 1'500'000U, 2'999'999U}) {
-        std::string request = before;
-        request[place] = 'b';
-        std::vector<LargeText> texts;
-        dispatch(keeping(texts), request);
-        fake.mainExecutor->runUntilIdle();
-        ASSERT_EQ(texts.size(), 1U);
-        EXPECT_TRUE(texts[0].view() == request) << place;
-    }
-}
-
-TEST_F(ExchangeDispatch, CopiesARequestThatIsLongerOrShorter) {
-    last.remember(std::string(1000, 'a'));
-    std::vector<LargeText> texts;
-    for (const std::size_t size : {0U, 999U, 1001U}) {
-        dispatch(keeping(texts), std::string(size, 'a'));
-        fake.mainExecutor->runUntilIdle();
-        EXPECT_EQ(texts.back().size(), size);
-    }
-}
-
-TEST_F(ExchangeDispatch, CopiesTheSameRequestOnceItIsForgotten) {
-    const LargeText remembered("{}");
-    last.remember(remembered);
-    last.forget();
-    std::vector<LargeText> texts;
-    dispatch(keeping(texts), "{}");
-    fake.mainExecutor->runUntilIdle();
-    EXPECT_NE(texts.at(0).cString(), remembered.cString());
-}
 
 TEST_F(ExchangeDispatch, HandsTheResponseToTheCallback) {
     dispatch(echo, R"({"version":1})", 42);
@@ -284,7 +231,7 @@ TEST_F(ExchangeDispatch, RunsTheExchangeWithoutACallback) {
         ran = true;
         return echo(std::move(request));
     };
-    dispatchExchange(fake.platform(), exchange, LastRequest(), "{}", 1, nullptr);
+    dispatchExchange(fake.platform(), exchange, intake, "{}", 1, nullptr);
     fake.mainExecutor->runUntilIdle();
     EXPECT_TRUE(ran);
 }
@@ -299,12 +246,13 @@ TEST_F(ExchangeDispatch, MayBeCalledFromAnyThread) {
 
 TEST_F(ExchangeDispatch, MayBeCalledInsideACallback) {
     static Platform platform;  // all that a C callback can reach
+    static RequestIntake requests;
     platform = fake.platform();
     const auto askAgain = [](std::intptr_t context, const char* response) {
         record(context, response);
-        dispatchExchange(platform, echo, LastRequest(), "again", context + 1, &record);
+        dispatchExchange(platform, echo, requests, "again", context + 1, &record);
     };
-    dispatchExchange(platform, echo, LastRequest(), "once", 1, askAgain);
+    dispatchExchange(platform, echo, requests, "once", 1, askAgain);
     EXPECT_EQ(fake.mainExecutor->runUntilIdle(), 2U);
     platform = {};
     EXPECT_THAT(answers, ElementsAre(Answer{1, "once"}, Answer{2, "again"}));

@@ -46,7 +46,7 @@ protected:
         for (std::size_t i = 0; i < fileCount; ++i) {
             names.push_back("file" + std::to_string(i));
             writeFile(path(i), contents(i));
-            records.emplace_back(TextPlace{}, none);
+            records.emplace_back("", none);
         }
     }
 

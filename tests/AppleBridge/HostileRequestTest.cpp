@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kelto/AppleBridge/ExchangeRequest.hpp"
+#include "kelto/foundation/PlatformError.hpp"
 #include "tests/support/Files.hpp"
 #include "tests/support/TestLibrary.hpp"
 
@@ -15,7 +17,7 @@ using testing::StartsWith;
 // ----------------------------------------------------------------------
 
 /// A request whose only record holds this JSON text under a key that nobody reads, and a title.
-std::string requestWith(TestLibrary& library, const std::string& json) {
+std::string requestWith(const TestLibrary& library, const std::string& json) {
     std::string text =
         RequestBuilder()
             .record(RecordBuilder::thing(firstId).with("title", "kept").with("unknown", "HERE"))
@@ -101,13 +103,17 @@ TEST(HostileRequest, MayHoldEveryCharacter) {
     EXPECT_EQ(response.string(firstId, "title"), text) << "no normal form, no repair";
 }
 
+/// What comes through the C function is repaired before; the reader does not rely on it.
 TEST(HostileRequest, ThatIsNotUtf8IsTheReadersError) {
-    TestLibrary library;
+    const TestLibrary library;
     for (const char* bytes : {"\"\xFF\"", "\"\xC3\"", "\"\xED\xA0\x80\"", "\"\xF5\x80\x80\x80\""}) {
-        EXPECT_THAT(Response(library.exchangeText(requestWith(library, bytes))).error(),
-                    HasSubstr("these bytes are not UTF-8"));
+        try {
+            const ExchangeRequest request(LargeText(requestWith(library, bytes)));
+            ADD_FAILURE() << "was read";
+        } catch (const PlatformError& error) {
+            EXPECT_THAT(error.what(), HasSubstr("these bytes are not UTF-8"));
+        }
     }
-    EXPECT_THAT(library.exchange().records(), IsEmpty());
 }
 
 TEST(HostileRequest, MayHoldAnUnendingNumber) {

@@ -42,8 +42,9 @@ protected:
             return shared->store().exchange(std::move(request));
         };
         lastAnswer.clear();
+        static RequestIntake intake;
         dispatchExchange(
-            shared->platform().platform(), exchange, LastRequest(), text.c_str(), 0, answered);
+            shared->platform().platform(), exchange, intake, text.c_str(), 0, answered);
         shared->run();
         return Response(lastAnswer);
     }
@@ -167,8 +168,8 @@ TEST_P(RepairedText, IsTakenWithReplacementCharacters) {
                            .record(RecordBuilder::thing(firstId).with("title", "<HERE>"))
                            .text(library.storePath(), library.exchangeFolder());
     text.replace(text.find("HERE"), 4, GetParam().bytes);
-    dispatchExchange(
-        library.platform().platform(), exchange, LastRequest(), text.c_str(), 0, answered);
+    RequestIntake intake;
+    dispatchExchange(library.platform().platform(), exchange, intake, text.c_str(), 0, answered);
     library.run();
     std::string expected = "<";
     for (std::size_t i = 0; i < GetParam().replacements; ++i) expected += "\xEF\xBF\xBD";

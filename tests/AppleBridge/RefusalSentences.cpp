@@ -20,8 +20,9 @@ std::string answerToTheUnknown() {
     };
     const FakePlatform platform;
     static std::string answer;
+    RequestIntake intake;
     dispatchExchange(
-        platform.platform(), fail, LastRequest(), "{}", 0, [](std::intptr_t, const char* response) {
+        platform.platform(), fail, intake, "{}", 0, [](std::intptr_t, const char* response) {
             answer = response;
         });
     platform.mainExecutor->runUntilIdle();

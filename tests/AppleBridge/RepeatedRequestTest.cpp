@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kelto/AppleBridge/ExchangeDispatch.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
 #include "tests/support/Files.hpp"
 #include "tests/support/TestLibrary.hpp"
@@ -303,6 +304,57 @@ TEST_F(RepeatedRequest, WithTheSameItemTwiceComesToTheSame) {
     }
 }
 
+// --- The request as a whole
+// ------------------------------------------------------------------------
+
+TEST_F(RepeatedRequest, WithTwoListsOfRecordsTakesTheLast) {
+    const std::string text =
+        RequestBuilder().record(thing()).text(library.storePath(), library.exchangeFolder());
+    const std::string name = "\"records\":";
+    const std::size_t place = text.find(name);
+    ASSERT_NE(place, std::string::npos);
+    const std::string other = R"([{"uuid":")" + identifier(7) + R"(","recordType":"Tag"},)" +
+                              R"({"uuid":")" + firstId + R"(","recordType":"Thing"}],)";
+    std::string twice = text;
+    twice.insert(place, name + other);
+    for (int i = 0; i < 4; ++i) {
+        const Response response(library.exchangeText(twice));
+        EXPECT_EQ(response.error(), "");
+        EXPECT_EQ(response.string(firstId, "title"), "title");
+        EXPECT_THAT(response.identifiers("Tag"), IsEmpty());
+    }
+}
+
+TEST_F(RepeatedRequest, ThatDeletesComesToTheSameEachTime) {
+    const RequestBuilder request = RequestBuilder()
+                                       .record(RecordBuilder::deletion("Tag", tagId))
+                                       .record(RecordBuilder::tag(tagId))
+                                       .record(thing().withTags({tagId}));
+    for (int i = 0; i < 3; ++i) {
+        const Response response = exchange(request);
+        EXPECT_THAT(response.identifiers("Tag"), IsEmpty());
+        EXPECT_THAT(response.strings(firstId, "tags"), IsEmpty());
+        EXPECT_EQ(response.string(firstId, "title"), "title");
+    }
+}
+
+TEST_F(RepeatedRequest, WithTwoRecordsOfATagLeavesItWithTheLastName) {
+    const RequestBuilder request = RequestBuilder()
+                                       .record(RecordBuilder::tag(tagId).with("name", "one"))
+                                       .record(RecordBuilder::tag(tagId).with("name", "other"));
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(exchange(request).string(tagId, "name"), "other");
+}
+
+TEST_F(RepeatedRequest, GivesBackWhatAnotherRequestHasTakenInBetween) {
+    const RequestBuilder request = RequestBuilder().record(RecordBuilder::tag(tagId));
+    const RequestBuilder other =
+        RequestBuilder().record(RecordBuilder::tag(tagId).with("name", "other"));
+    const Response first = exchange(request);
+    EXPECT_EQ(exchange(other).string(tagId, "name"), "other");
+    EXPECT_EQ(exchange(other).string(tagId, "name"), "other");
+    EXPECT_EQ(exchange(request).text(), first.text());
+}
+
 // --- After a failure
 // ------------------------------------------------------------------------------
 
@@ -410,6 +462,39 @@ TEST_F(RepeatedRequest, KeepsTheOrderOfTheResponse) {
     EXPECT_THAT(exchange(edited).identifiers("Thing"),
                 ElementsAre(identifier(1), identifier(3), identifier(4), identifier(5)));
     EXPECT_EQ(exchange(request).identifiers("Thing").back(), identifier(2));
+}
+
+/// What the callback of a host is given stays as it is until the callback returns, whatever
+/// exchanges the host runs to their ends meanwhile.
+struct Reader {
+    TestLibrary* library = nullptr;
+    std::string before;  ///< The response when the callback began.
+    std::string after;   ///< The same memory, when it ended.
+};
+
+TEST_F(RepeatedRequest, LeavesAResponseThatAHostIsStillReading) {
+    RequestBuilder request;
+    for (unsigned i = 1; i <= 20; ++i) request.record(RecordBuilder::thing(identifier(i)));
+    (void)exchange(request);
+    Reader reader{&library, {}, {}};
+    RequestIntake intake;
+    dispatchExchange(
+        library.platform().platform(),
+        [this](LargeText text) { return library.store().exchange(std::move(text)); },
+        intake,
+        request.text(library.storePath(), library.exchangeFolder()),
+        reinterpret_cast<std::intptr_t>(&reader),
+        [](std::intptr_t context, const char* response) {
+            auto& reading = *reinterpret_cast<Reader*>(context);
+            reading.before = response;
+            const Response other = reading.library->exchange(RequestBuilder().record(
+                RecordBuilder::thing(identifier(1)).with("title", "x").with("updatedAt", 9e12)));
+            EXPECT_EQ(other.string(identifier(1), "title"), "x");
+            reading.after = response;
+        });
+    library.run();
+    EXPECT_FALSE(reader.before.empty());
+    EXPECT_EQ(reader.after, reader.before);
 }
 
 /// Of a number, the one that was read before may be no more than the beginning.

@@ -15,7 +15,7 @@
 namespace kelto {
 namespace {
 
-const std::string thing = identifier(1);
+const std::string firstThing = identifier(1);
 const std::string otherThing = identifier(2);
 
 /// A library of two things in a project, with tags.
@@ -27,7 +27,7 @@ protected:
         RequestBuilder request;
         request.record(RecordBuilder::project(project).with("name", "project"));
         request.record(RecordBuilder::tag(tag).with("name", "tag"));
-        for (const std::string& each : {thing, otherThing}) {
+        for (const std::string& each : {firstThing, otherThing}) {
             request.record(RecordBuilder::thing(each)
                                .with("title", "title")
                                .with("updatedAt", 1000)
@@ -68,7 +68,7 @@ TEST_F(StoredFingerprints, AreWorkedOutWhereARowHasNone) {
 
 TEST_F(StoredFingerprints, AreThoseOfAnEditThatWasSaved) {
     (void)library.exchange(RequestBuilder().record(
-        RecordBuilder::thing(thing).with("title", "edited").with("updatedAt", 2000)));
+        RecordBuilder::thing(firstThing).with("title", "edited").with("updatedAt", 2000)));
     const std::string edited = answerAfterRestart();
     EXPECT_EQ(digests, 0U);
     EXPECT_NE(edited, before);

@@ -15,6 +15,7 @@ LibraryProcess::LibraryProcess(FakePlatform& platform) : platform_(platform) {
 
 void LibraryProcess::restart() {
     store_.reset();
+    intake_ = std::make_unique<RequestIntake>();
     store_ = std::make_unique<AppleStore>(platform_.platform());
 }
 
@@ -49,7 +50,7 @@ DetachedTask LibraryProcess::rehearse(std::string request,
 DetachedTask LibraryProcess::answer(std::string request,
                                     std::shared_ptr<std::optional<std::string>> text) {
     try {
-        *text = (co_await store_->exchange(std::move(request))).view();
+        *text = (co_await store_->exchange(intake_->take(request))).view();
     } catch (const std::exception& error) {
         *text = errorEnvelope(error);
     }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "kelto/AppleBridge/AppleStore.hpp"
+#include "kelto/AppleBridge/RequestIntake.hpp"
 #include "kelto/foundation/Task.hpp"
 #include "tests/support/FakePlatform.hpp"
 
@@ -32,6 +33,7 @@ private:
     DetachedTask answer(std::string request, std::shared_ptr<std::optional<std::string>> text);
 
     FakePlatform& platform_;
+    std::unique_ptr<RequestIntake> intake_;
     std::unique_ptr<AppleStore> store_;
 };
 

@@ -21,11 +21,12 @@ TestLibrary::TestLibrary() {
 void TestLibrary::restart() {
     store_.reset();
     store_ = std::make_unique<AppleStore>(platform_.platform());
+    intake_ = std::make_unique<RequestIntake>();
 }
 
 DetachedTask TestLibrary::answer(std::string request, std::shared_ptr<PendingExchange> exchange) {
     try {
-        exchange->text_ = (co_await store_->exchange(std::move(request))).view();
+        exchange->text_ = (co_await store_->exchange(intake_->take(request))).view();
     } catch (const std::exception& error) {
         exchange->text_ = errorEnvelope(error);
     }

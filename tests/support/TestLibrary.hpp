@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kelto/AppleBridge/AppleStore.hpp"
+#include "kelto/AppleBridge/RequestIntake.hpp"
 #include "tests/support/FakePlatform.hpp"
 #include "tests/support/RequestBuilder.hpp"
 #include "tests/support/Response.hpp"
@@ -74,6 +75,7 @@ private:
 
     FakePlatform platform_;
     std::unique_ptr<AppleStore> store_;
+    std::unique_ptr<RequestIntake> intake_;
 };
 
 }  // namespace kelto

@@ -53,7 +53,8 @@ std::size_t lookAt(sqlite3_stmt* row) {
 Milliseconds scanRows(const std::string& storePath) {
     const auto start = Clock::now();
     sqlite3* handle = nullptr;
-    const int code = sqlite3_open_v2(storePath.c_str(), &handle, SQLITE_OPEN_READWRITE, nullptr);
+    const int code = sqlite3_open_v2(
+        storePath.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     const Connection connection(handle, sqlite3_close);
     if (code != SQLITE_OK) throw std::runtime_error("the store cannot be opened for a scan");
 

@@ -208,7 +208,8 @@ JsonMembers membersOf(const Row& row) {
                                               "filesWritten",
                                               "filesExamined",
                                               "recordsRead",
-                                              "objectsLoaded"};
+                                              "objectsLoaded",
+                                              "thingsPrinted"};
     for (std::size_t kind = 0; kind < workKindCount; ++kind) {
         add(names[kind], number(row.work.amounts[kind]));
     }

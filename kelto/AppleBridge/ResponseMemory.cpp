@@ -6,6 +6,7 @@
 
 #include "kelto/AppleBridge/FetchAhead.hpp"
 #include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/foundation/WorkCounters.hpp"
 
 namespace kelto {
 
@@ -55,10 +56,12 @@ LargeText ResponseMemory::renew(ResponseBasis basis,
         if (hasComma) head.appendText(",");
         next.text_ = carriedOut(*plan, head.view(), tail);
         next.things_ = std::move(plan->things);
+        countWork(Work::thingsPrinted, plan->printedThings);
         next.end_ = plan->end;
     } else {
         forget();  // first, so that its memory can serve the next text
         head.append(things, tail.size() + endOfText);
+        countWork(Work::thingsPrinted, things.size());
         next.things_ = lengths(head, things);
         next.end_ = head.view().size() + (things.empty() ? 0 : commaBytes);
         head.appendText(tail);
@@ -95,6 +98,7 @@ std::optional<ResponseMemory::Plan> ResponseMemory::planFor(std::span<Thing* con
             appendThingRecord(plan.printed, *thing, *thing->derivedDigests(), receivedFolder);
             plan.printed.append(',');
             add(true, from, {thing, plan.printed.size() - from});
+            ++plan.printedThings;
             continue;
         }
         // Things keep their order: those in between have changed, or are gone.

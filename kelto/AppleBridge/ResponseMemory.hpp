@@ -68,6 +68,7 @@ private:
         LargeVector<Printed> things;
         std::vector<Piece> pieces;
         TextBuffer printed;
+        std::size_t printedThings = 0;
         std::size_t end = 0;  // of the things
     };
 

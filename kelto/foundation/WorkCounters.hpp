@@ -15,8 +15,9 @@ enum class Work : std::uint8_t {
     filesExamined,        ///< Files whose state the file system was asked for.
     recordsRead,          ///< Records of requests that were taken apart.
     objectsLoaded,        ///< Objects made or refreshed from rows of the store.
+    thingsPrinted,        ///< Things whose records were printed for a response.
 };
-inline constexpr std::size_t workKindCount = 8;
+inline constexpr std::size_t workKindCount = 9;
 
 /// Amounts of work by kind. A difference of two says what was done in between, whatever the clock
 /// says.

@@ -90,6 +90,7 @@ TEST_F(ExchangeCost, OfAnUnchangedSnapshotIsALookAtEachFile) {
     EXPECT_EQ(done(Work::filesWritten), 0);
     EXPECT_EQ(done(Work::recordsRead), 0);
     EXPECT_EQ(done(Work::objectsLoaded), 0);
+    EXPECT_EQ(done(Work::thingsPrinted), 0);
 }
 
 TEST_F(ExchangeCost, OfAnUnchangedSnapshotWritesNothingToTheStore) {
@@ -104,6 +105,7 @@ TEST_F(ExchangeCost, OfTheSameSnapshotInOtherWordsIsReadingAndComparing) {
     for (RecordBuilder& record : host.records) record.with("aKeyOfALaterVersion", 5);
     (void)host.exchange();
     EXPECT_EQ(done(Work::recordsRead), thingCount + 2);
+    EXPECT_EQ(done(Work::thingsPrinted), 0);
     EXPECT_EQ(done(Work::payloadBytesRead), 0);
     EXPECT_EQ(done(Work::digests), 0);
     EXPECT_EQ(done(Work::rowsWritten), 0);
@@ -117,6 +119,7 @@ TEST_F(ExchangeCost, OfAnEditIsThatItem) {
     EXPECT_EQ(done(Work::recordsRead), 1);
     EXPECT_EQ(done(Work::rowsWritten), 1);
     EXPECT_EQ(done(Work::digests), 2) << "of its file and of its record";
+    EXPECT_EQ(done(Work::thingsPrinted), 1);
     EXPECT_EQ(done(Work::payloadBytesRead), 0);
     EXPECT_EQ(done(Work::filesWritten), 0);
 }
@@ -148,6 +151,28 @@ TEST_F(ExchangeCost, OfAnAddedItemIsThatItem) {
     (void)host.exchange();
     EXPECT_EQ(done(Work::recordsRead), 1);
     EXPECT_EQ(done(Work::rowsWritten), 1);
+    EXPECT_EQ(done(Work::thingsPrinted), 1);
+}
+
+TEST_F(ExchangeCost, OfADeletedItemPrintsNoOther) {
+    host.records.push_back(RecordBuilder::deletion("Thing", identifier(8)));
+    const Response response = [&] {
+        const WorkCounters before = workSoFar();
+        Response answer = host.library.exchange(host.request());
+        host.work = workSoFar() - before;
+        return answer;
+    }();
+    EXPECT_FALSE(response.find(identifier(8)));
+    EXPECT_EQ(done(Work::thingsPrinted), 0);
+}
+
+TEST_F(ExchangeCost, OfAnotherStatusPrintsNoThing) {
+    host.library.post({.type = MirroringEvent::Type::exportToCloud,
+                       .succeeded = true,
+                       .endDate = Date{5},
+                       .error = std::nullopt});
+    EXPECT_EQ(host.exchange().lastSync(), 5000);
+    EXPECT_EQ(done(Work::thingsPrinted), 0);
 }
 
 TEST_F(ExchangeCost, OfAMovedRecordIsThatRecord) {
@@ -173,6 +198,7 @@ TEST_F(ExchangeCost, AfterARestartIsLoadingAndComparing) {
     EXPECT_EQ(done(Work::rowsWritten), 0);
     EXPECT_EQ(done(Work::filesWritten), 0);
     EXPECT_EQ(done(Work::objectsLoaded), thingCount + 2);
+    EXPECT_EQ(done(Work::thingsPrinted), thingCount);
     EXPECT_EQ(done(Work::digests), 0) << "the rows hold the fingerprints";
 }
 

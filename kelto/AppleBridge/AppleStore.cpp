@@ -88,7 +88,7 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
         report.merged(merge.counts());
         auto memory = merge.save();
         report.saved();
-        auto response = exportedSnapshot(library, request, merge.isRepetition());
+        auto response = exportedSnapshot(library, request, memory);
         requestMemory_ = std::move(memory);
         report.exported(library.objectCount());
         return response;
@@ -101,7 +101,7 @@ LargeText AppleStore::mergedSnapshot(ModelContainer& library,
 
 LargeText AppleStore::exportedSnapshot(ModelContainer& library,
                                        const ExchangeRequest& request,
-                                       bool isRepetition) {
+                                       const std::shared_ptr<const RequestMemory>& merged) {
     const auto snapshotOf = [&](ModelContext& context) {
         SnapshotExport snapshot(
             context, request, *platform_.files, *platform_.random, responseMemory_);
@@ -109,7 +109,7 @@ LargeText AppleStore::exportedSnapshot(ModelContainer& library,
             snapshot.removeLeftovers();
             sweptDirectory_ = request.directory();
         }
-        return snapshot.response(status(), lastSync(), isRepetition);
+        return snapshot.response(status(), lastSync(), merged);
     };
     try {
         // Copying payload files can take minutes, in which other programs go on.

@@ -71,7 +71,7 @@ private:
     /// The answer, with the files of what the host does not hold.
     [[nodiscard]] LargeText exportedSnapshot(ModelContainer& library,
                                              const ExchangeRequest& request,
-                                             bool isRepetition);
+                                             const std::shared_ptr<const RequestMemory>& merged);
 
     Platform platform_;
     std::unique_ptr<ModelContainer> container_;

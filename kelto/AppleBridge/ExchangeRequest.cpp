@@ -31,18 +31,12 @@ std::string_view textSince(std::size_t start, JsonReader& reader) {
     return reader.text().substr(start, reader.offset() - start);
 }
 
-/// What tells the whole text from others.
-std::optional<SeenText> wholeText(const LargeText& text) {
-    if (!text.hash()) return std::nullopt;
-    return SeenText{*text.hash(), text.size()};
-}
-
 }  // namespace
 
 ExchangeRequest::ExchangeRequest(LargeText text, std::shared_ptr<const RequestMemory> memory)
     : memory_(std::move(memory)), text_(limited(std::move(text))), reader_(text_.view()) {
-    isRepeated_ = memory_ != nullptr && memory_->isComplete && memory_->text &&
-                  memory_->text == wholeText(text_);
+    isRepeated_ = memory_ != nullptr && memory_->isComplete && text_.number() != 0 &&
+                  memory_->textNumber == text_.number();
     reader_.requireContainer();
     if (reader_.kind() == JsonKind::array) {
         reader_.skipValue();
@@ -63,7 +57,7 @@ std::string_view ExchangeRequest::knownFingerprint(const Uuid& thing) const {
 }
 
 void ExchangeRequest::describe(RequestMemory& memory) const {
-    memory.text = wholeText(text_);
+    memory.textNumber = text_.number();
     // Records of a list that another one has replaced are not among those remembered.
     memory.isComplete = recordLists_ == 1 && memory.records.size() == records_.size();
     memory.knownText = SeenText::of(knownText_);
@@ -111,7 +105,7 @@ void ExchangeRequest::readRecords() {
     if (reader_.kind() != JsonKind::array) return reader_.skipValue();
     std::optional<RecordRecognition> recognition;
     if (memory_ != nullptr) {
-        recognition.emplace(*memory_, isRepeated_);
+        recognition.emplace(*memory_, isRepeated_, text_.size());
         records_.reserve(memory_->records.size());
     }
     bool allObjects = true;
@@ -150,7 +144,10 @@ void ExchangeRequest::readRecord(RecordRecognition* recognition) {
 
 void ExchangeRequest::readKnownFingerprints() {
     const std::size_t start = reader_.offset();
-    if (isRememberedKnown(text_.view().substr(start))) {
+    // Only the first: a request may have many such members, and each look has the length of that
+    // which is remembered.
+    const bool isFirst = known_ == nullptr;
+    if (isFirst && isRememberedKnown(text_.view().substr(start))) {
         reader_.passOver(memory_->knownText.size);
         known_ = memory_->known;
     } else {

@@ -42,16 +42,15 @@ public:
     void begin();
     /// Throws the first refusal or failure; the context is then to be rolled back.
     void merge();
-    /// Saves what was merged. Answers what is worth remembering until the next request.
+    /// Saves what was merged. Answers what is worth remembering until the next request: what was
+    /// remembered already, if the request is the last one once more, and there was nothing to do.
     [[nodiscard]] std::shared_ptr<const RequestMemory> save();
 
     /// Of merge(), once it has returned.
     [[nodiscard]] const MergeCounts& counts() const { return counts_; }
-    /// Whether merge() had nothing to do: the request was the last one once more, and nothing that
-    /// it depends on has changed since.
-    [[nodiscard]] bool isRepetition() const { return isRepetition_; }
 
 private:
+    /// Whether the request is the last one once more, and nothing that it depends on has changed.
     [[nodiscard]] bool repeatsLastMerge();
     void createMissing();
     /// The model of that identifier, made when there is none.

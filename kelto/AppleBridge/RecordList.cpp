@@ -115,6 +115,10 @@ bool RecordList::tryToAppend(std::span<Thing* const> things, std::size_t bytesBe
     return true;
 }
 
+void RecordList::appendAlone(const Thing& thing, TextBuffer& text) const {
+    appendThingRecord(text, thing, *thing.derivedDigests(), receivedFolder_);
+}
+
 std::size_t RecordList::bytesOf(const Thing& thing) const {
     return thingRecordBytes(thing, *thing.derivedDigests(), folderBytes_);
 }

@@ -29,7 +29,9 @@ public:
 
     [[nodiscard]] bool hasRecords() const { return hasRecords_; }
     [[nodiscard]] std::string_view view() const { return text_.view(); }
-    /// How long the record of a thing is that was appended.
+    /// The record of a thing that remembers its fingerprints, at the end of another text.
+    void appendAlone(const Thing& thing, TextBuffer& text) const;
+    /// How long that is; what a store tells of it may be wrong.
     [[nodiscard]] std::size_t bytesOf(const Thing& thing) const;
 
     /// The whole text; the list is empty afterwards.

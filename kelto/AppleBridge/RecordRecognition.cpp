@@ -6,11 +6,20 @@ const SeenRecord* RecordRecognition::recognise(std::string_view rest) {
     for (std::size_t* place : {&expected_, &alternative_}) {
         if (*place >= memory_.records.size()) continue;
         const SeenRecord& seen = memory_.records[*place];
-        if (!isRepeated_ && !seen.text().begins(rest)) continue;
+        if (!stands(seen, rest)) continue;
         ++*place;
         return &seen;
     }
     return nullptr;
+}
+
+bool RecordRecognition::stands(const SeenRecord& seen, std::string_view rest) {
+    if (isRepeated_) return true;
+    const SeenText text = seen.text();
+    if (!text.mayBegin(rest) || text.size > mayBeInVain_) return false;
+    if (text.begins(rest)) return true;
+    mayBeInVain_ -= text.size;
+    return false;
 }
 
 void RecordRecognition::foundInstead(const Uuid& identifier) {

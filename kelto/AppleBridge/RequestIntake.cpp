@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstddef>
 #include <cstring>
-#include <type_traits>
 #include <utility>
 
 #include "kelto/foundation/Text.hpp"
@@ -32,41 +30,61 @@ std::size_t cutFrom(std::size_t place, std::string_view text) {
     return place;
 }
 
+/// Where the pieces of the text begin, and its end: known before, so that they meet even in a text
+/// that somebody is changing.
+std::vector<std::size_t> cutsOf(std::string_view text) {
+    std::vector<std::size_t> cuts;
+    for (std::size_t place = 0; place < text.size(); place += pieceBytes) {
+        cuts.push_back(cutFrom(place, text));
+    }
+    cuts.push_back(text.size());
+    return cuts;
+}
+
+/// A number that no text has had.
+std::uint64_t newNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+}
+
 }  // namespace
 
 LargeText RequestIntake::take(std::string_view request) {
-    std::shared_ptr<const Pieces> last;
-    {
-        const std::lock_guard lock(mutex_);
-        last = last_;
-    }
+    const std::shared_ptr<const Taken> last = this->last();
+    const std::vector<std::size_t> cuts = cutsOf(request);
+    const std::size_t pieceCount = cuts.size() - 1;
     constexpr std::size_t endOfText = 1;
     TextBuffer copy;
     char* const start = copy.room(request.size() + endOfText);
-    auto pieces = std::make_shared<Pieces>((request.size() + pieceBytes - 1) / pieceBytes);
+    std::vector<Piece> pieces(pieceCount);
     std::atomic<bool> isSound{true};
-    shareWork(request.size(), pieceBytes, [&](std::size_t begin, std::size_t end) {
-        const std::size_t from = cutFrom(begin, request);
-        const std::string_view text = request.substr(from, cutFrom(end, request) - from);
-        std::memcpy(start + from, text.data(), text.size());
+    shareWork(pieceCount, 1, [&](std::size_t number, std::size_t) {
+        const std::size_t size = cuts[number + 1] - cuts[number];
+        std::memcpy(start + cuts[number], request.data() + cuts[number], size);
         // Of the copy: whoever owns the original may be writing to it.
-        const std::string_view copied(start + from, text.size());
-        const std::size_t number = begin / pieceBytes;
-        Piece& piece = (*pieces)[number];
-        piece = {TextHash::of(copied), copied.size()};
-        const bool isKnown = number < last->size() && (*last)[number] == piece;
-        if (!isKnown && !isWellFormedUtf8(copied)) isSound = false;
+        const std::string_view piece(start + cuts[number], size);
+        pieces[number] = {TextHash::of(piece), size};
+        const bool isKnown = number < last->pieces.size() && last->pieces[number] == pieces[number];
+        if (!isKnown && !isWellFormedUtf8(piece)) isSound = false;
     });
     if (!isSound) return LargeText(repairedUtf8(request));
     copy.commit(start + request.size());
-    static_assert(std::has_unique_object_representations_v<Piece>);
-    const TextHash whole = TextHash::of(
-        {reinterpret_cast<const char*>(pieces->data()), pieces->size() * sizeof(Piece)});
-    {
-        const std::lock_guard lock(mutex_);
-        last_ = std::move(pieces);
+    if (last->number != 0 && pieces == last->pieces) {
+        return LargeText(std::move(copy), last->number);
     }
-    return LargeText(std::move(copy), whole);
+    const std::uint64_t number = newNumber();
+    remember(std::make_shared<const Taken>(Taken{std::move(pieces), number}));
+    return LargeText(std::move(copy), number);
+}
+
+std::shared_ptr<const RequestIntake::Taken> RequestIntake::last() {
+    const std::lock_guard lock(mutex_);
+    return last_;
+}
+
+void RequestIntake::remember(std::shared_ptr<const Taken> taken) {
+    const std::lock_guard lock(mutex_);
+    last_.swap(taken);
 }
 
 }  // namespace kelto

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -15,8 +17,8 @@ namespace kelto {
 /// known to be UTF-8. Any thread.
 class RequestIntake {
 public:
-    /// The copy. It knows its hash, by which a request that came before is recognised, unless it
-    /// was repaired.
+    /// The copy. It has the number of the last request if it is the same text, and one that no
+    /// other has if it is not; none if it was repaired.
     [[nodiscard]] LargeText take(std::string_view request);
 
 private:
@@ -27,10 +29,16 @@ private:
 
         friend bool operator==(const Piece&, const Piece&) = default;
     };
-    using Pieces = std::vector<Piece>;
+    struct Taken {
+        std::vector<Piece> pieces;
+        std::uint64_t number = 0;
+    };
+
+    [[nodiscard]] std::shared_ptr<const Taken> last();
+    void remember(std::shared_ptr<const Taken> taken);
 
     std::mutex mutex_;
-    std::shared_ptr<const Pieces> last_ = std::make_shared<const Pieces>();  // never changed
+    std::shared_ptr<const Taken> last_ = std::make_shared<const Taken>();  // never changed
 };
 
 }  // namespace kelto

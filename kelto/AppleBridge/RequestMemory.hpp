@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -20,7 +19,7 @@ namespace kelto {
 
 enum class RecordType : std::uint8_t { project, tag, thing };
 
-/// What is remembered of a text, or of a part of one: enough to recognise it.
+/// What is remembered of a JSON object's text: enough to recognise it.
 struct SeenText {
     TextHash hash;
     std::size_t size = 0;
@@ -28,12 +27,14 @@ struct SeenText {
     [[nodiscard]] static SeenText of(std::string_view text) {
         return {TextHash::of(text), text.size()};
     }
-    /// Whether `text` begins with it.
-    [[nodiscard]] bool begins(std::string_view text) const {
-        return text.size() >= size && TextHash::of(text.substr(0, size)) == hash;
+    /// Whether it may be what `text` begins with, at a glance: mostly not, if it is another one.
+    [[nodiscard]] bool mayBegin(std::string_view text) const {
+        return size > 0 && text.size() >= size && text[size - 1] == '}';
     }
-
-    friend bool operator==(const SeenText&, const SeenText&) = default;
+    /// Whether `text` begins with it. Looks at as much of the text as this one is long.
+    [[nodiscard]] bool begins(std::string_view text) const {
+        return mayBegin(text) && TextHash::of(text.substr(0, size)) == hash;
+    }
 };
 
 /// What merging one live record of an earlier request came to.
@@ -67,8 +68,7 @@ struct SeenFile {
 /// made, since requests that wait still refer to it.
 class RequestMemory {
 public:
-    /// The whole request, unless it was not UTF-8.
-    std::optional<SeenText> text;
+    std::uint64_t textNumber = 0;     ///< Of the whole request; see LargeText.
     LargeVector<SeenRecord> records;  ///< In their order; deletions are left out.
     LargeVector<SeenFile> files;      ///< By record.
     std::vector<std::string> folders;
@@ -81,7 +81,8 @@ public:
     std::uint64_t structureNumber = 0;
     /// That of the last change of any object when the merge was saved.
     std::uint64_t changeNumber = 0;
-    /// Whether the records are all that the request had, and it had one list of them.
+    /// Whether the records are all that the request had, with no deletions among them, in the one
+    /// list of records that it had.
     bool isComplete = false;
     /// Whether all records are settled, and none was overtaken by another of the same request.
     bool isSettled = false;

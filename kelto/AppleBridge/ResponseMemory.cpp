@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "kelto/AppleBridge/FetchAhead.hpp"
-#include "kelto/AppleBridge/ThingRecord.hpp"
+#include "kelto/foundation/LargeMemory.hpp"
 #include "kelto/foundation/WorkCounters.hpp"
 
 namespace kelto {
@@ -38,26 +38,44 @@ void copyInto(char* text, std::string_view from, const Pieces& pieces, bool areN
     }
 }
 
+/// Whether a text belongs into so much memory: after most of a library has been deleted it would
+/// lie in memory for all of it.
+bool fits(std::size_t bytes, std::size_t memory) {
+    constexpr std::size_t most = 2;
+    return bytes <= memory && (memory <= LargeMemory::usualBytes || bytes >= memory / most);
+}
+
 }  // namespace
 
 std::optional<LargeText> ResponseMemory::find(const ResponseBasis& basis) const {
     return basis_ == basis ? text_ : std::nullopt;
 }
 
+std::vector<Thing*> ResponseMemory::changed(std::span<Thing* const> things) const {
+    std::vector<Thing*> changed;
+    for (std::size_t i = 0; i < things.size(); ++i) {
+        if (i + objectsAhead < things.size()) __builtin_prefetch(things[i + objectsAhead]);
+        if (!text_ || things[i]->changeNumber() > basis_.changeNumber) changed.push_back(things[i]);
+    }
+    return changed;
+}
+
 LargeText ResponseMemory::renew(ResponseBasis basis,
                                 RecordList head,
                                 std::span<Thing* const> things,
+                                std::span<Thing* const> changed,
                                 std::string_view tail) {
     const bool hasComma = head.hasRecords() && !things.empty();
     const std::size_t start = head.view().size() + (hasComma ? commaBytes : 0);
-    std::optional<Plan> plan = planFor(things, start, basis.receivedFolder);
+    std::optional<Plan> plan;
+    if (basis_.receivedFolder == basis.receivedFolder) plan = planFor(start, things, changed, head);
     ResponseMemory next;
     if (plan) {
         if (hasComma) head.appendText(",");
         next.text_ = carriedOut(*plan, head.view(), tail);
         next.things_ = std::move(plan->things);
-        countWork(Work::thingsPrinted, plan->printedThings);
         next.end_ = plan->end;
+        countWork(Work::thingsPrinted, changed.size());
     } else {
         forget();  // first, so that its memory can serve the next text
         head.append(things, tail.size() + endOfText);
@@ -73,10 +91,13 @@ LargeText ResponseMemory::renew(ResponseBasis basis,
     return *text_;
 }
 
-std::optional<ResponseMemory::Plan> ResponseMemory::planFor(std::span<Thing* const> things,
-                                                            std::size_t start,
-                                                            std::string_view receivedFolder) const {
-    if (basis_.receivedFolder != receivedFolder || !isWorthRenewing(things)) return std::nullopt;
+std::optional<ResponseMemory::Plan> ResponseMemory::planFor(std::size_t start,
+                                                            std::span<Thing* const> things,
+                                                            std::span<Thing* const> changed,
+                                                            const RecordList& list) const {
+    // Two threads print a whole text, one what is new in it.
+    constexpr std::size_t mostChanged = 4;
+    if (!text_ || changed.size() > things.size() / mostChanged) return std::nullopt;
     Plan plan;
     plan.things.reserve(things.size());
     plan.end = start;
@@ -90,15 +111,18 @@ std::optional<ResponseMemory::Plan> ResponseMemory::planFor(std::span<Thing* con
         plan.things.push_back(printed);
         plan.end += printed.bytes;
     };
+    auto nextChanged = changed.begin();
     auto before = things_.begin();
     std::size_t place = start_;  // of the record `before`
     for (const Thing* thing : things) {
-        if (thing->changeNumber() > basis_.changeNumber) {
+        if (nextChanged != changed.end() && *nextChanged == thing) {
+            ++nextChanged;
             const std::size_t from = plan.printed.size();
-            appendThingRecord(plan.printed, *thing, *thing->derivedDigests(), receivedFolder);
+            list.appendAlone(*thing, plan.printed);
+            // Else what the store told of the fingerprints is wrong, which the list will mend.
+            if (plan.printed.size() - from != list.bytesOf(*thing)) return std::nullopt;
             plan.printed.append(',');
             add(true, from, {thing, plan.printed.size() - from});
-            ++plan.printedThings;
             continue;
         }
         // Things keep their order: those in between have changed, or are gone.
@@ -111,18 +135,6 @@ std::optional<ResponseMemory::Plan> ResponseMemory::planFor(std::span<Thing* con
     return plan;
 }
 
-bool ResponseMemory::isWorthRenewing(std::span<Thing* const> things) const {
-    if (!text_) return false;
-    std::size_t changed = 0;
-    for (std::size_t i = 0; i < things.size(); ++i) {
-        if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
-        if (things[i]->changeNumber() > basis_.changeNumber) ++changed;
-    }
-    // Two threads print a whole text, one what is new in it.
-    constexpr std::size_t mostChanged = 4;
-    return changed <= things.size() / mostChanged;
-}
-
 LargeText ResponseMemory::carriedOut(const Plan& plan,
                                      std::string_view head,
                                      std::string_view tail) {
@@ -131,12 +143,12 @@ LargeText ResponseMemory::carriedOut(const Plan& plan,
     LargeText last = *std::exchange(text_, std::nullopt);
     std::optional<TextBuffer> text = std::move(last).release();
     char* start = nullptr;
-    if (text && text->size() + text->roomLeft() >= bytes + endOfText) {
+    if (text && fits(bytes + endOfText, text->size() + text->roomLeft())) {
         text->clear();
         start = text->room(bytes + endOfText);
         moveWithin(start, plan.pieces);
     } else {
-        // Somebody still reads the last text, or it has become too long for its memory.
+        // Somebody still reads the last text, or its memory has become too small or far too large.
         TextBuffer other;
         start = other.room(bytes + endOfText);
         copyInto(start, text ? text->view() : last.view(), plan.pieces, false);

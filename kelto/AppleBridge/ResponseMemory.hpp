@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "kelto/AppleBridge/RecordList.hpp"
+#include "kelto/AppleBridge/RequestMemory.hpp"
 #include "kelto/foundation/Date.hpp"
 #include "kelto/foundation/LargeText.hpp"
 #include "kelto/foundation/LargeVector.hpp"
@@ -38,16 +40,22 @@ public:
     /// The last response, if it is the one for this basis.
     [[nodiscard]] std::optional<LargeText> find(const ResponseBasis& basis) const;
 
-    /// The response for this basis: what `head` says, the things, and `tail`. The things are all of
-    /// the library, in the order of their creation, and remember their fingerprints.
+    /// Of all things of the library, in the order of their creation, those that the last response
+    /// does not show as they are: without one, all.
+    [[nodiscard]] std::vector<Thing*> changed(std::span<Thing* const> things) const;
+
+    /// The response for this basis: what `head` says, the things, and `tail`. `changed` are those
+    /// that changed() has found. All of them remember their fingerprints.
     [[nodiscard]] LargeText renew(ResponseBasis basis,
                                   RecordList head,
                                   std::span<Thing* const> things,
+                                  std::span<Thing* const> changed,
                                   std::string_view tail);
     void forget() { *this = {}; }
 
-    /// Whether the host that was given the response holds all files of its things, as it said then.
-    bool hostHoldsFiles = false;
+    /// The request that was answered with the last response, if it said that the host holds all
+    /// files of all things.
+    std::shared_ptr<const RequestMemory> holdsAllFiles;
 
 private:
     /// The record of a thing in the text, with the comma behind it. (Behind the last one stands the
@@ -68,15 +76,15 @@ private:
         LargeVector<Printed> things;
         std::vector<Piece> pieces;
         TextBuffer printed;
-        std::size_t printedThings = 0;
         std::size_t end = 0;  // of the things
     };
 
-    /// None when the text is better printed as a whole. `start` is where the things will begin.
-    [[nodiscard]] std::optional<Plan> planFor(std::span<Thing* const> things,
-                                              std::size_t start,
-                                              std::string_view receivedFolder) const;
-    [[nodiscard]] bool isWorthRenewing(std::span<Thing* const> things) const;
+    /// None when the text is better printed as a whole, or has to be. `start` is where the things
+    /// will begin, `list` knows how long each is.
+    [[nodiscard]] std::optional<Plan> planFor(std::size_t start,
+                                              std::span<Thing* const> things,
+                                              std::span<Thing* const> changed,
+                                              const RecordList& list) const;
     /// Takes the last text away.
     [[nodiscard]] LargeText carriedOut(const Plan& plan,
                                        std::string_view head,

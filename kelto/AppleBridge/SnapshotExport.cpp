@@ -49,7 +49,7 @@ void SnapshotExport::removeLeftovers() {
 
 LargeText SnapshotExport::response(const std::string& status,
                                    const std::optional<Date>& lastSync,
-                                   bool isRepetition) {
+                                   const std::shared_ptr<const RequestMemory>& merged) {
     const std::unique_ptr<Folder> received = openReceivedFolder();
     (void)received->hold(Folder::Hold::together);  // where that cannot be, nobody removes anything
     context_.begin();
@@ -60,24 +60,28 @@ LargeText SnapshotExport::response(const std::string& status,
                         lastSync,
                         status};
     const std::optional<LargeText> last = memory_.find(basis);
-    // It held all files the last time, and says the same of them now.
-    if (last && isRepetition && memory_.hostHoldsFiles) return *last;
+    // The host held all files then, and says the same of them now.
+    if (last && memory_.holdsAllFiles == merged) return *last;
 
     const std::vector<Thing*> things = context_.fetch<Thing>();
-    rememberFingerprints(things);
+    // The others have been printed, and remember them.
+    const std::vector<Thing*> changed = memory_.changed(things);
+    rememberFingerprints(changed);
     OutgoingFiles outgoing(*received, random_);
     bool hostHoldsAll = true;
     for (std::size_t i = 0; i < things.size(); ++i) {
         if (i + objectsAhead < things.size()) fetchObject(*things[i + objectsAhead]);
         if (!writePayloads(*things[i], *received, outgoing)) hostHoldsAll = false;
     }
-    LargeText text = last ? *last : renewed(std::move(basis), things);
-    memory_.hostHoldsFiles = hostHoldsAll;
+    LargeText text = last ? *last : renewed(std::move(basis), things, changed);
+    memory_.holdsAllFiles = hostHoldsAll ? merged : nullptr;
     outgoing.finish();
     return text;
 }
 
-LargeText SnapshotExport::renewed(ResponseBasis basis, std::span<Thing* const> things) {
+LargeText SnapshotExport::renewed(ResponseBasis basis,
+                                  std::span<Thing* const> things,
+                                  std::span<Thing* const> changed) {
     TextBuffer text;
     RecordWriter envelope(text);
     envelope.text("directory", basis.directory);
@@ -92,7 +96,7 @@ LargeText SnapshotExport::renewed(ResponseBasis basis, std::span<Thing* const> t
     envelope.text("status", basis.status);
     envelope.integer("version", bridgeProtocolVersion);
     envelope.close();
-    return memory_.renew(std::move(basis), std::move(records), things, text.view());
+    return memory_.renew(std::move(basis), std::move(records), things, changed, text.view());
 }
 
 std::unique_ptr<Folder> SnapshotExport::openReceivedFolder() {

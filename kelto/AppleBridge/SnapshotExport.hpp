@@ -34,18 +34,20 @@ public:
     /// unless another program exports into it at this moment.
     void removeLeftovers();
     /// The response text. Throws the file system's or the store's error; payload files that were
-    /// written before it stay. `isRepetition` says that the request was the last one once more, and
-    /// changed nothing.
+    /// written before it stay. `merged` is what is remembered of the request: the same object as
+    /// the last time when it came once more, and there was nothing to merge.
     [[nodiscard]] LargeText response(const std::string& status,
                                      const std::optional<Date>& lastSync,
-                                     bool isRepetition = false);
+                                     const std::shared_ptr<const RequestMemory>& merged);
 
 private:
     /// The folder for the host's files, made when it is missing. Nothing is ever written through a
     /// link to a folder that is not the host's exchange folder, nor when a link takes the place of
     /// the folder later: it stays open until the last file is written.
     [[nodiscard]] std::unique_ptr<Folder> openReceivedFolder();
-    [[nodiscard]] LargeText renewed(ResponseBasis basis, std::span<Thing* const> things);
+    [[nodiscard]] LargeText renewed(ResponseBasis basis,
+                                    std::span<Thing* const> things,
+                                    std::span<Thing* const> changed);
     /// Writes the thing's files unless the host holds them, which is the answer.
     bool writePayloads(const Thing& thing, Folder& received, OutgoingFiles& outgoing);
     /// Whether the file of that name is known to hold these bytes: a host that uses the files in

@@ -48,7 +48,7 @@ void giveToSystem(std::span<std::byte> memory) {
 
 /// Keeps the memory for the next time, if there is room for it; what is smaller makes way.
 bool isKept(std::span<std::byte> memory) {
-    if (memory.size() > spareMemory::limitBytes) return false;
+    if (!spareMemory::hasRoomBesideLarger(memory.size())) return false;
     while (!spareMemory::keep(memory)) {
         const auto smaller = spareMemory::takeSmaller(memory.size());
         if (!smaller) return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,7 +9,6 @@
 #include <utility>
 
 #include "kelto/foundation/TextBuffer.hpp"
-#include "kelto/foundation/TextHash.hpp"
 
 namespace kelto {
 
@@ -20,19 +20,20 @@ public:
     LargeText(std::string_view text) : LargeText(copyOf(text)) {}
     LargeText(const std::string& text) : LargeText(std::string_view(text)) {}
     LargeText(const char* text) : LargeText(std::string_view(text)) {}
-    /// `hash` is whatever tells the text from others of its length, where that is known.
-    LargeText(TextBuffer text, const std::optional<TextHash>& hash = std::nullopt) {
+    /// `number` is the text's own: see number().
+    LargeText(TextBuffer text, std::uint64_t number = 0) {
         text.append('\0');
-        text_ = std::make_shared<Shared>(std::move(text), hash);
+        text_ = std::make_shared<Shared>(std::move(text), number);
     }
 
     [[nodiscard]] std::string_view view() const { return text_->buffer.view().substr(0, size()); }
     [[nodiscard]] const char* cString() const { return text_->buffer.view().data(); }
     [[nodiscard]] std::size_t size() const { return text_->buffer.size() - 1; }
-    [[nodiscard]] const std::optional<TextHash>& hash() const { return text_->hash; }
+    /// Two texts with the same number are the same; 0 is no number.
+    [[nodiscard]] std::uint64_t number() const { return text_->number; }
 
     /// The memory of the text, with the text in it, from whoever alone has it; else none, and
-    /// nothing has happened.
+    /// nothing has happened. No other thread may have had a copy.
     [[nodiscard]] std::optional<TextBuffer> release() && {
         if (text_.use_count() != 1) return std::nullopt;
         TextBuffer buffer = std::move(text_->buffer);
@@ -43,11 +44,11 @@ public:
 
 private:
     struct Shared {
-        Shared(TextBuffer text, const std::optional<TextHash>& textHash)
-            : buffer(std::move(text)), hash(textHash) {}
+        Shared(TextBuffer text, std::uint64_t textNumber)
+            : buffer(std::move(text)), number(textNumber) {}
 
         TextBuffer buffer;
-        std::optional<TextHash> hash;
+        std::uint64_t number;
     };
 
     static TextBuffer copyOf(std::string_view text) {

@@ -38,6 +38,18 @@ std::optional<std::span<std::byte>> spareMemory::take(std::size_t size) {
     return memory;
 }
 
+bool spareMemory::hasRoomBesideLarger(std::size_t size) {
+    const std::lock_guard guard(spare().mutex);
+    std::size_t needed = size;
+    std::size_t places = 1;
+    for (const auto& kept : spare().pieces) {
+        if (kept.empty() || kept.size() < size) continue;
+        needed += kept.size();
+        ++places;
+    }
+    return needed <= limitBytes && places <= pieceLimit;
+}
+
 bool spareMemory::keep(std::span<std::byte> memory) {
     const std::lock_guard guard(spare().mutex);
     if (memory.size() > limitBytes - spare().bytes) return false;

@@ -17,6 +17,8 @@ inline constexpr std::size_t limitBytes = std::size_t{8} * 1024 * 1024;
 
 /// Memory of that size which was kept; none when there is none. Its bytes are anything.
 [[nodiscard]] std::optional<std::span<std::byte>> take(std::size_t size);
+/// Whether there would be room for so much once all smaller pieces were gone.
+[[nodiscard]] bool hasRoomBesideLarger(std::size_t size);
 /// Keeps the memory; false when there is no room for it.
 [[nodiscard]] bool keep(std::span<std::byte> memory);
 /// A piece of less than `size` that was kept, so that it can be given back: larger ones are worth

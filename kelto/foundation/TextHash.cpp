@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <string>
 
 #include <sys/random.h>
 
@@ -22,7 +21,6 @@ constexpr std::size_t blockBytes = 1024;
 constexpr std::size_t mostLevels = 10;
 
 using Key = std::array<std::uint64_t, blockBytes / wordBytes>;
-
 /// One for each time that sums are hashed in turn.
 using Keys = std::array<Key, mostLevels>;
 
@@ -38,8 +36,7 @@ Keys randomKeys() {
 }
 
 const Key& secretKey(std::size_t level) {
-    // Never destroyed: threads may outlive static objects.
-    static const auto& keys = *new Keys(randomKeys());
+    static const Keys keys = randomKeys();  // nothing to destroy: threads may outlive it
     return keys[level];
 }
 
@@ -69,23 +66,55 @@ Sum sumOf(std::string_view block, const Key& key) {
     return sum;
 }
 
-/// The sums of all blocks, one after the other.
-std::string sumsOf(std::string_view text, const Key& key) {
-    std::string sums((text.size() + blockBytes - 1) / blockBytes * sizeof(Sum), '\0');
-    for (std::size_t block = 0; block * blockBytes < text.size(); ++block) {
-        const Sum sum = sumOf(text.substr(block * blockBytes, blockBytes), key);
-        std::memcpy(sums.data() + block * sizeof sum, &sum, sizeof sum);
+/// Hashes the sums of blocks in turn, and the sums of those: at each level at most a block of them
+/// waits to be hashed.
+class SumTree {
+public:
+    void add(const Sum& sum, std::size_t level = 0) {
+        Level& waiting = levels_[level];
+        if (waiting.bytes == blockBytes) {
+            add(hashed(level), level + 1);
+            waiting.bytes = 0;
+        }
+        std::memcpy(waiting.sums.data() + waiting.bytes, &sum, sizeof sum);
+        waiting.bytes += sizeof sum;
     }
-    return sums;
+
+    [[nodiscard]] Sum root() {
+        std::size_t level = 0;
+        for (; level + 1 < levels_.size() && levels_[level + 1].bytes > 0; ++level) {
+            add(hashed(level), level + 1);
+        }
+        return hashed(level);
+    }
+
+private:
+    struct Level {
+        std::array<char, blockBytes> sums{};
+        std::size_t bytes = 0;
+    };
+
+    /// The first key is that of the text itself.
+    [[nodiscard]] Sum hashed(std::size_t level) const {
+        return sumOf({levels_[level].sums.data(), levels_[level].bytes}, secretKey(level + 1));
+    }
+
+    std::array<Level, mostLevels - 1> levels_;
+};
+
+Sum sumOfLong(std::string_view text) {
+    SumTree sums;
+    for (; text.size() > blockBytes; text.remove_prefix(blockBytes)) {
+        sums.add(sumOf(text.substr(0, blockBytes), secretKey(0)));
+    }
+    sums.add(sumOf(text, secretKey(0)));
+    return sums.root();
 }
 
 }  // namespace
 
-TextHash TextHash::of(std::string_view text) {
-    std::size_t level = 0;
-    std::string sums;
-    for (; text.size() > blockBytes; text = sums) sums = sumsOf(text, secretKey(level++));
-    const Sum sum = sumOf(text, secretKey(level));
+TextHash TextHash::of(std::string_view text) noexcept {
+    const Sum sum = text.size() <= blockBytes ? sumOf(text, secretKey(0)) : sumOfLong(text);
     return {static_cast<std::uint64_t>(sum), static_cast<std::uint64_t>(sum >> 64U)};
 }
 

@@ -17,7 +17,7 @@ struct TextHash {
     std::uint64_t high = 0;
 
     /// Any thread.
-    [[nodiscard]] static TextHash of(std::string_view text);
+    [[nodiscard]] static TextHash of(std::string_view text) noexcept;
 
     friend bool operator==(const TextHash&, const TextHash&) = default;
 };

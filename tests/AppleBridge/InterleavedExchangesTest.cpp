@@ -84,6 +84,29 @@ TEST(InterleavedExchanges, LookAtTheOpenStoreAfterTheirLastWait) {
               "The native store is already open at a different location.");
 }
 
+/// The request that waits is the last one once more, but no longer the one that was answered last.
+TEST(InterleavedExchanges, WriteTheFilesThatTheirOwnHostDoesNotHold) {
+    TestLibrary library;
+    library.platform().clock->current = Date{4'100'000'000.0};  // all files are old
+    const RequestBuilder lost = RequestBuilder().record(
+        RecordBuilder::thing(firstId).with("data", library.putFile("file", "bytes")));
+    RequestBuilder holding = lost;
+    holding.knownFingerprint(firstId, library.exchange(lost).string(firstId, "fingerprint"));
+    (void)library.exchange(lost);
+    library.platform().account->holdsAnswersBack = true;
+    const auto waiting = library.begin(lost);
+    library.platform().account->holdsAnswersBack = false;
+    (void)library.exchange(holding);
+    library.clearReceived();
+    library.platform().account->release();
+    library.run();
+    EXPECT_FALSE(waiting->response().isError());
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
+    library.clearReceived();
+    (void)library.exchange(lost);
+    EXPECT_EQ(library.received(firstId, "data"), "bytes");
+}
+
 TEST(InterleavedExchanges, MayBeAnsweredOnAnotherThread) {
     TestLibrary library;
     FakeCloudAccount& account = *library.platform().account;

@@ -9,8 +9,9 @@
 
 #include "kelto/AppleBridge/Fingerprints.hpp"
 #include "kelto/AppleBridge/ResponseMemory.hpp"
+#include "kelto/AppleBridge/ThingRecord.hpp"
 #include "kelto/foundation/Json.hpp"
-#include "kelto/foundation/TextHash.hpp"
+#include "kelto/foundation/Sha256.hpp"
 #include "tests/support/FakeClock.hpp"
 #include "tests/support/SeededRandom.hpp"
 
@@ -52,11 +53,12 @@ public:
         if (const auto last = memory.find(basis())) return *last;
         std::vector<Thing*> things;
         for (const auto& thing : owned_) things.push_back(thing.get());
-        rememberFingerprints(things);
+        const std::vector<Thing*> changed = memory.changed(things);
+        rememberFingerprints(changed);
         RecordList list(receivedFolder);
         list.appendText(head_);
         for (const Tag* tag : tags_) list.append(*tag);
-        return memory.renew(basis(), std::move(list), things, tail);
+        return memory.renew(basis(), std::move(list), things, changed, tail);
     }
     /// Printed as a whole.
     [[nodiscard]] std::string expected() const {
@@ -154,6 +156,32 @@ TEST_F(ResponseMemoryTest, PrintsAllWhenTheFilesLieInAnotherFolder) {
     expectRight(library);
 }
 
+TEST_F(ResponseMemoryTest, GivesMemoryBackWhenMostOfTheLibraryIsGone) {
+    Library library(20'000);
+    const char* const before = place(library);
+    while (library.size() > 1000) library.remove(library.size() - 1);
+    expectRight(library);
+    EXPECT_NE(place(library), before);
+}
+
+/// What a store tells of the length of a record, in bytes more than it has.
+TEST_F(ResponseMemoryTest, PrintsAllWhenTheLengthOfARecordIsWrong) {
+    Library library(100);
+    (void)library.response(memory);
+    for (const int wrong : {-1, 1, 1000}) {
+        library.at(50).setTitle("changed by " + std::to_string(wrong));
+        std::vector<Thing*> one{&library.at(50)};
+        rememberFingerprints(one);
+        DerivedDigests digests = *one[0]->derivedDigests();
+        digests.recordBytes += static_cast<std::uint64_t>(wrong);
+        digests.record = sha256("something else");
+        one[0]->remember(digests);
+        const std::string response(library.response(memory).view());
+        one[0]->remember(computedFingerprints(*one[0]));
+        EXPECT_TRUE(response == library.expected());
+    }
+}
+
 TEST_F(ResponseMemoryTest, GrowsBeyondItsMemory) {
     Library library(100);
     (void)library.response(memory);
@@ -211,7 +239,7 @@ TEST_F(ResponseMemoryTest, PrintsAllWhenThingsHaveChangedPlaces) {
     const auto answer = [&](ResponseMemory& by) {
         RecordList list(library.receivedFolder);
         list.appendText("[");
-        return by.renew(library.basis(), std::move(list), things, "]");
+        return by.renew(library.basis(), std::move(list), things, by.changed(things), "]");
     };
     ResponseMemory none;
     EXPECT_TRUE(answer(memory).view() == answer(none).view());

@@ -41,12 +41,13 @@ TEST(LargeText, KeepsItsMemoryWhileSomebodyElseHasIt) {
     EXPECT_EQ(copy.view(), "shared");
 }
 
-TEST(LargeText, KnowsTheHashThatItWasGiven) {
+TEST(LargeText, HasTheNumberThatItWasGiven) {
     TextBuffer buffer;
     buffer.append("text");
-    const TextHash hash = TextHash::of("text");
-    EXPECT_EQ(LargeText(std::move(buffer), hash).hash(), hash);
-    EXPECT_FALSE(LargeText("text").hash());
+    const LargeText text(std::move(buffer), 7);
+    EXPECT_EQ(text.number(), 7);
+    EXPECT_EQ(LargeText(text).number(), 7);
+    EXPECT_EQ(LargeText("text").number(), 0) << "nobody knows";
 }
 
 }  // namespace

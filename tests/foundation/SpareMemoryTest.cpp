@@ -56,6 +56,16 @@ TEST_F(SpareMemoryTest, PrefersLargePieces) {
     EXPECT_FALSE(hasSpare(page));
 }
 
+TEST_F(SpareMemoryTest, GivesNothingAwayForAPieceThatHasNoRoomInAnyCase) {
+    { const LargeMemory small(page); }
+    { const LargeMemory large(limit - page); }
+    ASSERT_TRUE(hasSpare(page));
+    { const LargeMemory between(2 * page); }
+    EXPECT_TRUE(hasSpare(page));
+    EXPECT_TRUE(hasSpare(limit - page));
+    EXPECT_FALSE(hasSpare(2 * page));
+}
+
 TEST_F(SpareMemoryTest, LeavesWhatThereIsWhenAPieceIsTooLarge) {
     { const LargeMemory small(page); }
     { const LargeMemory tooLarge(limit + page); }

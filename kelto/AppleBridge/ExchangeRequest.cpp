@@ -51,9 +51,9 @@ ExchangeRequest::ExchangeRequest(LargeText text, std::shared_ptr<const RequestMe
     directory_ = *directoryText_;
 }
 
-std::string_view ExchangeRequest::knownFingerprint(const Uuid& thing) const {
+std::string_view ExchangeRequest::knownFingerprint(const Uuid& thing, std::size_t& hint) const {
     if (known_ == nullptr) return {};
-    return known_->find(knownText_, thing);
+    return known_->find(knownText_, thing, hint);
 }
 
 void ExchangeRequest::describe(RequestMemory& memory) const {
@@ -151,7 +151,9 @@ void ExchangeRequest::readKnownFingerprints() {
         reader_.passOver(memory_->knownText.size);
         known_ = memory_->known;
     } else {
-        known_ = std::make_shared<const KnownFingerprints>(reader_);
+        const bool hasBefore = isFirst && memory_ != nullptr && memory_->known != nullptr;
+        known_ = std::make_shared<const KnownFingerprints>(reader_,
+                                                           hasBefore ? memory_->known->size() : 0);
     }
     knownText_ = textSince(start, reader_);
 }

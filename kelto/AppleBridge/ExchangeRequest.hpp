@@ -34,16 +34,14 @@ public:
     [[nodiscard]] const LargeVector<Record>& records() const { return records_; }
 
     /// The "fingerprint" that the host says it last received for a thing; an empty text when none.
-    [[nodiscard]] std::string_view knownFingerprint(const Uuid& thing) const;
+    /// `hint` as that of KnownFingerprints::find().
+    [[nodiscard]] std::string_view knownFingerprint(const Uuid& thing, std::size_t& hint) const;
 
     /// The last request, as it was when this one was read; nullptr when none is remembered.
     [[nodiscard]] const RequestMemory* memory() const { return memory_.get(); }
     [[nodiscard]] std::shared_ptr<const RequestMemory> sharedMemory() const { return memory_; }
     /// Whether it is the last request as a whole, and all of its records are remembered.
     [[nodiscard]] bool isRepeated() const { return isRepeated_; }
-    /// The known fingerprints; nullptr when the request has none. The same object as the last time
-    /// when they are the same.
-    [[nodiscard]] const KnownFingerprints* knownFingerprints() const { return known_.get(); }
     /// Tells the memory of this request what it must know of the text.
     void describe(RequestMemory& memory) const;
 

@@ -106,7 +106,7 @@ std::shared_ptr<const RequestMemory> HostMerge::save() {
 
 // First all objects, then their fields: a record may refer to one that stands later in the list.
 void HostMerge::createMissing() {
-    notes_.reserve(request_.records().size());
+    notes_.reserve(request_.records().size(), request_.memory());
     for (const Record& record : request_.records()) {
         if (record.isDeletion()) continue;
         lookAt(&record);

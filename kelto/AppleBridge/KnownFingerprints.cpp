@@ -20,8 +20,9 @@ std::optional<Uuid> thingOfKnownKey(std::string_view key) {
 
 }  // namespace
 
-KnownFingerprints::KnownFingerprints(JsonReader& reader) {
+KnownFingerprints::KnownFingerprints(JsonReader& reader, std::size_t expected) {
     if (reader.kind() == JsonKind::object) {
+        places_.reserve(expected);
         readMembers(reader);
     } else {
         // Perhaps a text or a number, whose end is not to be told from what follows it.
@@ -60,8 +61,10 @@ void KnownFingerprints::readMembers(JsonReader& reader) {
     if (!mistyped.empty()) places_ = {};
 }
 
-std::string_view KnownFingerprints::find(std::string_view text, const Uuid& thing) const {
-    const Place* place = places_.find(thing);
+std::string_view KnownFingerprints::find(std::string_view text,
+                                         const Uuid& thing,
+                                         std::size_t& hint) const {
+    const Place* const place = places_.find(thing, hint);
     if (place == nullptr) return {};
     if (place->borrowed != nullptr) return {place->borrowed, place->size};
     return text.substr(place->offset, place->size);

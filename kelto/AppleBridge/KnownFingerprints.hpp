@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -14,12 +15,17 @@ namespace kelto {
 class KnownFingerprints {
 public:
     /// Reads the value that stands next, whatever it is; one that is no object of texts counts as
-    /// empty. Texts with escapes are borrowed from the reader.
-    explicit KnownFingerprints(JsonReader& reader);
+    /// empty. Texts with escapes are borrowed from the reader. `expected` is how many there may be:
+    /// memory for them is taken at once.
+    explicit KnownFingerprints(JsonReader& reader, std::size_t expected = 0);
 
     /// The fingerprint of a thing, or an empty text. `text` is the member's text, as it was read.
-    [[nodiscard]] std::string_view find(std::string_view text, const Uuid& thing) const;
+    /// `hint`, 0 at first, makes it quick to ask for many in the order in which they stand there.
+    [[nodiscard]] std::string_view find(std::string_view text,
+                                        const Uuid& thing,
+                                        std::size_t& hint) const;
 
+    [[nodiscard]] std::size_t size() const { return places_.size(); }
     /// Whether nothing is borrowed, so that the same text of another request will do.
     [[nodiscard]] bool isIndependent() const { return isIndependent_; }
 

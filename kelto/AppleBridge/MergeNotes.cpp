@@ -2,6 +2,13 @@
 
 namespace kelto {
 
+void MergeNotes::reserve(std::size_t records, const RequestMemory* before) {
+    memory_->records.reserve(records);
+    if (before == nullptr) return;
+    memory_->files.reserve(before->files.size());
+    memory_->fileNames.reserve(before->fileNames.size());
+}
+
 void MergeNotes::begin(SeenRecord& note) {
     current_ = &note;
     canRepeat_ = true;
@@ -10,19 +17,19 @@ void MergeNotes::begin(SeenRecord& note) {
 
 void MergeNotes::add(const IncomingFile& file) {
     if (file.place()) {
-        addFile(*file.place(), file.payload());
+        addFile(folderNumber(file.place()->folder), file.place()->name, file.payload());
     } else {
         canRepeat_ = false;
     }
 }
 
-void MergeNotes::addFile(const FilePlace& place, const Payload& payload) {
+void MergeNotes::addFile(std::uint32_t folder, std::string_view name, const Payload& payload) {
     SeenFile& file = memory_->files.emplace_back();
-    file.folder = folderNumber(place.folder);
+    file.folder = folder;
     file.nameOffset = static_cast<std::uint32_t>(memory_->fileNames.size());
-    file.nameSize = static_cast<std::uint32_t>(place.name.size());
+    file.nameSize = static_cast<std::uint32_t>(name.size());
     file.payload = payload;
-    memory_->fileNames += place.name;
+    memory_->fileNames += name;
     ++current_->fileCount;
 }
 
@@ -45,7 +52,7 @@ void MergeNotes::settle() {
 void MergeNotes::repeat(SeenRecord& note, const SeenRecord& before, const RequestMemory& memory) {
     begin(note);
     for (const SeenFile& file : memory.filesOf(before)) {
-        addFile({memory.folders[file.folder], memory.nameOf(file)}, file.payload);
+        addFile(folderNumber(memory.folders[file.folder]), memory.nameOf(file), file.payload);
     }
     settle();
 }

@@ -14,7 +14,9 @@ namespace kelto {
 /// be merged again: live records in their order, one after the other.
 class MergeNotes {
 public:
-    void reserve(std::size_t records) { memory_->records.reserve(records); }
+    /// Takes memory for so many records, and for as many files as the request `before`, if there
+    /// was one, has named.
+    void reserve(std::size_t records, const RequestMemory* before);
     SeenRecord& add(const SeenRecord& note) { return memory_->records.emplace_back(note); }
     /// nullptr behind the last one.
     [[nodiscard]] const SeenRecord* find(std::size_t place) const {
@@ -39,7 +41,7 @@ public:
     [[nodiscard]] std::unique_ptr<RequestMemory> take() { return std::move(memory_); }
 
 private:
-    void addFile(const FilePlace& place, const Payload& payload);
+    void addFile(std::uint32_t folder, std::string_view name, const Payload& payload);
     [[nodiscard]] std::uint32_t folderNumber(std::string_view path);
 
     std::unique_ptr<RequestMemory> memory_ = std::make_unique<RequestMemory>();

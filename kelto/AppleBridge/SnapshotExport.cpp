@@ -118,7 +118,7 @@ bool SnapshotExport::writePayloads(const Thing& thing, Folder& received, Outgoin
     std::optional<std::string_view> known;
     for (const PayloadField& field : payloadFields(thing)) {
         if (!field.payload) continue;
-        if (!known) known = request_.knownFingerprint(thing.uuid());
+        if (!known) known = request_.knownFingerprint(thing.uuid(), knownHint_);
         // The host holds this version of the thing, files included: nothing to write.
         if (*known == fingerprintsOf(thing).record.hex()) return true;
         const std::string name = payloadName(thing, field.key);

@@ -61,6 +61,7 @@ private:
     Random& random_;
     ResponseMemory& memory_;
     std::string receivedFolder_;
+    std::size_t knownHint_ = 0;  // where the next known fingerprint is expected
 };
 
 }  // namespace kelto

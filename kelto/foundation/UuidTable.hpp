@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -33,9 +34,21 @@ public:
 
     /// nullptr when there is none. Good until the next assign().
     [[nodiscard]] const Value* find(const Uuid& key) const {
-        if (entries_.empty()) return nullptr;
-        const std::uint32_t place = const_cast<UuidTable*>(this)->placeOf(key);
-        return place == nowhere ? nullptr : &entries_[place].value;
+        const std::uint32_t number = numberOf(key);
+        return number == nowhere ? nullptr : &entries_[number].value;
+    }
+
+    /// The same for keys that are mostly asked for in the order in which they came, some of them
+    /// left out: `hint`, 0 at first, is where the next one is expected.
+    [[nodiscard]] const Value* find(const Uuid& key, std::size_t& hint) const {
+        constexpr std::size_t mostLeftOut = 8;
+        const std::size_t end = std::min(hint + mostLeftOut, entries_.size());
+        std::size_t number = hint;
+        while (number < end && entries_[number].key != key) ++number;
+        if (number >= end) number = numberOf(key);
+        if (number == nowhere) return nullptr;
+        hint = number + 1;
+        return &entries_[number].value;
     }
 
     [[nodiscard]] std::size_t size() const { return entries_.size(); }
@@ -47,6 +60,10 @@ private:
     };
     static constexpr std::uint32_t nowhere = 0xFFFF'FFFF;
     static constexpr std::size_t smallest = 16;
+
+    [[nodiscard]] std::uint32_t numberOf(const Uuid& key) const {
+        return entries_.empty() ? nowhere : const_cast<UuidTable*>(this)->placeOf(key);
+    }
 
     /// Where the key's number stands, or would stand.
     std::uint32_t& placeOf(const Uuid& key) {

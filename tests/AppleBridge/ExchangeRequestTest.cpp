@@ -186,7 +186,8 @@ std::string known(const std::string& knownFingerprints) {
     const ExchangeRequest request(
         R"({"version":1,"storePath":"/s","directory":"/d","records":[],"knownFingerprints":)" +
         knownFingerprints + "}");
-    return std::string(request.knownFingerprint(Uuid::parse(identifier(10)).value()));
+    std::size_t hint = 0;
+    return std::string(request.knownFingerprint(Uuid::parse(identifier(10)).value(), hint));
 }
 
 const std::string key = "\"Thing:" + identifier(10) + "\"";
@@ -197,7 +198,8 @@ TEST(KnownFingerprints, AreFoundByThingAndIdentifier) {
 
 TEST(KnownFingerprints, AreEmptyWhenTheRequestHasNone) {
     const ExchangeRequest request(RequestBuilder().text("/s", "/d"));
-    EXPECT_EQ(request.knownFingerprint(Uuid::parse(identifier(10)).value()), "");
+    std::size_t hint = 0;
+    EXPECT_EQ(request.knownFingerprint(Uuid::parse(identifier(10)).value(), hint), "");
 }
 
 TEST(KnownFingerprints, KnowNoIdentifierInUpperCase) {

@@ -57,5 +57,25 @@ TEST(UuidTable, AgreesWithAMap) {
     }
 }
 
+TEST(UuidTable, FindsInAnyOrderWhateverTheHint) {
+    UuidTable<int> table;
+    for (int i = 0; i < 1000; ++i) table.assign(numbered(static_cast<std::uint64_t>(i)), i);
+    std::mt19937 random(1);
+    std::size_t hint = 0;
+    for (int i = 0; i < 5000; ++i) {
+        // Mostly one of the next, now and then any, or one that is not there.
+        const std::uint64_t number = random() % 5 == 0 ? random() % 1100 : (hint + random() % 12);
+        const int* const value = table.find(numbered(number), hint);
+        if (number < 1000) {
+            ASSERT_NE(value, nullptr) << number;
+            EXPECT_EQ(*value, static_cast<int>(number));
+        } else {
+            EXPECT_EQ(value, nullptr) << number;
+        }
+    }
+    hint = 5;
+    EXPECT_EQ(UuidTable<int>().find(numbered(1), hint), nullptr);
+}
+
 }  // namespace
 }  // namespace kelto

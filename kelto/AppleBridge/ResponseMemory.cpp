@@ -141,7 +141,7 @@ LargeText ResponseMemory::carriedOut(const Plan& plan,
     const std::size_t tailPlace = plan.end - (plan.things.empty() ? 0 : commaBytes);
     const std::size_t bytes = tailPlace + tail.size();
     LargeText last = *std::exchange(text_, std::nullopt);
-    std::optional<TextBuffer> text = std::move(last).release();
+    std::optional<TextBuffer> text = last.release();
     char* start = nullptr;
     if (text && fits(bytes + endOfText, text->size() + text->roomLeft())) {
         text->clear();

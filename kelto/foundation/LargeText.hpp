@@ -32,9 +32,10 @@ public:
     /// Two texts with the same number are the same; 0 is no number.
     [[nodiscard]] std::uint64_t number() const { return text_->number; }
 
-    /// The memory of the text, with the text in it, from whoever alone has it; else none, and
-    /// nothing has happened. No other thread may have had a copy.
-    [[nodiscard]] std::optional<TextBuffer> release() && {
+    /// The memory of the text, with the text in it, from whoever alone has it: nothing may be asked
+    /// of this object then. Else none, and nothing has happened. No other thread may have had a
+    /// copy.
+    [[nodiscard]] std::optional<TextBuffer> release() {
         if (text_.use_count() != 1) return std::nullopt;
         TextBuffer buffer = std::move(text_->buffer);
         text_.reset();

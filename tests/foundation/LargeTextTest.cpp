@@ -27,7 +27,7 @@ TEST(LargeText, SharesItsBytesWithItsCopies) {
 TEST(LargeText, GivesItsMemoryToItsOnlyOwner) {
     LargeText text("alone");
     const char* const place = text.cString();
-    const auto memory = std::move(text).release();
+    const auto memory = text.release();
     ASSERT_TRUE(memory);
     EXPECT_EQ(memory->view(), "alone");
     EXPECT_EQ(memory->view().data(), place);
@@ -36,8 +36,8 @@ TEST(LargeText, GivesItsMemoryToItsOnlyOwner) {
 TEST(LargeText, KeepsItsMemoryWhileSomebodyElseHasIt) {
     LargeText text("shared");
     const LargeText copy = text;  // NOLINT(performance-unnecessary-copy-initialization)
-    EXPECT_FALSE(std::move(text).release());
-    EXPECT_EQ(text.view(), "shared") << "nothing has happened";  // NOLINT(bugprone-use-after-move)
+    EXPECT_FALSE(text.release());
+    EXPECT_EQ(text.view(), "shared") << "nothing has happened";
     EXPECT_EQ(copy.view(), "shared");
 }
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "kelto/persistence/FileIdentities.hpp"
@@ -61,6 +62,8 @@ public:
     /// After a rollback that has already let go of the write lock: those files are now suspects,
     /// since another program may have stored the same bytes meanwhile.
     void suspectArrived() noexcept;
+    /// Another program has committed something: nothing is sure any more of what this one wrote.
+    void othersHaveWritten() noexcept { justWrittenRows_.clear(); }
     /// Whether there are files that may have lost their row.
     [[nodiscard]] bool hasSuspects() const { return !suspects_.empty(); }
     /// Removes those suspects that no row names. The caller holds the write lock: without it,
@@ -96,7 +99,7 @@ private:
     };
     [[nodiscard]] StoredBytes storedBytes(const Payload& payload);
     /// Throws when the bytes of a row are not those of its digest.
-    static void requireIntact(const Payload& payload, const StoredBytes& row);
+    void requireIntact(const Payload& payload, const StoredBytes& row) const;
     [[nodiscard]] std::optional<Stored> find(const Digest& digest);
     /// Whether nothing is missing of what the storage would have to keep.
     [[nodiscard]] bool holds(const ReceivedPayload& received);
@@ -126,6 +129,9 @@ private:
     /// Files that came with the last transaction, as they were left. Too young for the identities,
     /// but nobody else writes in our folder within a tick of the clock.
     std::unordered_map<Digest, FileStatus> justWritten_;
+    // Digests of small payloads, whose bytes were put into the database, as they had been hashed:
+    std::unordered_set<Digest> arrivedInRows_;    // in this transaction
+    std::unordered_set<Digest> justWrittenRows_;  // in the last one
 };
 
 }  // namespace kelto

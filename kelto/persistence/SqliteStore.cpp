@@ -145,6 +145,7 @@ ForeignChanges SqliteStore::news() {
     const std::int64_t version = dataVersion();
     if (seenVersion_ == version) return {ForeignChanges::Extent::none, {}};
     requireKnownFormat(*database_);
+    payloads_->othersHaveWritten();
     ForeignChanges changes = changeLog_->news();
     seenVersion_ = version;
     return changes;

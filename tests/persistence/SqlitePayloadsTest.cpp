@@ -274,6 +274,8 @@ TEST_F(SqlitePayloadsTest, NamesASmallPayloadWhoseBytesHaveChanged) {
     context.save();
     SqliteDatabase(library.storePath(), std::chrono::milliseconds(1000))
         .run("UPDATE Payload SET bytes = CAST(replace(bytes, 's', 't') AS BLOB)");
+    ModelContext reading(library.container(), ModelContext::Access::read);
+    reading.begin();  // and so hears that somebody has written
     EXPECT_THAT(
         [&] { (void)library.bytes(payload); },
         testing::ThrowsMessage<PlatformError>(testing::AllOf(

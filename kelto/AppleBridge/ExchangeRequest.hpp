@@ -38,8 +38,7 @@ public:
     [[nodiscard]] std::string_view knownFingerprint(const Uuid& thing, std::size_t& hint) const;
 
     /// The last request, as it was when this one was read; nullptr when none is remembered.
-    [[nodiscard]] const RequestMemory* memory() const { return memory_.get(); }
-    [[nodiscard]] std::shared_ptr<const RequestMemory> sharedMemory() const { return memory_; }
+    [[nodiscard]] const std::shared_ptr<const RequestMemory>& memory() const { return memory_; }
     /// Whether it is the last request as a whole, and all of its records are remembered.
     [[nodiscard]] bool isRepeated() const { return isRepeated_; }
     /// Tells the memory of this request what it must know of the text.

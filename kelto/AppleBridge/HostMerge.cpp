@@ -91,7 +91,7 @@ std::shared_ptr<const RequestMemory> HostMerge::save() {
     rememberFingerprints(changedThings(context_));  // so that the rows get them, too
     context_.save();
     index_.agree(context_);
-    if (isRepetition_) return request_.sharedMemory();
+    if (isRepetition_) return request_.memory();
     std::unique_ptr<RequestMemory> memory = notes_.take();
     memory->populationNumber = context_.populationNumber();
     memory->structureNumber = index_.structureNumber();
@@ -106,7 +106,7 @@ std::shared_ptr<const RequestMemory> HostMerge::save() {
 
 // First all objects, then their fields: a record may refer to one that stands later in the list.
 void HostMerge::createMissing() {
-    notes_.reserve(request_.records().size(), request_.memory());
+    notes_.reserve(request_.records().size(), request_.memory().get());
     for (const Record& record : request_.records()) {
         if (record.isDeletion()) continue;
         lookAt(&record);

@@ -17,7 +17,7 @@ public:
     /// Reads the value that stands next, whatever it is; one that is no object of texts counts as
     /// empty. Texts with escapes are borrowed from the reader. `expected` is how many there may be:
     /// memory for them is taken at once.
-    explicit KnownFingerprints(JsonReader& reader, std::size_t expected = 0);
+    KnownFingerprints(JsonReader& reader, std::size_t expected);
 
     /// The fingerprint of a thing, or an empty text. `text` is the member's text, as it was read.
     /// `hint`, 0 at first, makes it quick to ask for many in the order in which they stand there.

@@ -17,19 +17,19 @@ void MergeNotes::begin(SeenRecord& note) {
 
 void MergeNotes::add(const IncomingFile& file) {
     if (file.place()) {
-        addFile(folderNumber(file.place()->folder), file.place()->name, file.payload());
+        addFile(*file.place(), file.payload());
     } else {
         canRepeat_ = false;
     }
 }
 
-void MergeNotes::addFile(std::uint32_t folder, std::string_view name, const Payload& payload) {
+void MergeNotes::addFile(const FilePlace& place, const Payload& payload) {
     SeenFile& file = memory_->files.emplace_back();
-    file.folder = folder;
+    file.folder = folderNumber(place.folder);
     file.nameOffset = static_cast<std::uint32_t>(memory_->fileNames.size());
-    file.nameSize = static_cast<std::uint32_t>(name.size());
+    file.nameSize = static_cast<std::uint32_t>(place.name.size());
     file.payload = payload;
-    memory_->fileNames += name;
+    memory_->fileNames += place.name;
     ++current_->fileCount;
 }
 
@@ -52,7 +52,7 @@ void MergeNotes::settle() {
 void MergeNotes::repeat(SeenRecord& note, const SeenRecord& before, const RequestMemory& memory) {
     begin(note);
     for (const SeenFile& file : memory.filesOf(before)) {
-        addFile(folderNumber(memory.folders[file.folder]), memory.nameOf(file), file.payload);
+        addFile({memory.folders[file.folder], memory.nameOf(file)}, file.payload);
     }
     settle();
 }

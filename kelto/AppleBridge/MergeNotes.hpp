@@ -41,7 +41,7 @@ public:
     [[nodiscard]] std::unique_ptr<RequestMemory> take() { return std::move(memory_); }
 
 private:
-    void addFile(std::uint32_t folder, std::string_view name, const Payload& payload);
+    void addFile(const FilePlace& place, const Payload& payload);
     [[nodiscard]] std::uint32_t folderNumber(std::string_view path);
 
     std::unique_ptr<RequestMemory> memory_ = std::make_unique<RequestMemory>();
